@@ -1,0 +1,32 @@
+# How our own code is compiled, and where what it makes is put.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+if(NOT CMAKE_BUILD_TYPE)
+    set(CMAKE_BUILD_TYPE RelWithDebInfo)
+endif()
+
+option(ZELKCAM_BENCH "Build the benchmarks" OFF)
+option(ZELKCAM_FUZZ "Build the fuzzers (clang only)" OFF)
+
+# The host platform looks for the mapper library beside itself, so all libraries share one folder.
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+
+# Warnings are errors in our own code; zelkcam_options is linked privately by every target of ours.
+add_library(zelkcam_options INTERFACE)
+target_compile_options(zelkcam_options INTERFACE -Wall -Wextra -Werror -Wformat=2)
+if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
+    target_compile_options(zelkcam_options INTERFACE -Wthread-safety)
+endif()
+
+# ZELKCAM_SANITIZE=address,undefined or thread: the presets asan and tsan.
+set(ZELKCAM_SANITIZE "" CACHE STRING "Sanitizers, comma-separated")
+if(ZELKCAM_SANITIZE)
+    add_compile_options(-fsanitize=${ZELKCAM_SANITIZE} -fno-omit-frame-pointer
+                        -fno-sanitize-recover=undefined)
+    add_link_options(-fsanitize=${ZELKCAM_SANITIZE})
+endif()

@@ -1,0 +1,9 @@
+# The platform as our sources see it: the ten doors, and behind them the published headers. Ours of
+# host/include stand before Debian's, which hold some older copies of the same paths; Debian's are
+# system headers because they are not free of warnings.
+add_library(zelkcam_platform INTERFACE)
+target_include_directories(zelkcam_platform INTERFACE
+    ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/host/include)
+target_include_directories(zelkcam_platform SYSTEM INTERFACE ${ANDROID_INCLUDE_DIR})
+
+set(CMAKE_BUILD_RPATH ${CMAKE_LIBRARY_OUTPUT_DIRECTORY} ${ANDROID_LIBRARY_DIR})
