@@ -58,8 +58,8 @@ class IGrallocHelper : public zcam::IGrallocInfoProvider {
     // handle stays the caller's; the imported one is released with freeBuffer. A handle without
     // descriptors and integers imports to null.
     //
-    // Contract: answers a truth value, 1 when the handle is usable afterwards, 0 on failure (`handle`
-    // is unchanged then).
+    // Contract: answers a truth value, 1 when the handle is usable afterwards, 0 on failure
+    // (`handle` is unchanged then).
     virtual int importBuffer(const native_handle*& handle) = 0;
 
     // Releases an imported handle (slot 12): -1 for null, otherwise the mapper's error code, 0 on

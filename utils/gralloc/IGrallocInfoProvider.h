@@ -10,9 +10,9 @@ namespace zcam {
 
 // What a client asks a layout for.
 struct GrallocRequest {
-    uint32_t usage = 0;          // gralloc usage bits; matter for formats 0x22 and 0x23 only
-    int32_t format = 0;          // HAL pixel format, or a vendor code
-    int32_t widthInPixels = 0;   // of a BLOB: the bytes of a row
+    uint32_t usage = 0;         // gralloc usage bits; matter for formats 0x22 and 0x23 only
+    int32_t format = 0;         // HAL pixel format, or a vendor code
+    int32_t widthInPixels = 0;  // of a BLOB: the bytes of a row
     int32_t heightInPixels = 0;
 };
 
@@ -33,9 +33,9 @@ struct GrallocStaticInfo {
 // NSCam::IGrallocHelper, which continues the same table, is binary interface.
 class IGrallocInfoProvider {
   public:
-    // The process-wide provider, the same object as NSCam::IGrallocHelper::singleton(). Built by the
-    // first call from any thread, destroyed at process exit; never null, also when the allocator
-    // service is missing. Not to be deleted.
+    // The process-wide provider, the same object as NSCam::IGrallocHelper::singleton(). Built by
+    // the first call from any thread, destroyed at process exit; never null, also when the
+    // allocator service is missing. Not to be deleted.
     ZELKCAM_EXPORT static IGrallocInfoProvider* getInstance();
 
     virtual ~IGrallocInfoProvider() = default;  // slots 0 and 1

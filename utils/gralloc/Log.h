@@ -3,13 +3,13 @@
 // A source file that logs defines, before the first statement and in an anonymous namespace,
 //     constexpr char kLogTag[] = "ZelkCam/...";           // fixed: modules filter by it
 //     constexpr char kSourcePath[] = "utils/gralloc/..."; // ends every error line
-// and uses LOGD, LOGI, LOGW, LOGE and LOG_FATAL with a literal format. Each message is led by "[%s] "
-// and the name of the logging function; the _AS forms take that name for code that logs on behalf of
-// a named operation.
+// and uses LOGD, LOGI, LOGW, LOGE and LOG_FATAL with a literal format. Each message is led by "[%s]
+// " and the name of the logging function; the _AS forms take that name for code that logs on behalf
+// of a named operation.
 //
-// A statement goes to two outputs, chosen by ULogger::sMode: the Android log and the switchboard. Its
-// arguments are evaluated once per chosen output, that is 0, 1 or 2 times: they must have no side
-// effects.
+// A statement goes to two outputs, chosen by ULogger::sMode: the Android log and the switchboard.
+// Its arguments are evaluated once per chosen output, that is 0, 1 or 2 times: they must have no
+// side effects.
 #pragma once
 
 #include "platform/log.h"
@@ -36,12 +36,22 @@ inline bool moduleWanted() {
     return (mask & kModuleEnabled) != 0 && (mask & kModuleBits) != 0;
 }
 
-inline bool debugWanted() { return ULogger::sDetailsLevel >= 5 && moduleWanted(); }
-inline bool infoWanted() { return ULogger::sDetailsLevel >= 3 && moduleWanted(); }
-inline bool warningWanted() { return ULogger::sDetailsLevel >= 2; }
+inline bool debugWanted() {
+    return ULogger::sDetailsLevel >= 5 && moduleWanted();
+}
+inline bool infoWanted() {
+    return ULogger::sDetailsLevel >= 3 && moduleWanted();
+}
+inline bool warningWanted() {
+    return ULogger::sDetailsLevel >= 2;
+}
 
-inline bool androidWanted() { return (ULogger::sMode & kToAndroid) != 0; }
-inline bool switchboardWanted() { return (ULogger::sMode & kToSwitchboard) != 0; }
+inline bool androidWanted() {
+    return (ULogger::sMode & kToAndroid) != 0;
+}
+inline bool switchboardWanted() {
+    return (ULogger::sMode & kToSwitchboard) != 0;
+}
 
 // Formats one line and hands it to the switchboard; without a switchboard object, nothing.
 //
@@ -56,55 +66,54 @@ __attribute__((cold, noinline, format(printf, 3, 4))) void writeToSwitchboard(co
 #define ZELKCAM_LOG_PREFIX "[%s] "
 #define ZELKCAM_LOG_SUFFIX " (%s){#%d:%s}"
 
-#define ZELKCAM_LOG_BOTH(level, priority, name, format, ...)                                      \
-    do {                                                                                           \
-        if (::NSCam::gralloc::log::androidWanted())                                                \
-            __android_log_print(priority, kLogTag,                                                 \
-                                ZELKCAM_LOG_PREFIX format, name __VA_OPT__(, ) __VA_ARGS__);       \
-        if (::NSCam::gralloc::log::switchboardWanted())                                            \
-            ::NSCam::gralloc::log::writeToSwitchboard(                                             \
-                    kLogTag, level, ZELKCAM_LOG_PREFIX format, name __VA_OPT__(, ) __VA_ARGS__);   \
+#define ZELKCAM_LOG_BOTH(level, priority, name, format, ...)                                     \
+    do {                                                                                         \
+        if (::NSCam::gralloc::log::androidWanted())                                              \
+            __android_log_print(priority, kLogTag, ZELKCAM_LOG_PREFIX format,                    \
+                                name __VA_OPT__(, ) __VA_ARGS__);                                \
+        if (::NSCam::gralloc::log::switchboardWanted())                                          \
+            ::NSCam::gralloc::log::writeToSwitchboard(kLogTag, level, ZELKCAM_LOG_PREFIX format, \
+                                                      name __VA_OPT__(, ) __VA_ARGS__);          \
     } while (0)
 
-#define ZELKCAM_LOG_GATED(gate, level, priority, name, format, ...)                               \
-    do {                                                                                           \
-        if (::NSCam::gralloc::log::gate()) [[unlikely]]                                            \
-            ZELKCAM_LOG_BOTH(::NSCam::gralloc::log::level, priority, name,                         \
-                             format __VA_OPT__(, ) __VA_ARGS__);                                   \
+#define ZELKCAM_LOG_GATED(gate, level, priority, name, format, ...)        \
+    do {                                                                   \
+        if (::NSCam::gralloc::log::gate()) [[unlikely]]                    \
+            ZELKCAM_LOG_BOTH(::NSCam::gralloc::log::level, priority, name, \
+                             format __VA_OPT__(, ) __VA_ARGS__);           \
     } while (0)
 
-#define LOGD_AS(name, format, ...)                                                                 \
-    ZELKCAM_LOG_GATED(debugWanted, kDebug, ANDROID_LOG_DEBUG, name,                                \
+#define LOGD_AS(name, format, ...)                                  \
+    ZELKCAM_LOG_GATED(debugWanted, kDebug, ANDROID_LOG_DEBUG, name, \
                       format __VA_OPT__(, ) __VA_ARGS__)
-#define LOGI_AS(name, format, ...)                                                                 \
-    ZELKCAM_LOG_GATED(infoWanted, kInfo, ANDROID_LOG_INFO, name,                                   \
-                      format __VA_OPT__(, ) __VA_ARGS__)
-#define LOGW_AS(name, format, ...)                                                                 \
-    ZELKCAM_LOG_GATED(warningWanted, kWarning, ANDROID_LOG_WARN, name,                             \
+#define LOGI_AS(name, format, ...) \
+    ZELKCAM_LOG_GATED(infoWanted, kInfo, ANDROID_LOG_INFO, name, format __VA_OPT__(, ) __VA_ARGS__)
+#define LOGW_AS(name, format, ...)                                     \
+    ZELKCAM_LOG_GATED(warningWanted, kWarning, ANDROID_LOG_WARN, name, \
                       format __VA_OPT__(, ) __VA_ARGS__)
 
 // Errors have no gate, and only their Android line tells where they were logged.
-#define LOGE_AS(name, format, ...)                                                                 \
-    do {                                                                                           \
-        if (::NSCam::gralloc::log::androidWanted())                                                \
-            __android_log_print(ANDROID_LOG_ERROR, kLogTag,                                        \
-                                ZELKCAM_LOG_PREFIX format ZELKCAM_LOG_SUFFIX,                      \
-                                name __VA_OPT__(, ) __VA_ARGS__, name, __LINE__, kSourcePath);     \
-        if (::NSCam::gralloc::log::switchboardWanted())                                            \
-            ::NSCam::gralloc::log::writeToSwitchboard(                                             \
-                    kLogTag, ::NSCam::gralloc::log::kError, ZELKCAM_LOG_PREFIX format,             \
-                    name __VA_OPT__(, ) __VA_ARGS__);                                              \
+#define LOGE_AS(name, format, ...)                                                             \
+    do {                                                                                       \
+        if (::NSCam::gralloc::log::androidWanted())                                            \
+            __android_log_print(ANDROID_LOG_ERROR, kLogTag,                                    \
+                                ZELKCAM_LOG_PREFIX format ZELKCAM_LOG_SUFFIX,                  \
+                                name __VA_OPT__(, ) __VA_ARGS__, name, __LINE__, kSourcePath); \
+        if (::NSCam::gralloc::log::switchboardWanted())                                        \
+            ::NSCam::gralloc::log::writeToSwitchboard(kLogTag, ::NSCam::gralloc::log::kError,  \
+                                                      ZELKCAM_LOG_PREFIX format,               \
+                                                      name __VA_OPT__(, ) __VA_ARGS__);        \
     } while (0)
 
 // Ends the process. The line is printed only where error output is wanted, and never goes to the
 // switchboard; the arguments are evaluated only for the line.
-#define LOG_FATAL_AS(name, format, ...)                                                            \
-    do {                                                                                           \
-        if (zelkcam_testLog(kLogTag, ::NSCam::gralloc::log::kErrorLetter) != 0)                    \
-            __android_log_print(ANDROID_LOG_ERROR, kLogTag,                                        \
-                                "[Fatal] " ZELKCAM_LOG_PREFIX format ZELKCAM_LOG_SUFFIX,           \
-                                name __VA_OPT__(, ) __VA_ARGS__, name, __LINE__, kSourcePath);     \
-        __android_log_assert("1", kLogTag, "(%s){#%d:%s}\r\n", name, __LINE__, kSourcePath);       \
+#define LOG_FATAL_AS(name, format, ...)                                                        \
+    do {                                                                                       \
+        if (zelkcam_testLog(kLogTag, ::NSCam::gralloc::log::kErrorLetter) != 0)                \
+            __android_log_print(ANDROID_LOG_ERROR, kLogTag,                                    \
+                                "[Fatal] " ZELKCAM_LOG_PREFIX format ZELKCAM_LOG_SUFFIX,       \
+                                name __VA_OPT__(, ) __VA_ARGS__, name, __LINE__, kSourcePath); \
+        __android_log_assert("1", kLogTag, "(%s){#%d:%s}\r\n", name, __LINE__, kSourcePath);   \
     } while (0)
 
 #define LOGD(format, ...) LOGD_AS(__func__, format __VA_OPT__(, ) __VA_ARGS__)
