@@ -3,7 +3,7 @@
 // A source file that logs defines, before the first statement and in an anonymous namespace,
 //     constexpr char kLogTag[] = "ZelkCam/...";           // fixed: modules filter by it
 //     constexpr char kSourcePath[] = "utils/gralloc/..."; // ends every error line
-// and uses LOGD, LOGI, LOGW, LOGE and LOG_FATAL with a literal format. Each message is led by "[%s]
+// and uses LOGD, LOGI, LOGW, LOGE and LOGF with a literal format. Each message is led by "[%s]
 // " and the name of the logging function; the _AS forms take that name for code that logs on behalf
 // of a named operation.
 //
@@ -107,7 +107,7 @@ __attribute__((cold, noinline, format(printf, 3, 4))) void writeToSwitchboard(co
 
 // Ends the process. The line is printed only where error output is wanted, and never goes to the
 // switchboard; the arguments are evaluated only for the line.
-#define LOG_FATAL_AS(name, format, ...)                                                        \
+#define LOGF_AS(name, format, ...)                                                             \
     do {                                                                                       \
         if (zelkcam_testLog(kLogTag, ::NSCam::gralloc::log::kErrorLetter) != 0)                \
             __android_log_print(ANDROID_LOG_ERROR, kLogTag,                                    \
@@ -120,4 +120,4 @@ __attribute__((cold, noinline, format(printf, 3, 4))) void writeToSwitchboard(co
 #define LOGI(format, ...) LOGI_AS(__func__, format __VA_OPT__(, ) __VA_ARGS__)
 #define LOGW(format, ...) LOGW_AS(__func__, format __VA_OPT__(, ) __VA_ARGS__)
 #define LOGE(format, ...) LOGE_AS(__func__, format __VA_OPT__(, ) __VA_ARGS__)
-#define LOG_FATAL(format, ...) LOG_FATAL_AS(__func__, format __VA_OPT__(, ) __VA_ARGS__)
+#define LOGF(format, ...) LOGF_AS(__func__, format __VA_OPT__(, ) __VA_ARGS__)

@@ -2,11 +2,12 @@
 // and grallocinfo parses from them, so that the two cannot disagree. Every name is NUL-terminated.
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+
+#include "utils/gralloc/CodeTable.h"
 
 namespace NSCam::gralloc {
 
@@ -144,22 +145,7 @@ inline constexpr int32_t kDataspaceStandardMask = 0x3F << 16;
 inline constexpr int32_t kDataspaceTransferMask = 0x1F << 22;
 inline constexpr int32_t kDataspaceRangeMask = 0x7 << 27;
 
-// The row of `code` in a table that is ordered by code, or null.
-template <typename Row, size_t Rows>
-constexpr const Row* findCode(const std::array<Row, Rows>& table, int32_t code) {
-    const auto row = std::lower_bound(table.begin(), table.end(), code,
-                                      [](const Row& row, int32_t code) { return row.code < code; });
-    return row != table.end() && row->code == code ? &*row : nullptr;
-}
-
 namespace name_table_checks {
-
-template <typename Row, size_t Rows>
-consteval bool ascendingByCode(const std::array<Row, Rows>& table) {
-    return std::adjacent_find(table.begin(), table.end(), [](const Row& left, const Row& right) {
-               return left.code >= right.code;
-           }) == table.end();
-}
 
 template <typename Row, size_t Rows>
 consteval bool namesDiffer(const std::array<Row, Rows>& table) {

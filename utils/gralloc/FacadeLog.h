@@ -1,0 +1,12 @@
+// The tag and path of every message of the facade: its rooms log as one source file, whichever of
+// them holds the statement.
+#pragma once
+
+#include "utils/gralloc/Log.h"
+
+namespace NSCam::gralloc {
+
+inline constexpr char kLogTag[] = "ZelkCam/GrallocHelper";
+inline constexpr char kSourcePath[] = "utils/gralloc/GrallocHelper";
+
+}  // namespace NSCam::gralloc
