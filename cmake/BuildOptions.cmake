@@ -11,6 +11,13 @@ endif()
 option(ZELKCAM_BENCH "Build the benchmarks" OFF)
 option(ZELKCAM_FUZZ "Build the fuzzers (clang only)" OFF)
 
+find_program(CCACHE ccache)
+mark_as_advanced(CCACHE)
+if(CCACHE AND NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_C_COMPILER_LAUNCHER ${CCACHE})
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+endif()
+
 # The host platform looks for the mapper library beside itself, so all libraries share one folder.
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)

@@ -3,7 +3,8 @@
 # system headers because they are not free of warnings.
 add_library(zelkcam_platform INTERFACE)
 target_include_directories(zelkcam_platform INTERFACE
-    ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/host/include)
-target_include_directories(zelkcam_platform SYSTEM INTERFACE ${ANDROID_INCLUDE_DIR})
-
-set(CMAKE_BUILD_RPATH ${CMAKE_LIBRARY_OUTPUT_DIRECTORY} ${ANDROID_LIBRARY_DIR})
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/host/include>
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/zelkcam>)
+target_include_directories(zelkcam_platform SYSTEM INTERFACE
+    $<BUILD_INTERFACE:${ANDROID_INCLUDE_DIR}>)
