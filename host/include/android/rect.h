@@ -1,0 +1,20 @@
+// The rectangle of the graphics interfaces.
+#pragma once
+
+#include <stdint.h>
+#include <sys/cdefs.h>
+
+__BEGIN_DECLS
+
+// Pixels from the upper left corner; right and bottom are exclusive.
+typedef struct ARect {
+#ifdef __cplusplus
+    typedef int32_t value_type;
+#endif
+    int32_t left;
+    int32_t top;
+    int32_t right;
+    int32_t bottom;
+} ARect;
+
+__END_DECLS
