@@ -33,10 +33,10 @@
 #define __ANDROID_API__ 10000
 #endif
 // bionic's assertion failure.
-#define __assert(file, line, message)                              \
-    do {                                                           \
+#define __assert(file, line, message)                            \
+    do {                                                         \
         syslog(LOG_ERR, "%s:%d: %s", (file), (line), (message)); \
-        abort();                                                   \
+        abort();                                                 \
     } while (false)
 #endif
 

@@ -1,0 +1,4 @@
+// The older path of <android/sync.h>.
+#pragma once
+
+#include <android/sync.h>
