@@ -138,7 +138,7 @@ bool takeAllFds(msghdr& message, ReceivedFds& fds) {
     return understood;
 }
 
-// Fills `bytes`. Descriptors are accepted with the first byte only, and only when `fds` is given;
+// Fills `bytes`. Descriptors are accepted with the first read only, and only when `fds` is given:
 // without a control buffer the kernel drops what comes and says so by MSG_CTRUNC.
 int receiveAll(int socket, std::span<std::byte> bytes, ReceivedFds* fds) {
     ControlBuffer control;

@@ -1,5 +1,5 @@
 // The message that carries a handle: this header, then numInts integers; the descriptors ride with
-// its first byte. Both ends are on one machine, so fields are in native order.
+// its header. Both ends are on one machine, so fields are in native order.
 #pragma once
 
 #include <cstdint>

@@ -1,0 +1,249 @@
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/time.h>
+
+#include <array>
+#include <climits>
+#include <csignal>
+#include <cstring>
+#include <numeric>
+#include <optional>
+#include <thread>
+
+#include "host/transport/message_format.h"
+#include "tests/support/Journal.h"
+#include "tests/transport/Connection.h"
+
+namespace zelkcam::test {
+namespace {
+
+using host::receive_handle;
+using host::send_handle;
+using host::transport::kMagic;
+using host::transport::kVersion;
+using host::transport::MessageHeader;
+
+struct Shape {
+    int numFds;
+    std::vector<int> ints;
+};
+
+std::vector<int> countedUp(int count) {
+    std::vector<int> ints(count);
+    std::iota(ints.begin(), ints.end(), INT_MIN);
+    return ints;
+}
+
+class RoundTrip : public testing::TestWithParam<Shape> {};
+
+TEST_P(RoundTrip, GivesAHandleOfItsOwnOnTheSameFiles) {
+    const Connection connection;
+    const OwnedHandle sent(newHandle(GetParam().numFds, GetParam().ints));
+    ASSERT_EQ(send_handle(connection.sender.get(), sent.get()), 0);
+
+    const auto result = receive_handle(connection.receiver.get());
+    ASSERT_TRUE(result.ok()) << result.error;
+    const OwnedHandle received(result.value);
+    ASSERT_EQ(received->numFds, sent->numFds);
+    EXPECT_EQ(received.ints(), GetParam().ints);
+    for (int i = 0; i < sent->numFds; ++i) {
+        EXPECT_NE(received->data[i], sent->data[i]);
+        EXPECT_EQ(inodeOf(received->data[i]), inodeOf(sent->data[i])) << "descriptor " << i;
+        EXPECT_EQ(fcntl(received->data[i], F_GETFD), FD_CLOEXEC);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Shapes, RoundTrip,
+                         testing::Values(Shape{2, {1, -1, INT_MAX, INT_MIN}}, Shape{0, {}},
+                                         Shape{0, {7}}, Shape{1, {}},
+                                         Shape{host::kMaxTransportFds,
+                                               countedUp(host::kMaxTransportInts)}));
+
+TEST(Transport, KeepsSuccessiveHandlesApartAndOutlivesTheSendersCopy) {
+    const Connection connection;
+    ino_t inodes[3];
+    for (int i = 0; i < 3; ++i) {
+        const OwnedHandle sent(newHandle(1, {i, i}));
+        inodes[i] = inodeOf(sent->data[0]);
+        ASSERT_EQ(send_handle(connection.sender.get(), sent.get()), 0);
+    }
+    for (int i = 0; i < 3; ++i) {
+        const auto result = receive_handle(connection.receiver.get());
+        ASSERT_TRUE(result.ok());
+        const OwnedHandle received(result.value);
+        EXPECT_EQ(received.ints(), (std::vector<int>{i, i}));
+        EXPECT_EQ(inodeOf(received->data[0]), inodes[i]);
+    }
+}
+
+TEST(Transport, SendsNothingOfAHandleThatIsNone) {
+    const Connection connection;
+    const OwnedHandle large(newHandle(host::kMaxTransportFds + 1, {}));
+    native_handle_t wrongVersion{.version = 11, .numFds = 0, .numInts = 0, .data = {}};
+    native_handle_t negativeFds{.version = 12, .numFds = -1, .numInts = 0, .data = {}};
+    native_handle_t negativeInts{.version = 12, .numFds = 0, .numInts = INT_MIN, .data = {}};
+    native_handle_t manyInts{
+            .version = 12, .numFds = 0, .numInts = host::kMaxTransportInts + 1, .data = {}};
+    for (const native_handle_t* handle : {static_cast<native_handle_t*>(nullptr), large.get(),
+                                          &wrongVersion, &negativeFds, &negativeInts, &manyInts}) {
+        EXPECT_EQ(send_handle(connection.sender.get(), handle), -EINVAL);
+    }
+    const OwnedHandle closed(newHandle(2, {}));
+    close(std::exchange(closed->data[1], -1));
+    EXPECT_EQ(send_handle(connection.sender.get(), closed.get()), -EBADF);
+
+    char byte;
+    EXPECT_EQ(recv(connection.receiver.get(), &byte, 1, MSG_DONTWAIT), -1);
+    EXPECT_EQ(errno, EAGAIN);
+}
+
+TEST(Transport, AnswersAPeerThatHasGoneWithoutASignal) {
+    Connection connection;
+    connection.receiver.reset();
+    const OwnedHandle sent(newHandle(1, {1}));
+    EXPECT_EQ(send_handle(connection.sender.get(), sent.get()), -EPIPE);
+    EXPECT_EQ(receive_handle(connection.sender.get()).error, -ECONNRESET);
+}
+
+// What a peer sends instead of a handle: pieces, each with descriptors of its own.
+struct Piece {
+    std::vector<uint32_t> words;
+    int numFds = 0;
+    size_t cut = 0;  // bytes left out at the end
+};
+
+struct BadMessage {
+    const char* name;
+    std::vector<Piece> pieces;
+    int error = -EBADMSG;
+    bool wantsCredentials = false;
+};
+
+void sendPiece(int socket, const Piece& piece) {
+    std::vector<int> fds(piece.numFds);
+    std::generate(fds.begin(), fds.end(), [] { return memfd_create("piece", MFD_CLOEXEC); });
+    alignas(cmsghdr) std::array<char, CMSG_SPACE(64 * sizeof(int))> control{};
+    iovec part{const_cast<uint32_t*>(piece.words.data()), piece.words.size() * 4 - piece.cut};
+    msghdr message{};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    if (!fds.empty()) {
+        message.msg_control = control.data();
+        message.msg_controllen = CMSG_SPACE(fds.size() * sizeof(int));
+        cmsghdr* header = CMSG_FIRSTHDR(&message);
+        header->cmsg_level = SOL_SOCKET;
+        header->cmsg_type = SCM_RIGHTS;
+        header->cmsg_len = CMSG_LEN(fds.size() * sizeof(int));
+        memcpy(CMSG_DATA(header), fds.data(), fds.size() * sizeof(int));
+    }
+    EXPECT_EQ(sendmsg(socket, &message, 0), static_cast<ssize_t>(part.iov_len));
+    std::for_each(fds.begin(), fds.end(), close);
+}
+
+class Malformed : public testing::TestWithParam<BadMessage> {};
+
+TEST_P(Malformed, IsRefusedAndNothingStaysOpen) {
+    Connection connection;
+    const int on = GetParam().wantsCredentials ? 1 : 0;
+    setsockopt(connection.receiver.get(), SOL_SOCKET, SO_PASSCRED, &on, sizeof(on));
+    for (const Piece& piece : GetParam().pieces) {
+        sendPiece(connection.sender.get(), piece);
+    }
+    shutdown(connection.sender.get(), SHUT_WR);
+    const size_t before = openDescriptors();
+    const auto result = receive_handle(connection.receiver.get());
+    EXPECT_EQ(result.error, GetParam().error);
+    EXPECT_EQ(result.value, nullptr);
+    EXPECT_EQ(openDescriptors(), before);
+}
+
+const BadMessage kBadMessages[] = {
+        {"Nothing", {}, -ECONNRESET},
+        {"WrongMagic", {{{kMagic + 1, kVersion, 1, 1, 5}, 1}}},
+        {"SwappedMagic", {{{__builtin_bswap32(kMagic), kVersion, 1, 1, 5}, 1}}},
+        {"OlderVersion", {{{kMagic, 0, 1, 1, 5}, 1}}, -EPROTONOSUPPORT},
+        {"NewerVersion", {{{kMagic, kVersion + 1, 1, 1, 5}, 1}}, -EPROTONOSUPPORT},
+        {"DescriptorsMissing", {{{kMagic, kVersion, 2, 1, 5}, 1}}},
+        {"NoDescriptors", {{{kMagic, kVersion, 2, 1, 5}}}},
+        {"MoreDescriptorsThanAnnounced", {{{kMagic, kVersion, 1, 1, 5}, 3}}},
+        {"DescriptorsThoughNoneAnnounced", {{{kMagic, kVersion, 0, 1, 5}, 1}}},
+        {"DescriptorsBeyondTheLimit", {{{kMagic, kVersion, 17, 1, 5}, 17}}},
+        {"DescriptorsFarBeyondTheLimit", {{{kMagic, kVersion, 1, 1, 5}, 64}}},
+        {"CountOfDescriptorsNegative", {{{kMagic, kVersion, 0xffffffff, 1, 5}, 1}}},
+        {"CountOfDescriptorsWraps", {{{kMagic, kVersion, 0x80000001, 1, 5}, 1}}},
+        {"CountOfIntsNegative", {{{kMagic, kVersion, 1, 0xffffffff, 5}, 1}}},
+        {"CountOfIntsWraps", {{{kMagic, kVersion, 1, 0x40000001, 5}, 1}}},
+        {"CountOfIntsBeyondTheLimit",
+         {{{kMagic, kVersion, 1, 1025}, 1}, {std::vector<uint32_t>(1025)}}},
+        {"HeaderCut", {{{kMagic, kVersion, 1, 1}, 1, 1}}, -ECONNRESET},
+        {"OneByteOnly", {{{kMagic}, 1, 3}}, -ECONNRESET},
+        {"IntsCut", {{{kMagic, kVersion, 1, 2, 5, 6}, 1, 1}}, -ECONNRESET},
+        {"IntsMissing", {{{kMagic, kVersion, 1, 1}, 1}}, -ECONNRESET},
+        {"DescriptorsWithTheInts", {{{kMagic, kVersion, 1, 1}, 1}, {{5}, 1}}},
+        {"DescriptorsTwice", {{{kMagic, kVersion}, 1}, {{1, 1, 5}, 1}}},
+        {"CredentialsBesideDescriptors", {{{kMagic, kVersion, 1, 1, 5}, 1}}, -EBADMSG, true},
+};
+
+INSTANTIATE_TEST_SUITE_P(Messages, Malformed, testing::ValuesIn(kBadMessages),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+TEST(Transport, DescriptorsThatTheProcessCannotHoldCountAsAFailure) {
+    const Connection connection;
+    const OwnedHandle sent(newHandle(4, {1}));
+    ASSERT_EQ(send_handle(connection.sender.get(), sent.get()), 0);
+    const size_t before = openDescriptors();
+    rlimit old{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &old), 0);
+    const int lowestFree = dup(0);
+    close(lowestFree);
+    const rlimit tight{static_cast<rlim_t>(lowestFree) + 2, old.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &tight), 0);
+    const auto result = receive_handle(connection.receiver.get());
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &old), 0);
+    EXPECT_EQ(result.error, -EBADMSG);
+    EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST(Transport, AMessageMayArriveByteByByteAcrossSignals) {
+    const Connection connection;
+    struct sigaction action {
+    }, oldAction{};
+    action.sa_handler = [](int) {};
+    sigaction(SIGALRM, &action, &oldAction);  // without SA_RESTART: waits are interrupted
+    const itimerval often{{0, 1000}, {0, 1000}}, never{};
+    setitimer(ITIMER_REAL, &often, nullptr);
+
+    std::thread sender([socket = connection.sender.get()] {
+        sigset_t alarm;
+        sigemptyset(&alarm);
+        sigaddset(&alarm, SIGALRM);
+        pthread_sigmask(SIG_BLOCK, &alarm, nullptr);
+        const uint32_t words[] = {kMagic, kVersion, 0, 2, 3, 4};
+        for (size_t i = 0; i < sizeof(words); ++i) {
+            usleep(2000);
+            EXPECT_EQ(send(socket, reinterpret_cast<const char*>(words) + i, 1, 0), 1);
+        }
+    });
+    const auto result = receive_handle(connection.receiver.get());
+    sender.join();
+    setitimer(ITIMER_REAL, &never, nullptr);
+    sigaction(SIGALRM, &oldAction, nullptr);
+    ASSERT_TRUE(result.ok()) << result.error;
+    EXPECT_EQ(OwnedHandle(result.value).ints(), (std::vector<int>{3, 4}));
+}
+
+TEST(Transport, ASilentPeerEndsTheWaitWhenALimitIsSet) {
+    const Connection connection;
+    using std::chrono::milliseconds;
+    EXPECT_EQ(host::set_timeout(connection.receiver.get(), milliseconds(-1)), -EINVAL);
+    EXPECT_EQ(host::set_timeout(-1, milliseconds(1)), -EBADF);
+    ASSERT_EQ(host::set_timeout(connection.receiver.get(), milliseconds(20)), 0);
+    EXPECT_EQ(receive_handle(connection.receiver.get()).error, -EAGAIN);
+    sendPiece(connection.sender.get(), {{kMagic, kVersion, 1, 1}, 1});
+    const size_t before = openDescriptors();
+    EXPECT_EQ(receive_handle(connection.receiver.get()).error, -EAGAIN);
+    EXPECT_EQ(openDescriptors(), before);
+}
+
+}  // namespace
+}  // namespace zelkcam::test
