@@ -34,186 +34,109 @@ namespace gralloc4 {
 #define GRALLOC4_PLANE_LAYOUT_COMPONENT_TYPE \
     "android.hardware.graphics.common.PlaneLayoutComponentType"
 
+namespace details {
+
+namespace common = ::aidl::android::hardware::graphics::common;
+using ::android::hardware::graphics::common::V1_2::PixelFormat;
+using ::android::hardware::graphics::mapper::V4_0::IMapper;
+using Bytes = ::android::hardware::hidl_vec<uint8_t>;
+
+inline IMapper::MetadataType standard(common::StandardMetadataType type) {
+    return {GRALLOC4_STANDARD_METADATA_TYPE, static_cast<int64_t>(type)};
+}
+
+template <typename E>
+common::ExtendableType extendable(const char* name, E value) {
+    return {name, static_cast<int64_t>(value)};
+}
+
+}  // namespace details
+
 // The standard metadata types and extendable values by name. One object in every source file that
 // includes this header.
-static const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType
-        MetadataType_BufferId = {GRALLOC4_STANDARD_METADATA_TYPE,
-                                 static_cast<int64_t>(::aidl::android::hardware::graphics::common::
-                                                              StandardMetadataType::BUFFER_ID)};
-static const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType MetadataType_Name =
-        {GRALLOC4_STANDARD_METADATA_TYPE,
-         static_cast<int64_t>(
-                 ::aidl::android::hardware::graphics::common::StandardMetadataType::NAME)};
-static const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType MetadataType_Width =
-        {GRALLOC4_STANDARD_METADATA_TYPE,
-         static_cast<int64_t>(
-                 ::aidl::android::hardware::graphics::common::StandardMetadataType::WIDTH)};
-static const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType
-        MetadataType_Height = {
-                GRALLOC4_STANDARD_METADATA_TYPE,
-                static_cast<int64_t>(
-                        ::aidl::android::hardware::graphics::common::StandardMetadataType::HEIGHT)};
-static const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType
-        MetadataType_LayerCount = {
-                GRALLOC4_STANDARD_METADATA_TYPE,
-                static_cast<int64_t>(::aidl::android::hardware::graphics::common::
-                                             StandardMetadataType::LAYER_COUNT)};
-static const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType
-        MetadataType_PixelFormatRequested = {
-                GRALLOC4_STANDARD_METADATA_TYPE,
-                static_cast<int64_t>(::aidl::android::hardware::graphics::common::
-                                             StandardMetadataType::PIXEL_FORMAT_REQUESTED)};
-static const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType
-        MetadataType_PixelFormatFourCC = {
-                GRALLOC4_STANDARD_METADATA_TYPE,
-                static_cast<int64_t>(::aidl::android::hardware::graphics::common::
-                                             StandardMetadataType::PIXEL_FORMAT_FOURCC)};
-static const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType
-        MetadataType_PixelFormatModifier = {
-                GRALLOC4_STANDARD_METADATA_TYPE,
-                static_cast<int64_t>(::aidl::android::hardware::graphics::common::
-                                             StandardMetadataType::PIXEL_FORMAT_MODIFIER)};
-static const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType MetadataType_Usage =
-        {GRALLOC4_STANDARD_METADATA_TYPE,
-         static_cast<int64_t>(
-                 ::aidl::android::hardware::graphics::common::StandardMetadataType::USAGE)};
-static const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType
-        MetadataType_AllocationSize = {
-                GRALLOC4_STANDARD_METADATA_TYPE,
-                static_cast<int64_t>(::aidl::android::hardware::graphics::common::
-                                             StandardMetadataType::ALLOCATION_SIZE)};
-static const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType
-        MetadataType_ProtectedContent = {
-                GRALLOC4_STANDARD_METADATA_TYPE,
-                static_cast<int64_t>(::aidl::android::hardware::graphics::common::
-                                             StandardMetadataType::PROTECTED_CONTENT)};
-static const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType
-        MetadataType_Compression = {
-                GRALLOC4_STANDARD_METADATA_TYPE,
-                static_cast<int64_t>(::aidl::android::hardware::graphics::common::
-                                             StandardMetadataType::COMPRESSION)};
-static const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType
-        MetadataType_Interlaced = {
-                GRALLOC4_STANDARD_METADATA_TYPE,
-                static_cast<int64_t>(::aidl::android::hardware::graphics::common::
-                                             StandardMetadataType::INTERLACED)};
-static const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType
-        MetadataType_ChromaSiting = {
-                GRALLOC4_STANDARD_METADATA_TYPE,
-                static_cast<int64_t>(::aidl::android::hardware::graphics::common::
-                                             StandardMetadataType::CHROMA_SITING)};
-static const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType
-        MetadataType_PlaneLayouts = {
-                GRALLOC4_STANDARD_METADATA_TYPE,
-                static_cast<int64_t>(::aidl::android::hardware::graphics::common::
-                                             StandardMetadataType::PLANE_LAYOUTS)};
-static const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType MetadataType_Crop =
-        {GRALLOC4_STANDARD_METADATA_TYPE,
-         static_cast<int64_t>(
-                 ::aidl::android::hardware::graphics::common::StandardMetadataType::CROP)};
-static const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType
-        MetadataType_Dataspace = {GRALLOC4_STANDARD_METADATA_TYPE,
-                                  static_cast<int64_t>(::aidl::android::hardware::graphics::common::
-                                                               StandardMetadataType::DATASPACE)};
-static const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType
-        MetadataType_BlendMode = {GRALLOC4_STANDARD_METADATA_TYPE,
-                                  static_cast<int64_t>(::aidl::android::hardware::graphics::common::
-                                                               StandardMetadataType::BLEND_MODE)};
-static const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType
-        MetadataType_Smpte2086 = {GRALLOC4_STANDARD_METADATA_TYPE,
-                                  static_cast<int64_t>(::aidl::android::hardware::graphics::common::
-                                                               StandardMetadataType::SMPTE2086)};
-static const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType
-        MetadataType_Cta861_3 = {GRALLOC4_STANDARD_METADATA_TYPE,
-                                 static_cast<int64_t>(::aidl::android::hardware::graphics::common::
-                                                              StandardMetadataType::CTA861_3)};
-static const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType
-        MetadataType_Smpte2094_40 = {
-                GRALLOC4_STANDARD_METADATA_TYPE,
-                static_cast<int64_t>(::aidl::android::hardware::graphics::common::
-                                             StandardMetadataType::SMPTE2094_40)};
-static const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType
-        MetadataType_Smpte2094_10 = {
-                GRALLOC4_STANDARD_METADATA_TYPE,
-                static_cast<int64_t>(::aidl::android::hardware::graphics::common::
-                                             StandardMetadataType::SMPTE2094_10)};
+static const details::IMapper::MetadataType MetadataType_BufferId =
+        details::standard(details::common::StandardMetadataType::BUFFER_ID);
+static const details::IMapper::MetadataType MetadataType_Name =
+        details::standard(details::common::StandardMetadataType::NAME);
+static const details::IMapper::MetadataType MetadataType_Width =
+        details::standard(details::common::StandardMetadataType::WIDTH);
+static const details::IMapper::MetadataType MetadataType_Height =
+        details::standard(details::common::StandardMetadataType::HEIGHT);
+static const details::IMapper::MetadataType MetadataType_LayerCount =
+        details::standard(details::common::StandardMetadataType::LAYER_COUNT);
+static const details::IMapper::MetadataType MetadataType_PixelFormatRequested =
+        details::standard(details::common::StandardMetadataType::PIXEL_FORMAT_REQUESTED);
+static const details::IMapper::MetadataType MetadataType_PixelFormatFourCC =
+        details::standard(details::common::StandardMetadataType::PIXEL_FORMAT_FOURCC);
+static const details::IMapper::MetadataType MetadataType_PixelFormatModifier =
+        details::standard(details::common::StandardMetadataType::PIXEL_FORMAT_MODIFIER);
+static const details::IMapper::MetadataType MetadataType_Usage =
+        details::standard(details::common::StandardMetadataType::USAGE);
+static const details::IMapper::MetadataType MetadataType_AllocationSize =
+        details::standard(details::common::StandardMetadataType::ALLOCATION_SIZE);
+static const details::IMapper::MetadataType MetadataType_ProtectedContent =
+        details::standard(details::common::StandardMetadataType::PROTECTED_CONTENT);
+static const details::IMapper::MetadataType MetadataType_Compression =
+        details::standard(details::common::StandardMetadataType::COMPRESSION);
+static const details::IMapper::MetadataType MetadataType_Interlaced =
+        details::standard(details::common::StandardMetadataType::INTERLACED);
+static const details::IMapper::MetadataType MetadataType_ChromaSiting =
+        details::standard(details::common::StandardMetadataType::CHROMA_SITING);
+static const details::IMapper::MetadataType MetadataType_PlaneLayouts =
+        details::standard(details::common::StandardMetadataType::PLANE_LAYOUTS);
+static const details::IMapper::MetadataType MetadataType_Crop =
+        details::standard(details::common::StandardMetadataType::CROP);
+static const details::IMapper::MetadataType MetadataType_Dataspace =
+        details::standard(details::common::StandardMetadataType::DATASPACE);
+static const details::IMapper::MetadataType MetadataType_BlendMode =
+        details::standard(details::common::StandardMetadataType::BLEND_MODE);
+static const details::IMapper::MetadataType MetadataType_Smpte2086 =
+        details::standard(details::common::StandardMetadataType::SMPTE2086);
+static const details::IMapper::MetadataType MetadataType_Cta861_3 =
+        details::standard(details::common::StandardMetadataType::CTA861_3);
+static const details::IMapper::MetadataType MetadataType_Smpte2094_40 =
+        details::standard(details::common::StandardMetadataType::SMPTE2094_40);
+static const details::IMapper::MetadataType MetadataType_Smpte2094_10 =
+        details::standard(details::common::StandardMetadataType::SMPTE2094_10);
 
-static const ::aidl::android::hardware::graphics::common::ExtendableType Compression_None = {
-        GRALLOC4_COMPRESSION,
-        static_cast<int64_t>(::aidl::android::hardware::graphics::common::Compression::NONE)};
-static const ::aidl::android::hardware::graphics::common::ExtendableType
-        Compression_DisplayStreamCompression = {
-                GRALLOC4_COMPRESSION,
-                static_cast<int64_t>(::aidl::android::hardware::graphics::common::Compression::
-                                             DISPLAY_STREAM_COMPRESSION)};
+static const details::common::ExtendableType Compression_None =
+        details::extendable(GRALLOC4_COMPRESSION, details::common::Compression::NONE);
+static const details::common::ExtendableType Compression_DisplayStreamCompression =
+        details::extendable(GRALLOC4_COMPRESSION,
+                            details::common::Compression::DISPLAY_STREAM_COMPRESSION);
 
-static const ::aidl::android::hardware::graphics::common::ExtendableType Interlaced_None = {
-        GRALLOC4_INTERLACED,
-        static_cast<int64_t>(::aidl::android::hardware::graphics::common::Interlaced::NONE)};
-static const ::aidl::android::hardware::graphics::common::ExtendableType Interlaced_TopBottom = {
-        GRALLOC4_INTERLACED,
-        static_cast<int64_t>(::aidl::android::hardware::graphics::common::Interlaced::TOP_BOTTOM)};
-static const ::aidl::android::hardware::graphics::common::ExtendableType Interlaced_RightLeft = {
-        GRALLOC4_INTERLACED,
-        static_cast<int64_t>(::aidl::android::hardware::graphics::common::Interlaced::RIGHT_LEFT)};
+static const details::common::ExtendableType Interlaced_None =
+        details::extendable(GRALLOC4_INTERLACED, details::common::Interlaced::NONE);
+static const details::common::ExtendableType Interlaced_TopBottom =
+        details::extendable(GRALLOC4_INTERLACED, details::common::Interlaced::TOP_BOTTOM);
+static const details::common::ExtendableType Interlaced_RightLeft =
+        details::extendable(GRALLOC4_INTERLACED, details::common::Interlaced::RIGHT_LEFT);
 
-static const ::aidl::android::hardware::graphics::common::ExtendableType ChromaSiting_None = {
-        GRALLOC4_CHROMA_SITING,
-        static_cast<int64_t>(::aidl::android::hardware::graphics::common::ChromaSiting::NONE)};
-static const ::aidl::android::hardware::graphics::common::ExtendableType ChromaSiting_Unknown = {
-        GRALLOC4_CHROMA_SITING,
-        static_cast<int64_t>(::aidl::android::hardware::graphics::common::ChromaSiting::UNKNOWN)};
-static const ::aidl::android::hardware::graphics::common::ExtendableType
-        ChromaSiting_SitedInterstitial = {
-                GRALLOC4_CHROMA_SITING,
-                static_cast<int64_t>(::aidl::android::hardware::graphics::common::ChromaSiting::
-                                             SITED_INTERSTITIAL)};
-static const ::aidl::android::hardware::graphics::common::ExtendableType
-        ChromaSiting_CositedHorizontal = {
-                GRALLOC4_CHROMA_SITING,
-                static_cast<int64_t>(::aidl::android::hardware::graphics::common::ChromaSiting::
-                                             COSITED_HORIZONTAL)};
+static const details::common::ExtendableType ChromaSiting_None =
+        details::extendable(GRALLOC4_CHROMA_SITING, details::common::ChromaSiting::NONE);
+static const details::common::ExtendableType ChromaSiting_Unknown =
+        details::extendable(GRALLOC4_CHROMA_SITING, details::common::ChromaSiting::UNKNOWN);
+static const details::common::ExtendableType ChromaSiting_SitedInterstitial = details::extendable(
+        GRALLOC4_CHROMA_SITING, details::common::ChromaSiting::SITED_INTERSTITIAL);
+static const details::common::ExtendableType ChromaSiting_CositedHorizontal = details::extendable(
+        GRALLOC4_CHROMA_SITING, details::common::ChromaSiting::COSITED_HORIZONTAL);
 
-static const ::aidl::android::hardware::graphics::common::ExtendableType
-        PlaneLayoutComponentType_Y = {
-                GRALLOC4_PLANE_LAYOUT_COMPONENT_TYPE,
-                static_cast<int64_t>(
-                        ::aidl::android::hardware::graphics::common::PlaneLayoutComponentType::Y)};
-static const ::aidl::android::hardware::graphics::common::ExtendableType
-        PlaneLayoutComponentType_CB = {
-                GRALLOC4_PLANE_LAYOUT_COMPONENT_TYPE,
-                static_cast<int64_t>(
-                        ::aidl::android::hardware::graphics::common::PlaneLayoutComponentType::CB)};
-static const ::aidl::android::hardware::graphics::common::ExtendableType
-        PlaneLayoutComponentType_CR = {
-                GRALLOC4_PLANE_LAYOUT_COMPONENT_TYPE,
-                static_cast<int64_t>(
-                        ::aidl::android::hardware::graphics::common::PlaneLayoutComponentType::CR)};
-static const ::aidl::android::hardware::graphics::common::ExtendableType
-        PlaneLayoutComponentType_R = {
-                GRALLOC4_PLANE_LAYOUT_COMPONENT_TYPE,
-                static_cast<int64_t>(
-                        ::aidl::android::hardware::graphics::common::PlaneLayoutComponentType::R)};
-static const ::aidl::android::hardware::graphics::common::ExtendableType
-        PlaneLayoutComponentType_G = {
-                GRALLOC4_PLANE_LAYOUT_COMPONENT_TYPE,
-                static_cast<int64_t>(
-                        ::aidl::android::hardware::graphics::common::PlaneLayoutComponentType::G)};
-static const ::aidl::android::hardware::graphics::common::ExtendableType
-        PlaneLayoutComponentType_B = {
-                GRALLOC4_PLANE_LAYOUT_COMPONENT_TYPE,
-                static_cast<int64_t>(
-                        ::aidl::android::hardware::graphics::common::PlaneLayoutComponentType::B)};
-static const ::aidl::android::hardware::graphics::common::ExtendableType
-        PlaneLayoutComponentType_A = {
-                GRALLOC4_PLANE_LAYOUT_COMPONENT_TYPE,
-                static_cast<int64_t>(
-                        ::aidl::android::hardware::graphics::common::PlaneLayoutComponentType::A)};
-static const ::aidl::android::hardware::graphics::common::ExtendableType
-        PlaneLayoutComponentType_RAW = {
-                GRALLOC4_PLANE_LAYOUT_COMPONENT_TYPE,
-                static_cast<int64_t>(::aidl::android::hardware::graphics::common::
-                                             PlaneLayoutComponentType::RAW)};
+static const details::common::ExtendableType PlaneLayoutComponentType_Y = details::extendable(
+        GRALLOC4_PLANE_LAYOUT_COMPONENT_TYPE, details::common::PlaneLayoutComponentType::Y);
+static const details::common::ExtendableType PlaneLayoutComponentType_CB = details::extendable(
+        GRALLOC4_PLANE_LAYOUT_COMPONENT_TYPE, details::common::PlaneLayoutComponentType::CB);
+static const details::common::ExtendableType PlaneLayoutComponentType_CR = details::extendable(
+        GRALLOC4_PLANE_LAYOUT_COMPONENT_TYPE, details::common::PlaneLayoutComponentType::CR);
+static const details::common::ExtendableType PlaneLayoutComponentType_R = details::extendable(
+        GRALLOC4_PLANE_LAYOUT_COMPONENT_TYPE, details::common::PlaneLayoutComponentType::R);
+static const details::common::ExtendableType PlaneLayoutComponentType_G = details::extendable(
+        GRALLOC4_PLANE_LAYOUT_COMPONENT_TYPE, details::common::PlaneLayoutComponentType::G);
+static const details::common::ExtendableType PlaneLayoutComponentType_B = details::extendable(
+        GRALLOC4_PLANE_LAYOUT_COMPONENT_TYPE, details::common::PlaneLayoutComponentType::B);
+static const details::common::ExtendableType PlaneLayoutComponentType_A = details::extendable(
+        GRALLOC4_PLANE_LAYOUT_COMPONENT_TYPE, details::common::PlaneLayoutComponentType::A);
+static const details::common::ExtendableType PlaneLayoutComponentType_RAW = details::extendable(
+        GRALLOC4_PLANE_LAYOUT_COMPONENT_TYPE, details::common::PlaneLayoutComponentType::RAW);
 
 // Encoding and decoding. Every value but the buffer description starts with the name and number of
 // its metadata type. NO_ERROR on success; BAD_VALUE for a null output, for bytes of another type,
@@ -221,238 +144,166 @@ static const ::aidl::android::hardware::graphics::common::ExtendableType
 // which is NO_ERROR and leaves it as it was. An optional decodes from no bytes as absent. Pure
 // functions: safe on any thread.
 
-::android::status_t encodeBufferDescriptorInfo(
-        const ::android::hardware::graphics::mapper::V4_0::IMapper::BufferDescriptorInfo&
-                bufferDescriptorInfo,
-        ::android::hardware::hidl_vec<uint8_t>* output);
-::android::status_t decodeBufferDescriptorInfo(
-        const ::android::hardware::hidl_vec<uint8_t>& bufferDescriptorInfo,
-        ::android::hardware::graphics::mapper::V4_0::IMapper::BufferDescriptorInfo*
-                outBufferDescriptorInfo);
+status_t encodeBufferDescriptorInfo(
+        const details::IMapper::BufferDescriptorInfo& bufferDescriptorInfo, details::Bytes* output);
+status_t decodeBufferDescriptorInfo(
+        const details::Bytes& bufferDescriptorInfo,
+        details::IMapper::BufferDescriptorInfo* outBufferDescriptorInfo);
 
-::android::status_t encodeBufferId(uint64_t bufferId,
-                                   ::android::hardware::hidl_vec<uint8_t>* outBufferId);
-::android::status_t decodeBufferId(const ::android::hardware::hidl_vec<uint8_t>& bufferId,
-                                   uint64_t* outBufferId);
+status_t encodeBufferId(uint64_t bufferId, details::Bytes* outBufferId);
+status_t decodeBufferId(const details::Bytes& bufferId, uint64_t* outBufferId);
 
-::android::status_t encodeName(const std::string& name,
-                               ::android::hardware::hidl_vec<uint8_t>* outName);
-::android::status_t decodeName(const ::android::hardware::hidl_vec<uint8_t>& name,
-                               std::string* outName);
+status_t encodeName(const std::string& name, details::Bytes* outName);
+status_t decodeName(const details::Bytes& name, std::string* outName);
 
-::android::status_t encodeWidth(uint64_t width, ::android::hardware::hidl_vec<uint8_t>* outWidth);
-::android::status_t decodeWidth(const ::android::hardware::hidl_vec<uint8_t>& width,
-                                uint64_t* outWidth);
+status_t encodeWidth(uint64_t width, details::Bytes* outWidth);
+status_t decodeWidth(const details::Bytes& width, uint64_t* outWidth);
 
-::android::status_t encodeHeight(uint64_t height,
-                                 ::android::hardware::hidl_vec<uint8_t>* outHeight);
-::android::status_t decodeHeight(const ::android::hardware::hidl_vec<uint8_t>& height,
-                                 uint64_t* outHeight);
+status_t encodeHeight(uint64_t height, details::Bytes* outHeight);
+status_t decodeHeight(const details::Bytes& height, uint64_t* outHeight);
 
-::android::status_t encodeLayerCount(uint64_t layerCount,
-                                     ::android::hardware::hidl_vec<uint8_t>* outLayerCount);
-::android::status_t decodeLayerCount(const ::android::hardware::hidl_vec<uint8_t>& layerCount,
-                                     uint64_t* outLayerCount);
+status_t encodeLayerCount(uint64_t layerCount, details::Bytes* outLayerCount);
+status_t decodeLayerCount(const details::Bytes& layerCount, uint64_t* outLayerCount);
 
-::android::status_t encodePixelFormatRequested(
-        const ::android::hardware::graphics::common::V1_2::PixelFormat& pixelFormatRequested,
-        ::android::hardware::hidl_vec<uint8_t>* outPixelFormatRequested);
-::android::status_t decodePixelFormatRequested(
-        const ::android::hardware::hidl_vec<uint8_t>& pixelFormatRequested,
-        ::android::hardware::graphics::common::V1_2::PixelFormat* outPixelFormatRequested);
+status_t encodePixelFormatRequested(const details::PixelFormat& pixelFormatRequested,
+                                    details::Bytes* outPixelFormatRequested);
+status_t decodePixelFormatRequested(const details::Bytes& pixelFormatRequested,
+                                    details::PixelFormat* outPixelFormatRequested);
 
-::android::status_t encodePixelFormatFourCC(
-        uint32_t pixelFormatFourCC, ::android::hardware::hidl_vec<uint8_t>* outPixelFormatFourCC);
-::android::status_t decodePixelFormatFourCC(
-        const ::android::hardware::hidl_vec<uint8_t>& pixelFormatFourCC,
-        uint32_t* outPixelFormatFourCC);
+status_t encodePixelFormatFourCC(uint32_t pixelFormatFourCC, details::Bytes* outPixelFormatFourCC);
+status_t decodePixelFormatFourCC(const details::Bytes& pixelFormatFourCC,
+                                 uint32_t* outPixelFormatFourCC);
 
-::android::status_t encodePixelFormatModifier(
-        uint64_t pixelFormatModifier,
-        ::android::hardware::hidl_vec<uint8_t>* outPixelFormatModifier);
-::android::status_t decodePixelFormatModifier(
-        const ::android::hardware::hidl_vec<uint8_t>& pixelFormatModifier,
-        uint64_t* outPixelFormatModifier);
+status_t encodePixelFormatModifier(uint64_t pixelFormatModifier,
+                                   details::Bytes* outPixelFormatModifier);
+status_t decodePixelFormatModifier(const details::Bytes& pixelFormatModifier,
+                                   uint64_t* outPixelFormatModifier);
 
-::android::status_t encodeUsage(uint64_t usage, ::android::hardware::hidl_vec<uint8_t>* outUsage);
-::android::status_t decodeUsage(const ::android::hardware::hidl_vec<uint8_t>& usage,
-                                uint64_t* outUsage);
+status_t encodeUsage(uint64_t usage, details::Bytes* outUsage);
+status_t decodeUsage(const details::Bytes& usage, uint64_t* outUsage);
 
-::android::status_t encodeAllocationSize(uint64_t allocationSize,
-                                         ::android::hardware::hidl_vec<uint8_t>* outAllocationSize);
-::android::status_t decodeAllocationSize(
-        const ::android::hardware::hidl_vec<uint8_t>& allocationSize, uint64_t* outAllocationSize);
+status_t encodeAllocationSize(uint64_t allocationSize, details::Bytes* outAllocationSize);
+status_t decodeAllocationSize(const details::Bytes& allocationSize, uint64_t* outAllocationSize);
 
-::android::status_t encodeProtectedContent(
-        uint64_t protectedContent, ::android::hardware::hidl_vec<uint8_t>* outProtectedContent);
-::android::status_t decodeProtectedContent(
-        const ::android::hardware::hidl_vec<uint8_t>& protectedContent,
-        uint64_t* outProtectedContent);
+status_t encodeProtectedContent(uint64_t protectedContent, details::Bytes* outProtectedContent);
+status_t decodeProtectedContent(const details::Bytes& protectedContent,
+                                uint64_t* outProtectedContent);
 
-::android::status_t encodeCompression(
-        const ::aidl::android::hardware::graphics::common::ExtendableType& compression,
-        ::android::hardware::hidl_vec<uint8_t>* outCompression);
-::android::status_t decodeCompression(
-        const ::android::hardware::hidl_vec<uint8_t>& compression,
-        ::aidl::android::hardware::graphics::common::ExtendableType* outCompression);
+status_t encodeCompression(const details::common::ExtendableType& compression,
+                           details::Bytes* outCompression);
+status_t decodeCompression(const details::Bytes& compression,
+                           details::common::ExtendableType* outCompression);
 
-::android::status_t encodeInterlaced(
-        const ::aidl::android::hardware::graphics::common::ExtendableType& interlaced,
-        ::android::hardware::hidl_vec<uint8_t>* outInterlaced);
-::android::status_t decodeInterlaced(
-        const ::android::hardware::hidl_vec<uint8_t>& interlaced,
-        ::aidl::android::hardware::graphics::common::ExtendableType* outInterlaced);
+status_t encodeInterlaced(const details::common::ExtendableType& interlaced,
+                          details::Bytes* outInterlaced);
+status_t decodeInterlaced(const details::Bytes& interlaced,
+                          details::common::ExtendableType* outInterlaced);
 
-::android::status_t encodeChromaSiting(
-        const ::aidl::android::hardware::graphics::common::ExtendableType& chromaSiting,
-        ::android::hardware::hidl_vec<uint8_t>* outChromaSiting);
-::android::status_t decodeChromaSiting(
-        const ::android::hardware::hidl_vec<uint8_t>& chromaSiting,
-        ::aidl::android::hardware::graphics::common::ExtendableType* outChromaSiting);
+status_t encodeChromaSiting(const details::common::ExtendableType& chromaSiting,
+                            details::Bytes* outChromaSiting);
+status_t decodeChromaSiting(const details::Bytes& chromaSiting,
+                            details::common::ExtendableType* outChromaSiting);
 
 // Decoding appends to the vector. On BAD_VALUE for bytes that end early the planes read so far
 // stay in it; for bytes left over it is cleared. The pointer must not be null.
-::android::status_t encodePlaneLayouts(
-        const std::vector<::aidl::android::hardware::graphics::common::PlaneLayout>& planeLayouts,
-        ::android::hardware::hidl_vec<uint8_t>* outPlaneLayouts);
-::android::status_t decodePlaneLayouts(
-        const ::android::hardware::hidl_vec<uint8_t>& planeLayouts,
-        std::vector<::aidl::android::hardware::graphics::common::PlaneLayout>* outPlaneLayouts);
+status_t encodePlaneLayouts(const std::vector<details::common::PlaneLayout>& planeLayouts,
+                            details::Bytes* outPlaneLayouts);
+status_t decodePlaneLayouts(const details::Bytes& planeLayouts,
+                            std::vector<details::common::PlaneLayout>* outPlaneLayouts);
 
-::android::status_t encodeCrop(
-        const std::vector<::aidl::android::hardware::graphics::common::Rect>& crop,
-        ::android::hardware::hidl_vec<uint8_t>* outCrop);
-::android::status_t decodeCrop(
-        const ::android::hardware::hidl_vec<uint8_t>& crop,
-        std::vector<::aidl::android::hardware::graphics::common::Rect>* outCrop);
+status_t encodeCrop(const std::vector<details::common::Rect>& crop, details::Bytes* outCrop);
+status_t decodeCrop(const details::Bytes& crop, std::vector<details::common::Rect>* outCrop);
 
-::android::status_t encodeDataspace(
-        const ::aidl::android::hardware::graphics::common::Dataspace& dataspace,
-        ::android::hardware::hidl_vec<uint8_t>* outDataspace);
-::android::status_t decodeDataspace(
-        const ::android::hardware::hidl_vec<uint8_t>& dataspace,
-        ::aidl::android::hardware::graphics::common::Dataspace* outDataspace);
+status_t encodeDataspace(const details::common::Dataspace& dataspace, details::Bytes* outDataspace);
+status_t decodeDataspace(const details::Bytes& dataspace, details::common::Dataspace* outDataspace);
 
-::android::status_t encodeBlendMode(
-        const ::aidl::android::hardware::graphics::common::BlendMode& blendMode,
-        ::android::hardware::hidl_vec<uint8_t>* outBlendMode);
-::android::status_t decodeBlendMode(
-        const ::android::hardware::hidl_vec<uint8_t>& blendMode,
-        ::aidl::android::hardware::graphics::common::BlendMode* outBlendMode);
+status_t encodeBlendMode(const details::common::BlendMode& blendMode, details::Bytes* outBlendMode);
+status_t decodeBlendMode(const details::Bytes& blendMode, details::common::BlendMode* outBlendMode);
 
-::android::status_t encodeSmpte2086(
-        const std::optional<::aidl::android::hardware::graphics::common::Smpte2086>& smpte2086,
-        ::android::hardware::hidl_vec<uint8_t>* outSmpte2086);
-::android::status_t decodeSmpte2086(
-        const ::android::hardware::hidl_vec<uint8_t>& smpte2086,
-        std::optional<::aidl::android::hardware::graphics::common::Smpte2086>* outSmpte2086);
+status_t encodeSmpte2086(const std::optional<details::common::Smpte2086>& smpte2086,
+                         details::Bytes* outSmpte2086);
+status_t decodeSmpte2086(const details::Bytes& smpte2086,
+                         std::optional<details::common::Smpte2086>* outSmpte2086);
 
-::android::status_t encodeCta861_3(
-        const std::optional<::aidl::android::hardware::graphics::common::Cta861_3>& cta861_3,
-        ::android::hardware::hidl_vec<uint8_t>* outCta861_3);
-::android::status_t decodeCta861_3(
-        const ::android::hardware::hidl_vec<uint8_t>& cta861_3,
-        std::optional<::aidl::android::hardware::graphics::common::Cta861_3>* outCta861_3);
+status_t encodeCta861_3(const std::optional<details::common::Cta861_3>& cta861_3,
+                        details::Bytes* outCta861_3);
+status_t decodeCta861_3(const details::Bytes& cta861_3,
+                        std::optional<details::common::Cta861_3>* outCta861_3);
 
-::android::status_t encodeSmpte2094_40(const std::optional<std::vector<uint8_t>>& smpte2094_40,
-                                       ::android::hardware::hidl_vec<uint8_t>* outSmpte2094_40);
-::android::status_t decodeSmpte2094_40(const ::android::hardware::hidl_vec<uint8_t>& smpte2094_40,
-                                       std::optional<std::vector<uint8_t>>* outSmpte2094_40);
+status_t encodeSmpte2094_40(const std::optional<std::vector<uint8_t>>& smpte2094_40,
+                            details::Bytes* outSmpte2094_40);
+status_t decodeSmpte2094_40(const details::Bytes& smpte2094_40,
+                            std::optional<std::vector<uint8_t>>* outSmpte2094_40);
 
-::android::status_t encodeSmpte2094_10(const std::optional<std::vector<uint8_t>>& smpte2094_10,
-                                       ::android::hardware::hidl_vec<uint8_t>* outSmpte2094_10);
-::android::status_t decodeSmpte2094_10(const ::android::hardware::hidl_vec<uint8_t>& smpte2094_10,
-                                       std::optional<std::vector<uint8_t>>* outSmpte2094_10);
+status_t encodeSmpte2094_10(const std::optional<std::vector<uint8_t>>& smpte2094_10,
+                            details::Bytes* outSmpte2094_10);
+status_t decodeSmpte2094_10(const details::Bytes& smpte2094_10,
+                            std::optional<std::vector<uint8_t>>* outSmpte2094_10);
 
 // Values of any other type under that type's own name and number.
-::android::status_t encodeUint32(
-        const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType& metadataType,
-        uint32_t input, ::android::hardware::hidl_vec<uint8_t>* output);
-::android::status_t decodeUint32(
-        const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType& metadataType,
-        const ::android::hardware::hidl_vec<uint8_t>& input, uint32_t* output);
+status_t encodeUint32(const details::IMapper::MetadataType& metadataType, uint32_t input,
+                      details::Bytes* output);
+status_t decodeUint32(const details::IMapper::MetadataType& metadataType,
+                      const details::Bytes& input, uint32_t* output);
 
-::android::status_t encodeInt32(
-        const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType& metadataType,
-        int32_t input, ::android::hardware::hidl_vec<uint8_t>* output);
-::android::status_t decodeInt32(
-        const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType& metadataType,
-        const ::android::hardware::hidl_vec<uint8_t>& input, int32_t* output);
+status_t encodeInt32(const details::IMapper::MetadataType& metadataType, int32_t input,
+                     details::Bytes* output);
+status_t decodeInt32(const details::IMapper::MetadataType& metadataType,
+                     const details::Bytes& input, int32_t* output);
 
-::android::status_t encodeUint64(
-        const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType& metadataType,
-        uint64_t input, ::android::hardware::hidl_vec<uint8_t>* output);
-::android::status_t decodeUint64(
-        const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType& metadataType,
-        const ::android::hardware::hidl_vec<uint8_t>& input, uint64_t* output);
+status_t encodeUint64(const details::IMapper::MetadataType& metadataType, uint64_t input,
+                      details::Bytes* output);
+status_t decodeUint64(const details::IMapper::MetadataType& metadataType,
+                      const details::Bytes& input, uint64_t* output);
 
-::android::status_t encodeInt64(
-        const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType& metadataType,
-        int64_t input, ::android::hardware::hidl_vec<uint8_t>* output);
-::android::status_t decodeInt64(
-        const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType& metadataType,
-        const ::android::hardware::hidl_vec<uint8_t>& input, int64_t* output);
+status_t encodeInt64(const details::IMapper::MetadataType& metadataType, int64_t input,
+                     details::Bytes* output);
+status_t decodeInt64(const details::IMapper::MetadataType& metadataType,
+                     const details::Bytes& input, int64_t* output);
 
-::android::status_t encodeFloat(
-        const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType& metadataType,
-        float input, ::android::hardware::hidl_vec<uint8_t>* output);
-::android::status_t decodeFloat(
-        const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType& metadataType,
-        const ::android::hardware::hidl_vec<uint8_t>& input, float* output);
+status_t encodeFloat(const details::IMapper::MetadataType& metadataType, float input,
+                     details::Bytes* output);
+status_t decodeFloat(const details::IMapper::MetadataType& metadataType,
+                     const details::Bytes& input, float* output);
 
-::android::status_t encodeDouble(
-        const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType& metadataType,
-        double input, ::android::hardware::hidl_vec<uint8_t>* output);
-::android::status_t decodeDouble(
-        const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType& metadataType,
-        const ::android::hardware::hidl_vec<uint8_t>& input, double* output);
+status_t encodeDouble(const details::IMapper::MetadataType& metadataType, double input,
+                      details::Bytes* output);
+status_t decodeDouble(const details::IMapper::MetadataType& metadataType,
+                      const details::Bytes& input, double* output);
 
-::android::status_t encodeString(
-        const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType& metadataType,
-        const std::string& input, ::android::hardware::hidl_vec<uint8_t>* output);
-::android::status_t decodeString(
-        const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType& metadataType,
-        const ::android::hardware::hidl_vec<uint8_t>& input, std::string* output);
+status_t encodeString(const details::IMapper::MetadataType& metadataType, const std::string& input,
+                      details::Bytes* output);
+status_t decodeString(const details::IMapper::MetadataType& metadataType,
+                      const details::Bytes& input, std::string* output);
 
 // Whether the name is the standard's. Only as many characters are compared as the given name has:
 // every beginning of the standard name, and the empty name, count as standard. The value is not
 // looked at.
-bool isStandardMetadataType(
-        const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType& metadataType);
-bool isStandardCompression(
-        const ::aidl::android::hardware::graphics::common::ExtendableType& compression);
-bool isStandardInterlaced(
-        const ::aidl::android::hardware::graphics::common::ExtendableType& interlaced);
-bool isStandardChromaSiting(
-        const ::aidl::android::hardware::graphics::common::ExtendableType& chromaSiting);
+bool isStandardMetadataType(const details::IMapper::MetadataType& metadataType);
+bool isStandardCompression(const details::common::ExtendableType& compression);
+bool isStandardInterlaced(const details::common::ExtendableType& interlaced);
+bool isStandardChromaSiting(const details::common::ExtendableType& chromaSiting);
 bool isStandardPlaneLayoutComponentType(
-        const ::aidl::android::hardware::graphics::common::ExtendableType&
-                planeLayoutComponentType);
+        const details::common::ExtendableType& planeLayoutComponentType);
 
 // The value as the standard's enumeration; it may be no enumerator.
-::aidl::android::hardware::graphics::common::StandardMetadataType getStandardMetadataTypeValue(
-        const ::android::hardware::graphics::mapper::V4_0::IMapper::MetadataType& metadataType);
-::aidl::android::hardware::graphics::common::Compression getStandardCompressionValue(
-        const ::aidl::android::hardware::graphics::common::ExtendableType& compression);
-::aidl::android::hardware::graphics::common::Interlaced getStandardInterlacedValue(
-        const ::aidl::android::hardware::graphics::common::ExtendableType& interlaced);
-::aidl::android::hardware::graphics::common::ChromaSiting getStandardChromaSitingValue(
-        const ::aidl::android::hardware::graphics::common::ExtendableType& chromaSiting);
-::aidl::android::hardware::graphics::common::PlaneLayoutComponentType
-getStandardPlaneLayoutComponentTypeValue(
-        const ::aidl::android::hardware::graphics::common::ExtendableType&
-                planeLayoutComponentType);
+details::common::StandardMetadataType getStandardMetadataTypeValue(
+        const details::IMapper::MetadataType& metadataType);
+details::common::Compression getStandardCompressionValue(
+        const details::common::ExtendableType& compression);
+details::common::Interlaced getStandardInterlacedValue(
+        const details::common::ExtendableType& interlaced);
+details::common::ChromaSiting getStandardChromaSitingValue(
+        const details::common::ExtendableType& chromaSiting);
+details::common::PlaneLayoutComponentType getStandardPlaneLayoutComponentTypeValue(
+        const details::common::ExtendableType& planeLayoutComponentType);
 
 // A text for logs: the standard value's, or name, '#' and number of a foreign one.
-std::string getCompressionName(
-        const ::aidl::android::hardware::graphics::common::ExtendableType& compression);
-std::string getInterlacedName(
-        const ::aidl::android::hardware::graphics::common::ExtendableType& interlaced);
-std::string getChromaSitingName(
-        const ::aidl::android::hardware::graphics::common::ExtendableType& chromaSiting);
+std::string getCompressionName(const details::common::ExtendableType& compression);
+std::string getInterlacedName(const details::common::ExtendableType& interlaced);
+std::string getChromaSitingName(const details::common::ExtendableType& chromaSiting);
 std::string getPlaneLayoutComponentTypeName(
-        const ::aidl::android::hardware::graphics::common::ExtendableType&
-                planeLayoutComponentType);
+        const details::common::ExtendableType& planeLayoutComponentType);
 
 }  // namespace gralloc4
 }  // namespace android

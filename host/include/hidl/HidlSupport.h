@@ -73,7 +73,7 @@ struct hidl_handle {
 
     details::hidl_pointer<const native_handle_t> mHandle;
     bool mOwnsHandle;
-    uint8_t mPad[7];
+    [[maybe_unused]] uint8_t mPad[7];
 };
 
 // A text with a terminating NUL. Sixteen bytes; at most UINT32_MAX characters, more end the
@@ -115,7 +115,7 @@ struct hidl_string {
     details::hidl_pointer<const char> mBuffer;
     uint32_t mSize;
     bool mOwnsBuffer;
-    uint8_t mPad[3];
+    [[maybe_unused]] uint8_t mPad[3];
 };
 
 namespace details {
@@ -303,7 +303,7 @@ struct hidl_vec {
     details::hidl_pointer<T> mBuffer;
     uint32_t mSize;
     bool mOwnsBuffer;
-    uint8_t mPad[3];
+    [[maybe_unused]] uint8_t mPad[3];
 };
 
 // A fixed array of one dimension, laid out as the elements alone.
@@ -364,8 +364,6 @@ struct hidl_enum_range {
 
 // Texts of the value types, as generated records print their fields.
 std::string toString(const hidl_string& text);
-std::string toString(const hidl_handle& handle);
-std::string toString(void* pointer);
 inline std::string toString(bool value) {
     return value ? "true" : "false";
 }

@@ -1,0 +1,60 @@
+// The HIDL services of this process by interface and name.
+#pragma once
+
+#include <android/hidl/base/1.0/IBase.h>
+#include <android/hidl/manager/1.0/IServiceNotification.h>
+#include <hidl/HidlSupport.h>
+#include <utils/Errors.h>
+#include <utils/StrongPointer.h>
+
+#include <map>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace zelkcam::host {
+
+using HidlObject = android::sp<android::hidl::base::V1_0::IBase>;
+using HidlNotification = android::sp<android::hidl::manager::V1_0::IServiceNotification>;
+
+// Whether the object's interface chain holds the interface. Null holds none, anything else IBase.
+// A call of the chain that does not come through is the returned status.
+android::hardware::Return<bool> hidlImplements(const HidlObject& object, const char* descriptor);
+
+// Thread-safe. No lock is held while a service, an embedded default or a notification runs, so all
+// of them may call back.
+class ServiceRegistry {
+  public:
+    // The process's one registry. It is never destroyed: services may be used until the very end.
+    static ServiceRegistry& instance();
+
+    // What was registered; else the embedded default, which is remembered; else null.
+    HidlObject find(const std::string& descriptor, const std::string& name);
+
+    // Registers the object under every interface of its chain, in place of earlier ones.
+    // UNKNOWN_ERROR for an empty name and for an object that cannot tell its chain.
+    android::status_t add(const std::string& name, const HidlObject& service);
+
+    // Tells of every service of that interface and name, an empty name standing for all names;
+    // at once, as preexisting, of those that are there. False for a null notification.
+    bool watch(const std::string& descriptor, const std::string& name,
+               const HidlNotification& notification);
+
+  private:
+    using Key = std::pair<std::string, std::string>;  // descriptor, name
+
+    struct Watch {
+        Key key;
+        HidlNotification notification;
+        bool wants(const Key& service) const;
+    };
+
+    HidlObject embedded(const Key& key);
+
+    std::mutex mMutex;
+    std::map<Key, HidlObject> mServices;
+    std::vector<Watch> mWatches;
+};
+
+}  // namespace zelkcam::host
