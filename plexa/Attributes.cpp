@@ -1,0 +1,96 @@
+#include "plexa/Attributes.h"
+
+#include "platform/plexa.h"
+#include "plexa/FormatCodes.h"
+
+namespace zelkcam::plexa {
+namespace {
+
+// WIDTH, HEIGHT, ALLOCATION_SIZE and STRIDE are unsigned in the metadata.
+template <StandardMetadataType T>
+std::optional<uint64_t> readUnsigned(const Buffer& buffer) {
+    return readStandard<T>(buffer);
+}
+
+// Rows of the first plane, padding included. A plane without a row length says how many rows it
+// holds; a buffer whose planes are not described has at least those that were asked for.
+std::optional<uint64_t> readVerticalStride(const Buffer& buffer) {
+    const auto planes = readStandard<StandardMetadataType::PLANE_LAYOUTS>(buffer);
+    if (!planes) {
+        return std::nullopt;
+    }
+    if (planes->empty()) {
+        return readUnsigned<StandardMetadataType::HEIGHT>(buffer);
+    }
+    const auto& first = planes->front();
+    const int64_t rows = first.strideInBytes > 0 ? first.totalSizeInBytes / first.strideInBytes
+                                                 : first.heightInSamples;
+    return static_cast<uint64_t>(rows);
+}
+
+bool isLeftToAllocator(PixelFormat format) {
+    return format == PixelFormat::IMPLEMENTATION_DEFINED || format == PixelFormat::YCBCR_420_888;
+}
+
+std::optional<PixelFormat> chosenFormat(const Buffer& buffer) {
+    const auto requested = readStandard<StandardMetadataType::PIXEL_FORMAT_REQUESTED>(buffer);
+    if (!requested || !isLeftToAllocator(*requested)) {
+        return requested;
+    }
+    const auto fourcc = readStandard<StandardMetadataType::PIXEL_FORMAT_FOURCC>(buffer);
+    if (!fourcc) {
+        return std::nullopt;
+    }
+    // A code nobody knows leaves the request standing: whoever asks reports that format.
+    return formatOfFourcc(*fourcc).value_or(*requested);
+}
+
+std::optional<uint64_t> readFormat(const Buffer& buffer) {
+    const auto format = chosenFormat(buffer);
+    if (!format) {
+        return std::nullopt;
+    }
+    return static_cast<uint32_t>(*format);
+}
+
+std::optional<uint64_t> readUsage(const Buffer& buffer) {
+    const auto usage = readStandard<StandardMetadataType::USAGE>(buffer);
+    if (!usage) {
+        return std::nullopt;
+    }
+    return static_cast<uint32_t>(*usage);
+}
+
+// No standard metadata speaks of the flags.
+std::optional<uint64_t> noFlags(const Buffer&) {
+    return 0;
+}
+
+struct Number {
+    int attribute;
+    NumberReader read;
+};
+
+constexpr Number kNumbers[] = {
+        {PLEXA_GET_WIDTH, readUnsigned<StandardMetadataType::WIDTH>},
+        {PLEXA_GET_HEIGHT, readUnsigned<StandardMetadataType::HEIGHT>},
+        {PLEXA_GET_STRIDE, readUnsigned<StandardMetadataType::STRIDE>},
+        {PLEXA_GET_VERTICAL_STRIDE, readVerticalStride},
+        {PLEXA_GET_ALLOC_SIZE, readUnsigned<StandardMetadataType::ALLOCATION_SIZE>},
+        {PLEXA_GET_FORMAT, readFormat},
+        {PLEXA_GET_USAGE, readUsage},
+        {PLEXA_GET_BUFFER_FLAGS, noFlags},
+};
+
+}  // namespace
+
+NumberReader numberReader(int attribute) {
+    for (const Number& number : kNumbers) {
+        if (number.attribute == attribute) {
+            return number.read;
+        }
+    }
+    return nullptr;
+}
+
+}  // namespace zelkcam::plexa

@@ -1,0 +1,16 @@
+// Which Android pixel format a DRM fourcc stands for.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "platform/mapper.h"
+
+namespace zelkcam::plexa {
+
+using aidl::android::hardware::graphics::common::PixelFormat;
+
+// No value for a fourcc that no Android pixel format, or more than one, answers to.
+std::optional<PixelFormat> formatOfFourcc(uint32_t fourcc);
+
+}  // namespace zelkcam::plexa
