@@ -53,7 +53,7 @@ int32_t importAll(const Mapper& mapper, const hidl_vec<hidl_handle>& buffers, ui
 Allocator::Allocator(const Mapper& mapper)
     : mMapper(mapper), mAllocator(IAllocator::getService("default", false)) {
     if (mAllocator == nullptr)
-        LOG_FATAL("gralloc-alloc is missing ");
+        LOGF("gralloc-alloc is missing ");
 }
 
 int32_t Allocator::allocate(hidl_vec<uint8_t> descriptor, uint32_t count, uint32_t* outStride,

@@ -74,7 +74,7 @@ int32_t lockWithFence(IMapper& mapper, const native_handle* buffer, uint64_t cpu
 
 Mapper::Mapper() : mMapper(IMapper::getService("default", false)) {
     if (mMapper != nullptr && mMapper->isRemote())
-        LOG_FATAL("gralloc-mapper must be in passthrough mode");
+        LOGF("gralloc-mapper must be in passthrough mode");
 }
 
 int32_t Mapper::createDescriptor(const IMapper::BufferDescriptorInfo& descriptorInfo,

@@ -54,7 +54,7 @@ std::shared_ptr<IAllocator> AllocatorAidl::createInstance() {
 AllocatorAidl::AllocatorAidl(std::shared_ptr<IAllocator> allocator, const MapperV5& mapper)
     : mMapper(mapper), mAllocator(std::move(allocator)) {
     if (mAllocator == nullptr)
-        LOG_FATAL("gralloc-alloc is missing ");
+        LOGF("gralloc-alloc is missing ");
 }
 
 int32_t AllocatorAidl::allocate(BufferDescriptorInfo descriptorInfo, uint32_t count,

@@ -197,7 +197,7 @@ AIMapper_Error getInto(const MapperV5& mapper, const native_handle* handle, void
 
 }  // namespace
 
-// Ends the process. Unlike LOG_FATAL it asks nobody first, and it has the switchboard write out
+// Ends the process. Unlike LOGF it asks nobody first, and it has the switchboard write out
 // what it holds, this line included.
 #define FATAL_AND_FLUSH(message)                                                              \
     do {                                                                                      \
