@@ -1,0 +1,73 @@
+// Buffers as they travel: what the allocator makes and every importer finds.
+//
+// A buffer is a handle with two memfds, the pixels and the metadata, and four integers. The
+// metadata begins with a SharedImage, which does not change any more; cells for the settable values
+// and the memory reserved for clients follow.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "host/gralloc/ConstantMetadata.h"
+#include "host/gralloc/Description.h"
+#include "host/gralloc/SettableMetadata.h"
+#include "host/gralloc/SharedCell.h"
+#include "host/gralloc/SharedMemory.h"
+
+namespace zelkcam::host::gralloc {
+
+inline constexpr uint32_t kMagic = 0x424b4c5a;  // "ZLKB"
+// Counts every change of what the integers and the metadata memory hold.
+inline constexpr uint32_t kVersion = 1;
+
+// Order of the descriptors and integers in a handle.
+enum HandleFd { kPixelFd, kMetadataFd, kFdCount };
+enum HandleInt { kMagicInt, kVersionInt, kIdLowInt, kIdHighInt, kIntCount };
+
+struct SharedHeader {
+    uint32_t magic;
+    uint32_t version;
+    uint64_t bufferId;
+    uint64_t pixelInode;  // which memory the pixels are; tells mixed-up descriptors
+    Description description;
+};
+
+struct SharedImage {
+    SharedHeader header;
+    ConstantMetadata constants;
+};
+
+// Where in the metadata memory things are. The same in every buffer.
+struct SharedLayout {
+    std::array<uint32_t, kSettableRules.size()> cells;
+    uint32_t reserved;
+};
+
+constexpr SharedLayout sharedLayout() {
+    constexpr uint32_t kAlignment = 64;
+    SharedLayout layout{};
+    uint32_t end = (sizeof(SharedImage) + kAlignment - 1) / kAlignment * kAlignment;
+    for (size_t i = 0; i < kSettableRules.size(); ++i) {
+        layout.cells[i] = end;
+        end += SharedCell::footprint(kSettableRules[i].capacity());
+    }
+    layout.reserved = (end + kAlignment - 1) / kAlignment * kAlignment;
+    return layout;
+}
+
+inline constexpr SharedLayout kSharedLayout = sharedLayout();
+
+inline uint64_t metadataSize(const Description& description) {
+    return kSharedLayout.reserved + description.reservedSize;
+}
+
+struct RawBuffer {
+    ScopedFileDescriptor fds[kFdCount];
+    std::array<int32_t, kIntCount> ints;
+};
+
+// Makes a buffer for a description that check() accepted with this layout. NO_RESOURCES when the
+// process runs out of descriptors or memory.
+AIMapper_Error allocate(const Description& description, const Layout& layout, RawBuffer* out);
+
+}  // namespace zelkcam::host::gralloc

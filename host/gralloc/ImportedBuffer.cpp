@@ -1,0 +1,255 @@
+#include "host/gralloc/ImportedBuffer.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <aidl/android/hardware/graphics/common/BufferUsage.h>
+
+namespace zelkcam::host::gralloc {
+namespace {
+
+using aidl::android::hardware::graphics::common::BufferUsage;
+
+constexpr uint64_t kCpuRead = static_cast<uint64_t>(BufferUsage::CPU_READ_MASK);
+constexpr uint64_t kCpuWrite = static_cast<uint64_t>(BufferUsage::CPU_WRITE_MASK);
+
+bool isWellFormed(const native_handle_t* raw) {
+    return raw != nullptr && raw->version == sizeof(native_handle_t) && raw->numFds == kFdCount &&
+           raw->numInts == kIntCount;
+}
+
+const int32_t* intsOf(const native_handle_t* handle) {
+    return handle->data + kFdCount;
+}
+
+bool hasOurMark(const native_handle_t* raw) {
+    const int32_t* ints = intsOf(raw);
+    return static_cast<uint32_t>(ints[kMagicInt]) == kMagic &&
+           static_cast<uint32_t>(ints[kVersionInt]) == kVersion;
+}
+
+uint64_t bufferIdOf(const native_handle_t* raw) {
+    const int32_t* ints = intsOf(raw);
+    return static_cast<uint64_t>(static_cast<uint32_t>(ints[kIdHighInt])) << 32 |
+           static_cast<uint32_t>(ints[kIdLowInt]);
+}
+
+// One copy, so that what is checked is what is used.
+bool readImage(int fd, SharedImage* image) {
+    return pread(fd, image, sizeof(*image), 0) == static_cast<ssize_t>(sizeof(*image));
+}
+
+// A fence is signalled when its descriptor is readable. Anything else that poll reports can never
+// turn into that.
+bool waitForFence(int fd) {
+    pollfd request{fd, POLLIN, 0};
+    int result;
+    do {
+        result = poll(&request, 1, -1);
+    } while (result < 0 && (errno == EINTR || errno == EAGAIN));
+    return result == 1 && (request.revents & POLLIN) != 0;
+}
+
+// Types whose setting is refused as a wrong value and not as an unknown wish.
+bool isFixedByRequest(std::string_view typeName, int64_t type) {
+    constexpr StandardMetadataType kFixed[] = {
+            StandardMetadataType::BUFFER_ID,   StandardMetadataType::NAME,
+            StandardMetadataType::WIDTH,       StandardMetadataType::HEIGHT,
+            StandardMetadataType::LAYER_COUNT, StandardMetadataType::PIXEL_FORMAT_REQUESTED,
+            StandardMetadataType::USAGE};
+    return typeName == kStandardTypeName &&
+           std::ranges::find(kFixed, static_cast<StandardMetadataType>(type)) != std::end(kFixed);
+}
+
+}  // namespace
+
+AIMapper_Error ImportedBuffer::import(const native_handle_t* raw,
+                                      std::shared_ptr<ImportedBuffer>* out) {
+    if (!isWellFormed(raw) || !hasOurMark(raw)) {
+        return AIMAPPER_ERROR_BAD_BUFFER;
+    }
+    const std::shared_ptr<ImportedBuffer> buffer(new ImportedBuffer);
+    const AIMapper_Error error = buffer->adopt(raw);
+    if (error == AIMAPPER_ERROR_NONE) {
+        *out = buffer;
+    }
+    return error;
+}
+
+AIMapper_Error ImportedBuffer::adopt(const native_handle_t* raw) {
+    AIMapper_Error error = copyHandle(raw);
+    if (error == AIMAPPER_ERROR_NONE) {
+        error = believe(bufferIdOf(mHandle.get()));
+    }
+    if (error != AIMAPPER_ERROR_NONE) {
+        return error;
+    }
+    mShared = Mapping::map(mFds[kMetadataFd].get(), metadataSize(mDescription));
+    return mShared ? AIMAPPER_ERROR_NONE : AIMAPPER_ERROR_NO_RESOURCES;
+}
+
+AIMapper_Error ImportedBuffer::copyHandle(const native_handle_t* raw) {
+    mHandle.reset(native_handle_create(kFdCount, kIntCount));
+    if (mHandle == nullptr) {
+        return AIMAPPER_ERROR_NO_RESOURCES;
+    }
+    std::copy_n(intsOf(raw), +kIntCount, mHandle->data + kFdCount);
+    for (int i = 0; i < kFdCount; ++i) {
+        const AIMapper_Error error = duplicate(raw->data[i], &mFds[i]);
+        if (error != AIMAPPER_ERROR_NONE) {
+            return error;
+        }
+        mHandle->data[i] = mFds[i].get();
+    }
+    return AIMAPPER_ERROR_NONE;
+}
+
+// The kind of the descriptors comes first: reading from another kind could block. The encoded
+// values are compared with what the description must give, so a client that finds its planes by
+// them stays inside the allocation.
+AIMapper_Error ImportedBuffer::believe(uint64_t bufferId) {
+    SharedMemoryInfo pixels{};
+    SharedMemoryInfo metadata{};
+    SharedImage image;
+    if (inspectSharedMemory(mFds[kPixelFd].get(), &pixels) != AIMAPPER_ERROR_NONE ||
+        inspectSharedMemory(mFds[kMetadataFd].get(), &metadata) != AIMAPPER_ERROR_NONE ||
+        !readImage(mFds[kMetadataFd].get(), &image)) {
+        return AIMAPPER_ERROR_BAD_BUFFER;
+    }
+    const SharedHeader& header = image.header;
+    mDescription = header.description;
+    const bool good =
+            header.magic == kMagic && header.version == kVersion && header.bufferId == bufferId &&
+            header.pixelInode == pixels.inode && pixels.inode != metadata.inode &&
+            check(mDescription, &mLayout) == AIMAPPER_ERROR_NONE &&
+            pixels.size >= mLayout.allocationSize && metadata.size >= metadataSize(mDescription);
+    if (!good) {
+        return AIMAPPER_ERROR_BAD_BUFFER;
+    }
+    mConstants = encodeConstants(mDescription, mLayout, bufferId);
+    return mConstants == image.constants ? AIMAPPER_ERROR_NONE : AIMAPPER_ERROR_BAD_BUFFER;
+}
+
+// Protected memory is out of the processor's reach. Reading is allowed on everything else: clients
+// measure the planes of a probe that they allocated with usage 0 by locking it for reading. A
+// buffer that was only promised to be read must not be written; one that was promised nothing may.
+bool ImportedBuffer::allows(uint64_t cpuUsage) const {
+    const uint64_t usage = mDescription.usage;
+    if ((usage & static_cast<uint64_t>(BufferUsage::PROTECTED)) != 0) {
+        return false;
+    }
+    const bool readOnly = (usage & kCpuWrite) == 0 && (usage & kCpuRead) != 0;
+    return (cpuUsage & kCpuWrite) == 0 || !readOnly;
+}
+
+bool ImportedBuffer::contains(const Region& region) const {
+    if (region == Region{0, 0, 0, 0}) {
+        return true;
+    }
+    return region.left >= 0 && region.top >= 0 && region.left < region.right &&
+           region.top < region.bottom && region.right <= mDescription.width &&
+           region.bottom <= mDescription.height;
+}
+
+AIMapper_Error ImportedBuffer::mapPixels() {
+    if (!mPixels) {
+        mPixels = Mapping::map(mFds[kPixelFd].get(), mLayout.allocationSize);
+    }
+    return mPixels ? AIMAPPER_ERROR_NONE : AIMAPPER_ERROR_NO_RESOURCES;
+}
+
+AIMapper_Error ImportedBuffer::lock(uint64_t cpuUsage, const Region& region, int acquireFence,
+                                    void** outData) {
+    const bool cpuOnly = cpuUsage != 0 && (cpuUsage & ~(kCpuRead | kCpuWrite)) == 0;
+    if (!cpuOnly || !allows(cpuUsage) || !contains(region) || outData == nullptr) {
+        return AIMAPPER_ERROR_BAD_VALUE;
+    }
+    if (acquireFence >= 0 && !waitForFence(acquireFence)) {
+        return AIMAPPER_ERROR_BAD_VALUE;
+    }
+    const std::lock_guard guard(mMutex);
+    if (mRetired) {
+        return AIMAPPER_ERROR_BAD_BUFFER;
+    }
+    const AIMapper_Error error = mapPixels();
+    if (error == AIMAPPER_ERROR_NONE) {
+        ++mLockCount;
+        *outData = mPixels.data();
+    }
+    return error;
+}
+
+AIMapper_Error ImportedBuffer::unlock(ScopedFileDescriptor* releaseFence) {
+    const std::lock_guard guard(mMutex);
+    if (mLockCount == 0) {
+        return AIMAPPER_ERROR_BAD_BUFFER;
+    }
+    --mLockCount;
+    *releaseFence = ScopedFileDescriptor();
+    return AIMAPPER_ERROR_NONE;
+}
+
+bool ImportedBuffer::isLocked() const {
+    const std::lock_guard guard(mMutex);
+    return mLockCount > 0;
+}
+
+void ImportedBuffer::retire() {
+    const std::lock_guard guard(mMutex);
+    mRetired = true;
+}
+
+SharedCell ImportedBuffer::cell(size_t index) const {
+    return {mShared.data() + kSharedLayout.cells[index], kSettableRules[index].capacity()};
+}
+
+int32_t ImportedBuffer::getMetadata(std::string_view typeName, int64_t type, void* destination,
+                                    size_t destinationSize) const {
+    const size_t room = destination != nullptr ? destinationSize : 0;
+    const int settable = findSettable(typeName, type);
+    if (settable >= 0) {
+        return cell(static_cast<size_t>(settable)).read(destination, room);
+    }
+    if (typeName != kStandardTypeName || type < 1 || type > kLastStandardType) {
+        return -AIMAPPER_ERROR_UNSUPPORTED;
+    }
+    const std::span<const uint8_t> value = mConstants.value(type);
+    if (value.size() <= room) {
+        std::memcpy(destination, value.data(), value.size());
+    }
+    return static_cast<int32_t>(value.size());
+}
+
+AIMapper_Error ImportedBuffer::setMetadata(std::string_view typeName, int64_t type,
+                                           std::span<const uint8_t> value) {
+    const int settable = findSettable(typeName, type);
+    if (settable < 0) {
+        return isFixedByRequest(typeName, type) ? AIMAPPER_ERROR_BAD_VALUE
+                                                : AIMAPPER_ERROR_UNSUPPORTED;
+    }
+    const auto index = static_cast<size_t>(settable);
+    size_t size = 0;
+    const AIMapper_Error error = accept(kSettableRules[index], value, &size);
+    if (error != AIMAPPER_ERROR_NONE) {
+        return error;
+    }
+    const CellWriteLock lock(mFds[kMetadataFd].get(), kSharedLayout.cells[index]);
+    if (!lock.held()) {
+        return AIMAPPER_ERROR_NO_RESOURCES;
+    }
+    cell(index).write(value.first(size));
+    return AIMAPPER_ERROR_NONE;
+}
+
+std::span<std::byte> ImportedBuffer::reservedRegion() const {
+    if (mDescription.reservedSize == 0) {
+        return {};
+    }
+    return {mShared.data() + kSharedLayout.reserved, mDescription.reservedSize};
+}
+
+}  // namespace zelkcam::host::gralloc
