@@ -83,7 +83,7 @@ int32_t Allocator::allocate(uint32_t width, uint32_t height, PixelFormat format,
         LOGE("Failed to createDescriptor");
         return -ENOMEM;
     }
-    const int32_t error = allocate(descriptor, 1, outStride, outBufferHandle);
+    const int32_t error = allocate(std::move(descriptor), 1, outStride, outBufferHandle);
     if (error == kNone)
         return 0;
     LOGE("Failed to allocate (%u x %u) layerCount %u format %d usage %lx: %d", info.width,

@@ -1,0 +1,21 @@
+// What the sources of MapperV5 share: the tag and path that their messages carry, whichever of them
+// holds the statement, and the way they call the mapper.
+#pragma once
+
+#include "utils/gralloc/aidl/v2/mapper/mapper.h"
+
+namespace NSCam::GrallocMapperAidlV2 {
+
+inline constexpr char kLogTag[] = "ZelkCam/GrallocMapperAidlV2";
+inline constexpr char kSourcePath[] = "utils/gralloc/aidl/v2/mapper/mapper";
+
+// How every mapper call is made: the thread's binder commands go out before the answer is looked
+// at, whatever it is.
+template <typename Entry, typename... Arguments>
+auto callAndFlush(const MapperV5& self, Entry entry, Arguments... arguments) {
+    const auto answer = entry(arguments...);
+    self.ipcFlushCommands();
+    return answer;
+}
+
+}  // namespace NSCam::GrallocMapperAidlV2
