@@ -1,0 +1,33 @@
+// The subcommands. Each adds itself, with its options and its examples, to the program; what it
+// does runs when the command line has been read, prints to standard output and throws a Failure
+// when there is no answer.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+namespace grallocinfo {
+
+void addQuery(CLI::App& program);
+void addFormats(CLI::App& program);
+void addName(CLI::App& program);
+void addDiff(CLI::App& program);
+void addWatch(CLI::App& program);
+// Passing a buffer to another process needs what only some builds have: the build picks the files.
+void addShare(CLI::App& program);
+void addAttach(CLI::App& program);
+
+// A word such as -5 would be taken for an option by the parser. It is handed over with this in
+// front, which addText takes off again.
+inline constexpr char kNegativeGuard = ' ';
+
+// An argument or, when `name` begins with dashes, an option that takes one text.
+CLI::Option* addText(CLI::App& command, const std::string& name, std::string& value,
+                     const std::string& help);
+
+// The options that several commands share.
+void addUsage(CLI::App& command, std::string& usage);
+void addJson(CLI::App& command, bool& json);
+void addVerbose(CLI::App& command, bool& verbose);
+
+}  // namespace grallocinfo

@@ -1,0 +1,191 @@
+// grallocinfo diff: what moved between two format lists.
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <map>
+#include <memory>
+
+#include "tools/grallocinfo/arguments.h"
+#include "tools/grallocinfo/commands.h"
+#include "tools/grallocinfo/output.h"
+
+namespace grallocinfo {
+
+namespace {
+
+constexpr char kExamples[] =
+        "Examples:\n"
+        "  grallocinfo diff last-release.json this-build.json\n"
+        "  grallocinfo diff phone.json host.json --json\n"
+        "The files are what 'grallocinfo formats --json' printed, for one size and usage.";
+
+// What follows from other fields, or is text.
+constexpr const char* kNotCompared[] = {"/bitsPerPixel", "/paddingPercent", "/error/message"};
+
+struct DiffOptions {
+    std::string left;
+    std::string right;
+    bool json = false;
+};
+
+struct Difference {
+    int32_t format;
+    std::string formatName;
+    std::string field;  // a JSON pointer into the format's object
+    Json left;          // null where the file has no such field
+    Json right;
+};
+
+struct Comparison {
+    size_t formats = 0;
+    std::vector<Difference> differences;
+};
+
+using Formats = std::map<int32_t, Json>;
+
+Json readFile(const std::string& path) {
+    requireFileName("diff", path);
+    errno = 0;
+    std::ifstream file(path, std::ios::binary);
+    Json document = file ? Json::parse(file, nullptr, false) : Json();
+    if (!file && errno != 0)
+        throw unusable("cannot read " + inQuotes(path) + " (" + strerror(errno) +
+                       "): expected what 'grallocinfo formats --json' printed");
+    if (!document.is_object() || document.value("schemaVersion", Json()) != kSchemaVersion ||
+        !document.value("formats", Json()).is_array())
+        throw unusable(inQuotes(path) +
+                       " is not usable: expected what 'grallocinfo formats --json' "
+                       "of schema version " +
+                       std::to_string(kSchemaVersion) + " printed");
+    return document;
+}
+
+Formats formatsOf(const Json& document, const std::string& path) {
+    Formats formats;
+    for (const Json& format : document["formats"]) {
+        if (!format.is_object() || !format.value("format", Json()).is_number_integer())
+            throw unusable(inQuotes(path) +
+                           " holds a format without a code: expected what "
+                           "'grallocinfo formats --json' printed");
+        formats[format["format"].get<int32_t>()] = format;
+    }
+    return formats;
+}
+
+void requireSameRequest(const Json& left, const Json& right) {
+    for (const char* const field : {"width", "height", "usage"})
+        if (left.value(field, Json()) != right.value(field, Json()))
+            throw unusable(std::string("the files were asked for another ") + field + " (" +
+                           left.value(field, Json()).dump() + " and " +
+                           right.value(field, Json()).dump() + "): expected one size and usage");
+}
+
+bool isCompared(const std::string& field) {
+    for (const char* const name : kNotCompared)
+        if (field == name)
+            return false;
+    return true;
+}
+
+std::string nameOf(const Json& format) {
+    const Json name = format.value("formatName", Json());
+    return name.is_string() ? name.get<std::string>() : "";
+}
+
+// Both sides as one list of fields; a side without the format has none of them.
+void compareFormat(int32_t code, const Json& left, const Json& right, Comparison& comparison) {
+    const Json leftFields = left.flatten();
+    const Json rightFields = right.flatten();
+    std::vector<std::string> fields;
+    for (const auto& [field, value] : leftFields.items())
+        fields.push_back(field);
+    for (const auto& [field, value] : rightFields.items())
+        if (!leftFields.contains(field))
+            fields.push_back(field);
+    const std::string name = nameOf(left.empty() ? right : left);
+    for (const std::string& field : fields) {
+        const Json from = leftFields.value(field, Json());
+        const Json to = rightFields.value(field, Json());
+        if (from != to && isCompared(field))
+            comparison.differences.push_back({code, name, field, from, to});
+    }
+}
+
+Comparison compare(const Formats& left, const Formats& right) {
+    const Json none = Json::object();
+    Formats all = left;
+    all.insert(right.begin(), right.end());
+    Comparison comparison;
+    for (const auto& [code, format] : all) {
+        const auto from = left.find(code);
+        const auto to = right.find(code);
+        compareFormat(code, from == left.end() ? none : from->second,
+                      to == right.end() ? none : to->second, comparison);
+    }
+    comparison.formats = all.size();
+    return comparison;
+}
+
+std::string valueText(const Json& value) {
+    return value.is_null()     ? "nothing"
+           : value.is_string() ? value.get<std::string>()
+                               : value.dump();
+}
+
+void printComparison(std::ostream& out, const Comparison& comparison) {
+    std::string heading;
+    for (const Difference& difference : comparison.differences) {
+        const std::string format = describeFormat(difference.formatName, difference.format);
+        if (format != heading)
+            out << format << '\n';
+        heading = format;
+        out << "  " << difference.field.substr(1) << "  " << valueText(difference.left) << " -> "
+            << valueText(difference.right) << '\n';
+    }
+    if (comparison.differences.empty())
+        out << "no difference in " << comparison.formats << " formats\n";
+}
+
+Json comparisonDocument(const Comparison& comparison) {
+    Json document = newDocument();
+    document["formatsCompared"] = comparison.formats;
+    Json& differences = document["differences"] = Json::array();
+    for (const Difference& difference : comparison.differences) {
+        Json object;
+        putCode(object, "format", difference.format);
+        object["formatName"] = difference.formatName;
+        object["field"] = difference.field;
+        object["a"] = difference.left;
+        object["b"] = difference.right;
+        differences.push_back(object);
+    }
+    return document;
+}
+
+void runDiff(const DiffOptions& options) {
+    const Json left = readFile(options.left);
+    const Json right = readFile(options.right);
+    requireSameRequest(left, right);
+    const Comparison comparison =
+            compare(formatsOf(left, options.left), formatsOf(right, options.right));
+    if (options.json)
+        writeDocument(comparisonDocument(comparison));
+    else
+        printComparison(std::cout, comparison);
+}
+
+}  // namespace
+
+void addDiff(CLI::App& program) {
+    const auto options = std::make_shared<DiffOptions>();
+    CLI::App* const command =
+            program.add_subcommand("diff", "Hold two format lists against each other: what moved");
+    addText(*command, "A.json", options->left, "What 'formats --json' printed");
+    addText(*command, "B.json", options->right, "The same of another device or build");
+    addJson(*command, options->json);
+    command->footer(kExamples);
+    command->callback([options] { runDiff(*options); });
+}
+
+}  // namespace grallocinfo

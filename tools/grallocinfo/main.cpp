@@ -1,0 +1,113 @@
+// grallocinfo: ask libzelkcam_grallocutils what buffers look like in memory.
+#include <unistd.h>
+
+#include <algorithm>
+#include <exception>
+#include <iostream>
+
+#include "tools/grallocinfo/commands.h"
+#include "tools/grallocinfo/library.h"
+#include "tools/grallocinfo/output.h"
+
+namespace grallocinfo {
+
+namespace {
+
+constexpr char kFooter[] =
+        "Exit status: 0 when there is an answer; 1 when the library answers a failure; 2 when the\n"
+        "arguments are not usable. 'grallocinfo COMMAND --help' shows examples.";
+
+bool gJson = false;
+
+// The parser stops at the first word that it cannot use, before it has seen --json.
+bool asksForJson(const std::vector<std::string>& words) {
+    return std::find(words.begin(), words.end(), "--json") != words.end();
+}
+
+ExitCode report(const Failure& failure) {
+    if (failure.exit == ExitCode::kLibraryFailure)
+        showHeldErrors();
+    remark(failure.message);
+    if (gJson && !documentWritten())
+        printJson(std::cout, failureDocument(failure));
+    std::cout.flush();
+    return failure.exit;
+}
+
+[[noreturn]] void reportFatal(const std::string& lastWords) {
+    report({ExitCode::kLibraryFailure, "LIBRARY_ENDED_PROCESS", std::nullopt,
+            "the library cannot go on and ended the process: " + lastWords});
+    _exit(static_cast<int>(ExitCode::kLibraryFailure));
+}
+
+// The innermost command that was named: the one whose help helps.
+const CLI::App& chosenCommand(const CLI::App& program) {
+    const auto commands = program.get_subcommands();
+    return commands.empty() ? program : *commands.front();
+}
+
+Failure parseFailure(const CLI::App& program, const CLI::ParseError& error) {
+    const CLI::App& command = chosenCommand(program);
+    std::string reason = error.what();
+    std::replace(reason.begin(), reason.end(), '\n', ' ');
+    const bool isProgram = &command == &program;
+    const std::string name = isProgram ? "grallocinfo" : "grallocinfo " + command.get_name();
+    return unusable(reason + ": expected what '" + name + " --help' shows");
+}
+
+std::vector<std::string> wordsOf(int argc, char** argv) {
+    std::vector<std::string> words;
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        const bool isNegative =
+                word.size() > 1 && word[0] == '-' && word[1] >= '0' && word[1] <= '9';
+        words.push_back(isNegative ? kNegativeGuard + word : word);
+    }
+    return words;
+}
+
+void declare(CLI::App& program) {
+    program.set_version_flag("--version", std::string("grallocinfo ") + GRALLOCINFO_VERSION);
+    program.require_subcommand(1);
+    program.footer(kFooter);
+    addQuery(program);
+    addFormats(program);
+    addName(program);
+    addDiff(program);
+    addWatch(program);
+    addShare(program);
+    addAttach(program);
+}
+
+ExitCode run(std::vector<std::string> words) {
+    CLI::App program("What graphics buffers look like in memory", "grallocinfo");
+    declare(program);
+    try {
+        std::reverse(words.begin(), words.end());
+        program.parse(std::move(words));
+        flushOutput();
+        return ExitCode::kOk;
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
+            program.exit(error);
+            return ExitCode::kOk;
+        }
+        return report(parseFailure(program, error));
+    } catch (const Failure& failure) {
+        return report(failure);
+    } catch (const std::exception& error) {
+        return report({ExitCode::kLibraryFailure, "SYSTEM_FAILURE", std::nullopt, error.what()});
+    }
+}
+
+}  // namespace
+
+}  // namespace grallocinfo
+
+int main(int argc, char** argv) {
+    using namespace grallocinfo;
+    const std::vector<std::string> words = wordsOf(argc, argv);
+    gJson = asksForJson(words);
+    onLibraryFatal(reportFatal);
+    return static_cast<int>(run(words));
+}

@@ -1,0 +1,57 @@
+#include "tools/grallocinfo/output.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <iostream>
+
+namespace grallocinfo {
+
+namespace {
+
+bool gDocumentWritten = false;
+
+}  // namespace
+
+void writeDocument(const Json& document) {
+    printJson(std::cout, document);
+    gDocumentWritten = true;
+    flushOutput();
+}
+
+bool documentWritten() {
+    return gDocumentWritten;
+}
+
+bool colourWanted() {
+    const char* const noColour = getenv("NO_COLOR");
+    const char* const terminal = getenv("TERM");
+    return isatty(STDOUT_FILENO) && !(noColour && *noColour) &&
+           !(terminal && strcmp(terminal, "dumb") == 0);
+}
+
+void remark(const std::string& text) {
+    std::cerr << "grallocinfo: " << text << std::endl;
+}
+
+void flushOutput() {
+    errno = 0;
+    if (!std::cout.flush())
+        throw systemFailure("cannot write to standard output", errno ? errno : EIO);
+}
+
+void writeFile(const std::string& path, const std::function<void(std::ostream&)>& print) {
+    errno = 0;
+    std::ofstream file(path, std::ios::binary);
+    if (!file)
+        throw unusable("cannot write " + inQuotes(path) + " (" + strerror(errno) +
+                       "): expected a file that can be written");
+    print(file);
+    file.close();
+    if (!file)
+        throw systemFailure("cannot write " + inQuotes(path), errno ? errno : EIO);
+}
+
+}  // namespace grallocinfo

@@ -1,0 +1,30 @@
+// Where a command's data goes. Standard output carries data only; what is said about it goes to
+// standard error.
+#pragma once
+
+#include <fstream>
+#include <functional>
+#include <ostream>
+#include <string>
+
+#include "tools/grallocinfo/print_json.h"
+
+namespace grallocinfo {
+
+// Prints the one document of a --json run; main prints a failure's only when there was none.
+void writeDocument(const Json& document);
+bool documentWritten();
+
+// Whether standard output is a terminal that wants colours.
+bool colourWanted();
+
+// One line on standard error, led by the program's name.
+void remark(const std::string& text);
+
+// Sends what is buffered and throws a Failure when it did not arrive.
+void flushOutput();
+
+// Fills the file `path` with what `print` prints; throws a Failure when it cannot be written.
+void writeFile(const std::string& path, const std::function<void(std::ostream&)>& print);
+
+}  // namespace grallocinfo

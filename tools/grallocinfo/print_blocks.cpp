@@ -1,0 +1,116 @@
+#include "tools/grallocinfo/print_blocks.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <string>
+
+namespace grallocinfo {
+
+namespace {
+
+constexpr size_t kColumns = 64;
+constexpr size_t kLines = 24;
+
+constexpr std::array<const char*, 3> kColours{"\033[34m", "\033[33m", "\033[32m"};
+constexpr char kColourOff[] = "\033[0m";
+
+constexpr char kPicture[] = "█";
+constexpr char kStridePadding[] = "░";
+constexpr char kVerticalPadding[] = "▒";
+constexpr char kTail[] = "·";
+
+// `part` of `whole`, of which `cells` are drawn: a padding that is there costs a cell, and so does
+// a picture.
+size_t cellsOf(uint64_t part, uint64_t whole, size_t cells) {
+    if (part == 0 || part == whole || cells < 2)
+        return part == 0 ? 0 : cells;
+    const auto exact = std::llround(double(part) / double(whole) * double(cells));
+    return std::clamp<size_t>(static_cast<size_t>(exact), 1, cells - 1);
+}
+
+void repeat(std::string& line, const char* character, size_t count) {
+    for (size_t i = 0; i < count; ++i)
+        line += character;
+}
+
+class BlockDrawing {
+  public:
+    BlockDrawing(std::ostream& out, const BufferGeometry& buffer, bool colour);
+
+    void print();
+
+  private:
+    void printPlane(size_t index);
+    void printLine(size_t index, const std::string& cells, const std::string& label);
+    size_t linesOf(double rows) const;
+
+    std::ostream& mOut;
+    const BufferGeometry& mBuffer;
+    const bool mColour;
+    uint64_t mWidest = 1;
+    double mRows = 0;
+};
+
+BlockDrawing::BlockDrawing(std::ostream& out, const BufferGeometry& buffer, bool colour)
+    : mOut(out), mBuffer(buffer), mColour(colour) {
+    for (const PlaneGeometry& plane : buffer.planes) {
+        mWidest = std::max(mWidest, plane.rowStride);
+        mRows += double(plane.size) / double(plane.rowStride);
+    }
+    mRows += double(buffer.tail()) / double(mWidest);
+}
+
+size_t BlockDrawing::linesOf(double rows) const {
+    return std::max<size_t>(
+            1, static_cast<size_t>(std::llround(rows / std::max(mRows, 1e-9) * kLines)));
+}
+
+void BlockDrawing::printLine(size_t index, const std::string& cells, const std::string& label) {
+    const char* const colour = mColour ? kColours[index % kColours.size()] : "";
+    mOut << colour << cells << (mColour ? kColourOff : "") << (label.empty() ? "" : "  ") << label
+         << '\n';
+}
+
+void BlockDrawing::printPlane(size_t index) {
+    const PlaneGeometry& plane = mBuffer.planes[index];
+    const size_t lines = linesOf(double(plane.size) / double(plane.rowStride));
+    const size_t columns = std::max<size_t>(1, cellsOf(plane.rowStride, mWidest, kColumns));
+    const size_t pictureColumns = cellsOf(plane.pictureRowBytes, plane.rowStride, columns);
+    const size_t tailLines = lines - cellsOf(plane.size - plane.tailBytes, plane.size, lines);
+    const size_t pictureLines = cellsOf(plane.pictureRows, plane.rows, lines - tailLines);
+    for (size_t line = 0; line < lines; ++line) {
+        std::string cells;
+        if (line < pictureLines) {
+            repeat(cells, kPicture, pictureColumns);
+            repeat(cells, kStridePadding, columns - pictureColumns);
+        } else {
+            repeat(cells, line < lines - tailLines ? kVerticalPadding : kTail, columns);
+        }
+        std::string label;
+        if (line == 0)
+            label = "plane " + std::to_string(index) + " " + std::string(plane.components) +
+                    " at " + std::to_string(plane.offset);
+        printLine(index, cells, label);
+    }
+}
+
+void BlockDrawing::print() {
+    for (size_t i = 0; i < mBuffer.planes.size(); ++i)
+        printPlane(i);
+    if (mBuffer.tail() > 0) {
+        std::string cells;
+        repeat(cells, kTail, kColumns);
+        printLine(mBuffer.planes.size(), cells, "tail at " + std::to_string(mBuffer.planesEnd));
+    }
+    mOut << kPicture << " picture  " << kStridePadding << " stride padding  " << kVerticalPadding
+         << " vertical padding  " << kTail << " tail\n";
+}
+
+}  // namespace
+
+void printBlocks(std::ostream& out, const BufferGeometry& buffer, bool colour) {
+    BlockDrawing(out, buffer, colour).print();
+}
+
+}  // namespace grallocinfo

@@ -1,0 +1,14 @@
+// A buffer's planes in memory, drawn with block characters for a terminal.
+#pragma once
+
+#include <ostream>
+
+#include "tools/grallocinfo/geometry.h"
+
+namespace grallocinfo {
+
+// Bytes of a row run across, rows run down, to scale; whatever is smaller than a character, but
+// there, is drawn as one. With `colour` every plane has its own.
+void printBlocks(std::ostream& out, const BufferGeometry& buffer, bool colour);
+
+}  // namespace grallocinfo
