@@ -30,7 +30,8 @@ set_target_properties(zelkcam_grallocutils zelkcam_host plexa zelkcam_mapper PRO
     INSTALL_RPATH "$ORIGIN;${ANDROID_RUNTIME_DIR}")
 set_target_properties(grallocinfo PROPERTIES
     INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR};${ANDROID_RUNTIME_DIR}")
-install(TARGETS grallocinfo zelkcam_mapper)
+install(TARGETS grallocinfo zelkcam_mapper
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 
 # A client that calls the published functions links the host platform, too; one that defines such a
 # function itself must export it, or the shared objects would go on finding the platform's.
