@@ -1,20 +1,20 @@
 #include <android/log.h>
 #include <hidl/Status.h>
 
-#include <array>
 #include <atomic>
+#include <span>
 
 namespace android {
 namespace hardware {
 
 namespace {
 
-struct ExceptionName {
-    int32_t exception;
+struct CodeName {
+    int32_t code;
     const char* name;
 };
 
-constexpr std::array<ExceptionName, 10> kExceptionNames{{
+constexpr CodeName kExceptions[] = {
         {Status::EX_NONE, "EX_NONE"},
         {Status::EX_SECURITY, "EX_SECURITY"},
         {Status::EX_BAD_PARCELABLE, "EX_BAD_PARCELABLE"},
@@ -25,15 +25,38 @@ constexpr std::array<ExceptionName, 10> kExceptionNames{{
         {Status::EX_UNSUPPORTED_OPERATION, "EX_UNSUPPORTED_OPERATION"},
         {Status::EX_HAS_REPLY_HEADER, "EX_HAS_REPLY_HEADER"},
         {Status::EX_TRANSACTION_FAILED, "EX_TRANSACTION_FAILED"},
-}};
+};
 
-std::string exceptionName(int32_t exception) {
-    for (const ExceptionName& entry : kExceptionNames) {
-        if (entry.exception == exception) {
+// <utils/Errors.h> declares a function for these, which the packaged library does not have.
+constexpr CodeName kErrors[] = {
+        {UNKNOWN_ERROR, "UNKNOWN_ERROR"},
+        {NO_MEMORY, "NO_MEMORY"},
+        {INVALID_OPERATION, "INVALID_OPERATION"},
+        {BAD_VALUE, "BAD_VALUE"},
+        {BAD_TYPE, "BAD_TYPE"},
+        {NAME_NOT_FOUND, "NAME_NOT_FOUND"},
+        {PERMISSION_DENIED, "PERMISSION_DENIED"},
+        {NO_INIT, "NO_INIT"},
+        {ALREADY_EXISTS, "ALREADY_EXISTS"},
+        {DEAD_OBJECT, "DEAD_OBJECT"},
+        {FAILED_TRANSACTION, "FAILED_TRANSACTION"},
+        {BAD_INDEX, "BAD_INDEX"},
+        {NOT_ENOUGH_DATA, "NOT_ENOUGH_DATA"},
+        {WOULD_BLOCK, "WOULD_BLOCK"},
+        {TIMED_OUT, "TIMED_OUT"},
+        {UNKNOWN_TRANSACTION, "UNKNOWN_TRANSACTION"},
+        {FDS_NOT_ALLOWED, "FDS_NOT_ALLOWED"},
+        {UNEXPECTED_NULL, "UNEXPECTED_NULL"},
+};
+
+// The number itself when it has no name.
+std::string nameOf(std::span<const CodeName> names, int32_t code) {
+    for (const CodeName& entry : names) {
+        if (entry.code == code) {
             return entry.name;
         }
     }
-    return std::to_string(exception);
+    return std::to_string(code);
 }
 
 std::atomic<HidlReturnRestriction> returnRestriction{HidlReturnRestriction::NONE};
@@ -91,9 +114,9 @@ std::string Status::description() const {
     if (isOk()) {
         return "No error";
     }
-    std::string text = "Status(" + exceptionName(mException) + "): '";
+    std::string text = "Status(" + nameOf(kExceptions, mException) + "): '";
     if (mException == EX_TRANSACTION_FAILED) {
-        text += statusToString(mErrorCode) + ": ";
+        text += nameOf(kErrors, mErrorCode) + ": ";
     }
     return text + mMessage + "'";
 }

@@ -47,7 +47,6 @@ struct hidl_pointer {
         uint64_t mBits;
     };
 };
-static_assert(sizeof(hidl_pointer<char>) == 8, "eight bytes in every process");
 
 }  // namespace details
 }  // namespace hardware

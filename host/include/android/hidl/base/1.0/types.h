@@ -21,7 +21,6 @@ struct DebugInfo final {
     uint64_t ptr __attribute__((aligned(8)));  // the object's address in that process, or 0
     Architecture arch __attribute__((aligned(4)));
 };
-static_assert(sizeof(DebugInfo) == 24, "published size");
 
 inline bool operator==(const DebugInfo& left, const DebugInfo& right) {
     return left.pid == right.pid && left.ptr == right.ptr && left.arch == right.arch;

@@ -179,7 +179,6 @@ struct HardwareBuffer final {
     HardwareBufferDescription description __attribute__((aligned(4)));
     hidl_handle nativeHandle __attribute__((aligned(8)));
 };
-static_assert(sizeof(HardwareBuffer) == 56, "published size");
 
 // Left, top, right, bottom. Not the mapper's Rect.
 using Rect = hidl_array<int32_t, 4>;

@@ -6,7 +6,6 @@
 #include <android/hidl/base/1.0/IBase.h>
 #include <android/hidl/manager/1.0/IServiceNotification.h>
 #include <hidl/HidlSupport.h>
-#include <stddef.h>
 #include <stdint.h>
 
 #include <functional>
@@ -221,19 +220,6 @@ struct IMapper : public ::android::hidl::base::V1_0::IBase {
             const ::android::sp<::android::hidl::manager::V1_0::IServiceNotification>&
                     notification);
 };
-
-#if UINTPTR_MAX == UINT64_MAX
-static_assert(sizeof(IMapper::BufferDescriptorInfo) == 48, "published size");
-static_assert(sizeof(IMapper::Rect) == 16, "published size");
-static_assert(sizeof(IMapper::MetadataType) == 24, "published size");
-static_assert(sizeof(IMapper::MetadataTypeDescription) == 48, "published size");
-static_assert(sizeof(IMapper::MetadataDump) == 40, "published size");
-static_assert(sizeof(IMapper::BufferDump) == 16, "published size");
-static_assert(offsetof(IMapper::BufferDescriptorInfo, width) == 16, "published offset");
-static_assert(offsetof(IMapper::BufferDescriptorInfo, format) == 28, "published offset");
-static_assert(offsetof(IMapper::BufferDescriptorInfo, usage) == 32, "published offset");
-static_assert(offsetof(IMapper::BufferDescriptorInfo, reservedSize) == 40, "published offset");
-#endif
 
 inline bool operator==(const IMapper::BufferDescriptorInfo& left,
                        const IMapper::BufferDescriptorInfo& right) {
