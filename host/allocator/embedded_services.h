@@ -7,8 +7,8 @@
 
 namespace zelkcam::host {
 
-// The embedded service of the instance name with one strong reference, the caller's; null when there
-// is none. The service manager asks once per name.
+// The embedded service of the instance name with one strong reference, the caller's; null when
+// there is none. The service manager asks once per name.
 AIBinder* embeddedAidlService(const std::string& instance);
 
 }  // namespace zelkcam::host

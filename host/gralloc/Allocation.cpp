@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstring>
+#include <utility>
 
 #include <unistd.h>
 
@@ -22,9 +23,7 @@ void writeFirstValues(std::byte* shared) {
     }
 }
 
-}  // namespace
-
-AIMapper_Error allocate(const Description& description, const Layout& layout, RawBuffer* out) {
+AIMapper_Error allocateOne(const Description& description, const Layout& layout, RawBuffer* out) {
     RawBuffer raw;
     const uint64_t size = metadataSize(description);
     raw.fds[kPixelFd] = makeSharedMemory("zelkcam-pixels", layout.allocationSize);
@@ -46,6 +45,28 @@ AIMapper_Error allocate(const Description& description, const Layout& layout, Ra
     raw.ints = {static_cast<int32_t>(kMagic), static_cast<int32_t>(kVersion),
                 static_cast<int32_t>(id), static_cast<int32_t>(id >> 32)};
     *out = std::move(raw);
+    return AIMAPPER_ERROR_NONE;
+}
+
+}  // namespace
+
+AIMapper_Error allocate(const Description& description, int64_t count, Allocation* out) {
+    Layout layout{};
+    AIMapper_Error error = check(description, &layout);
+    if (error != AIMAPPER_ERROR_NONE) {
+        return error;
+    }
+    if (count < 0 || count > kMaxBufferCount) {
+        return count < 0 ? AIMAPPER_ERROR_UNSUPPORTED : AIMAPPER_ERROR_NO_RESOURCES;
+    }
+    Allocation allocation{layout.stride, std::vector<RawBuffer>(static_cast<size_t>(count))};
+    for (RawBuffer& buffer : allocation.buffers) {
+        error = allocateOne(description, layout, &buffer);
+        if (error != AIMAPPER_ERROR_NONE) {
+            return error;
+        }
+    }
+    *out = std::move(allocation);
     return AIMAPPER_ERROR_NONE;
 }
 

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstdint>
+#include <vector>
 
 #include "host/gralloc/ConstantMetadata.h"
 #include "host/gralloc/Description.h"
@@ -66,8 +67,17 @@ struct RawBuffer {
     std::array<int32_t, kIntCount> ints;
 };
 
-// Makes a buffer for a description that check() accepted with this layout. NO_RESOURCES when the
-// process runs out of descriptors or memory.
-AIMapper_Error allocate(const Description& description, const Layout& layout, RawBuffer* out);
+// At most so many buffers in one call; a queue has 64.
+inline constexpr int64_t kMaxBufferCount = 1024;
+
+struct Allocation {
+    uint32_t stride = 0;  // as Layout::stride
+    std::vector<RawBuffer> buffers;
+};
+
+// Makes `count` buffers, or none. What check() answers for a description that cannot be served,
+// UNSUPPORTED for a negative count, NO_RESOURCES for one above the limit and when the process runs
+// out of descriptors or memory.
+AIMapper_Error allocate(const Description& description, int64_t count, Allocation* out);
 
 }  // namespace zelkcam::host::gralloc

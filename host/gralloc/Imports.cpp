@@ -50,25 +50,4 @@ std::vector<std::shared_ptr<ImportedBuffer>> Imports::all() const {
     return buffers;
 }
 
-std::span<const AIMapper_MetadataTypeDescription> supportedMetadata() {
-    static const auto descriptions = [] {
-        std::vector<AIMapper_MetadataTypeDescription> list;
-        for (int64_t type = 1; type <= kLastStandardType; ++type) {
-            list.push_back({{kStandardTypeName.data(), type},
-                            nullptr,
-                            true,
-                            findSettable(kStandardTypeName, type) >= 0,
-                            {}});
-        }
-        for (const SettableRule& rule : kSettableRules) {
-            if (rule.description != nullptr) {
-                list.push_back(
-                        {{rule.typeName.data(), rule.type}, rule.description, true, true, {}});
-            }
-        }
-        return list;
-    }();
-    return descriptions;
-}
-
 }  // namespace zelkcam::host::gralloc

@@ -4,7 +4,6 @@
 
 #include <memory>
 #include <mutex>
-#include <span>
 #include <unordered_map>
 #include <vector>
 
@@ -32,8 +31,5 @@ class Imports {
     mutable std::mutex mMutex;
     std::unordered_map<buffer_handle_t, std::shared_ptr<ImportedBuffer>> mBuffers;
 };
-
-// What getMetadata answers, and which of it setMetadata takes. Lives as long as the process.
-std::span<const AIMapper_MetadataTypeDescription> supportedMetadata();
 
 }  // namespace zelkcam::host::gralloc
