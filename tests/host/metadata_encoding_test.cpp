@@ -1,0 +1,284 @@
+// The bytes of standard metadata: what goes over the mapper's interface, and what a hostile process
+// may put there.
+#include <android/hardware/graphics/mapper/utils/IMapperMetadataTypes.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <limits>
+#include <new>
+
+namespace {
+
+std::atomic<size_t> gLargestAllocation = 0;
+
+}  // namespace
+
+// Every allocation of this program is watched.
+void* operator new(size_t size) {
+    size_t largest = gLargestAllocation;
+    while (size > largest && !gLargestAllocation.compare_exchange_weak(largest, size)) {
+    }
+    if (void* memory = std::malloc(size))
+        return memory;
+    throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, size_t) noexcept {
+    std::free(memory);
+}
+
+namespace {
+
+using namespace android::hardware::graphics::mapper;
+using Type = StandardMetadataType;
+
+// Bytes as they have to be, spelt out low byte first.
+class Bytes {
+  public:
+    Bytes& i64(int64_t value) { return number(static_cast<uint64_t>(value), 8); }
+    Bytes& i32(int32_t value) { return number(static_cast<uint32_t>(value), 4); }
+    Bytes& f32(float value) {
+        uint32_t bits = 0;
+        memcpy(&bits, &value, sizeof(bits));
+        return number(bits, 4);
+    }
+    Bytes& text(const std::string& value) {
+        i64(static_cast<int64_t>(value.size()));
+        mBytes.insert(mBytes.end(), value.begin(), value.end());
+        return *this;
+    }
+    static Bytes header(Type type) {
+        return Bytes()
+                .text("android.hardware.graphics.common.StandardMetadataType")
+                .i64(static_cast<int64_t>(type));
+    }
+    Bytes& component(const std::string& name, int64_t value, int64_t offset, int64_t size) {
+        return text(name).i64(value).i64(offset).i64(size);
+    }
+    const std::vector<uint8_t>& get() const { return mBytes; }
+
+  private:
+    Bytes& number(uint64_t value, int size) {
+        for (int i = 0; i < size; ++i)
+            mBytes.push_back(static_cast<uint8_t>(value >> (8 * i)));
+        return *this;
+    }
+    std::vector<uint8_t> mBytes;
+};
+
+template <Type T>
+std::vector<uint8_t> encode(const typename StandardMetadata<T>::value_type& value) {
+    const int32_t size = StandardMetadata<T>::value::encode(value, nullptr, 0);
+    std::vector<uint8_t> bytes(static_cast<size_t>(std::max(size, 0)));
+    EXPECT_EQ(size, StandardMetadata<T>::value::encode(value, bytes.data(), bytes.size()));
+    return bytes;
+}
+
+template <Type T>
+auto decode(const std::vector<uint8_t>& bytes) {
+    return StandardMetadata<T>::value::decode(bytes.data(), bytes.size());
+}
+
+PlaneLayoutComponent component(const std::string& name, int64_t value, int64_t offset,
+                               int64_t size) {
+    return {{name, value}, offset, size};
+}
+
+const std::vector<PlaneLayout> kPlanes = {
+        {{component("ab", 1, 0, 8)}, 0, 8, 1920, 1900, 1080, 2073600, 1, 1},
+        {{component("c", 4, 0, 8), component("", 2, 8, 8)},
+         2073600,
+         16,
+         -1920,
+         950,
+         540,
+         1036800,
+         2,
+         2}};
+
+// A value that exercises every part of the type's encoding, for all types alike.
+template <typename T>
+T sampleOf() {
+    if constexpr (std::is_same_v<T, std::string>)
+        return "camera preview";
+    else if constexpr (std::is_same_v<T, ExtendableType>)
+        return {"vendor.Siting", -7};
+    else if constexpr (std::is_same_v<T, std::vector<PlaneLayout>>)
+        return kPlanes;
+    else if constexpr (std::is_same_v<T, std::vector<Rect>>)
+        return {{0, 1, 1920, 1080}, {-4, 0, 960, 540}};
+    else if constexpr (std::is_same_v<T, std::optional<Smpte2086>>)
+        return Smpte2086{{0.5f, 1.f}, {2.f, 3.f}, {4.f, 5.f}, {6.f, 7.f}, 1000.f, 0.25f};
+    else if constexpr (std::is_same_v<T, std::optional<Cta861_3>>)
+        return Cta861_3{1000.f, 400.f};
+    else if constexpr (std::is_same_v<T, std::optional<std::vector<uint8_t>>>)
+        return std::vector<uint8_t>{0xb5, 0, 0x3c};
+    else
+        return static_cast<T>(0x7654321);
+}
+
+template <typename F>
+void forEveryType(F&& f) {
+    constexpr size_t kTypes = ndk::internal::enum_values<Type>.size();
+    for (const Type type : ndk::enum_range<Type>())
+        invokeWithStandardMetadata(f, type, std::make_index_sequence<kTypes>{});
+}
+
+TEST(MetadataEncoding, BytesAreTheInterfacesOwn) {
+    EXPECT_EQ(Bytes::header(Type::WIDTH).i64(4032).get(), encode<Type::WIDTH>(4032));
+    EXPECT_EQ(Bytes::header(Type::STRIDE).i32(-1).get(), encode<Type::STRIDE>(0xffffffff));
+    EXPECT_EQ(Bytes::header(Type::USAGE).i64(-0x1000000000000).get(),
+              encode<Type::USAGE>(BufferUsage::VENDOR_MASK_HI));
+    EXPECT_EQ(Bytes::header(Type::NAME).text("a b").get(), encode<Type::NAME>("a b"));
+    EXPECT_EQ(Bytes::header(Type::CHROMA_SITING).text("n").i64(3).get(),
+              encode<Type::CHROMA_SITING>({"n", 3}));
+    EXPECT_EQ(Bytes::header(Type::CROP).i64(1).i32(1).i32(2).i32(3).i32(-4).get(),
+              encode<Type::CROP>({{1, 2, 3, -4}}));
+    EXPECT_EQ(Bytes::header(Type::CTA861_3).f32(1000.f).f32(0.5f).get(),
+              encode<Type::CTA861_3>(Cta861_3{1000.f, 0.5f}));
+    Bytes mastering = Bytes::header(Type::SMPTE2086);
+    for (float value : {1.f, 2.f, 3.f, 4.f, 5.f, 6.f, 7.f, 8.f, 9.f, 10.f})
+        mastering.f32(value);
+    EXPECT_EQ(mastering.get(), encode<Type::SMPTE2086>(Smpte2086{
+                                       {1.f, 2.f}, {3.f, 4.f}, {5.f, 6.f}, {7.f, 8.f}, 9.f, 10.f}));
+}
+
+TEST(MetadataEncoding, PlaneLayoutsKeepTheirOrderOfFields) {
+    Bytes expected = Bytes::header(Type::PLANE_LAYOUTS).i64(2);
+    expected.i64(1).component("ab", 1, 0, 8);
+    for (int64_t field : {0, 8, 1920, 1900, 1080, 2073600, 1, 1})
+        expected.i64(field);
+    expected.i64(2).component("c", 4, 0, 8).component("", 2, 8, 8);
+    for (int64_t field : {2073600, 16, -1920, 950, 540, 1036800, 2, 2})
+        expected.i64(field);
+    EXPECT_EQ(expected.get(), encode<Type::PLANE_LAYOUTS>(kPlanes));
+}
+
+TEST(MetadataEncoding, EveryTypeComesBackWhole) {
+    forEveryType([]<Type T>() {
+        const auto sample = sampleOf<typename StandardMetadata<T>::value_type>();
+        std::vector<uint8_t> bytes = encode<T>(sample);
+        const auto same = decode<T>(bytes);
+        ASSERT_TRUE(same.has_value()) << toString(T);
+        EXPECT_EQ(sample, *same) << toString(T);
+        bytes.push_back(0x55);
+        EXPECT_EQ(same, decode<T>(bytes)) << toString(T) << " minds what comes after it";
+    });
+}
+
+// What does not fit ends the writing: later, smaller pieces must not land in the gap.
+TEST(MetadataEncoding, ATooSmallDestinationHoldsAPrefixOrNothing) {
+    forEveryType([]<Type T>() {
+        const auto sample = sampleOf<typename StandardMetadata<T>::value_type>();
+        const std::vector<uint8_t> whole = encode<T>(sample);
+        for (size_t room = 0; room < whole.size(); ++room) {
+            std::vector<uint8_t> destination(whole.size(), 0xee);
+            EXPECT_EQ(static_cast<int32_t>(whole.size()),
+                      StandardMetadata<T>::value::encode(sample, destination.data(), room));
+            const auto end = std::mismatch(whole.begin(), whole.end(), destination.begin()).second;
+            EXPECT_LE(end - destination.begin(), static_cast<ptrdiff_t>(room)) << toString(T);
+            EXPECT_TRUE(std::all_of(end, destination.end(), [](uint8_t b) { return b == 0xee; }))
+                    << toString(T) << " in " << room;
+        }
+    });
+}
+
+TEST(MetadataEncoding, ASizeBeyondTheRangeStaysAnError) {
+    MetadataWriter writer(nullptr, 0);
+    const std::string_view huge("", static_cast<size_t>(std::numeric_limits<int32_t>::max()));
+    writer.write(huge);
+    EXPECT_EQ(-AIMAPPER_ERROR_BAD_VALUE, writer.desiredSize());
+    writer.write(1);
+    EXPECT_EQ(-AIMAPPER_ERROR_BAD_VALUE, writer.desiredSize());
+}
+
+TEST(MetadataDecoding, CutOffValuesAreNone) {
+    forEveryType([]<Type T>() {
+        std::vector<uint8_t> bytes =
+                encode<T>(sampleOf<typename StandardMetadata<T>::value_type>());
+        while (bytes.pop_back(), !bytes.empty())
+            EXPECT_FALSE(decode<T>(bytes).has_value()) << toString(T) << " of " << bytes.size();
+    });
+}
+
+TEST(MetadataDecoding, ZeroBytesAreAnAbsentOptionalAndNoOtherValue) {
+    forEveryType([]<Type T>() {
+        const auto value = StandardMetadata<T>::value::decode(nullptr, 0);
+        constexpr bool isOptional = T >= Type::SMPTE2086 && T <= Type::SMPTE2094_10;
+        EXPECT_EQ(isOptional, value.has_value()) << toString(T);
+        if constexpr (isOptional) {
+            EXPECT_FALSE(value->has_value());
+            EXPECT_TRUE(encode<T>({}).empty());
+        }
+    });
+    EXPECT_EQ(77u, encode<Type::SMPTE2094_40>(std::vector<uint8_t>()).size());
+}
+
+TEST(MetadataDecoding, ForeignHeadersAreNoValue) {
+    const std::vector<uint8_t> width = encode<Type::WIDTH>(640);
+    EXPECT_FALSE(decode<Type::HEIGHT>(width).has_value());
+    for (const size_t place : {size_t{0}, size_t{8}, size_t{60}}) {
+        std::vector<uint8_t> bytes = width;
+        bytes[place] ^= 1;
+        EXPECT_FALSE(decode<Type::WIDTH>(bytes).has_value()) << place;
+    }
+}
+
+// The value's bytes after the header begin with a count; what follows it is `tail`.
+template <Type T>
+void expectCountRefused(int64_t count, const std::vector<uint8_t>& tail) {
+    std::vector<uint8_t> bytes = Bytes::header(T).i64(count).get();
+    bytes.insert(bytes.end(), tail.begin(), tail.end());
+    gLargestAllocation = 0;
+    const auto value = decode<T>(bytes);
+    EXPECT_FALSE(value.has_value()) << toString(T) << " of count " << count;
+    EXPECT_LT(gLargestAllocation, 4096u) << toString(T) << " of count " << count;
+}
+
+TEST(MetadataDecoding, CountsBeyondTheBytesAreRefusedWithoutAllocating) {
+    constexpr int64_t kMax = std::numeric_limits<int64_t>::max();
+    const std::vector<uint8_t> tail(200, 0);
+    // Multiplied by the size of an element, some of these wrap round to a small number.
+    for (const int64_t count : {int64_t{-1}, -kMax - 1, kMax, int64_t{1} << 60, int64_t{1} << 61,
+                                int64_t{1} << 32, (int64_t{1} << 32) + 1, int64_t{201}}) {
+        expectCountRefused<Type::NAME>(count, tail);
+        expectCountRefused<Type::INTERLACED>(count, tail);
+        expectCountRefused<Type::SMPTE2094_40>(count, tail);
+        expectCountRefused<Type::CROP>(count, tail);
+        expectCountRefused<Type::PLANE_LAYOUTS>(count, tail);
+        std::vector<uint8_t> onePlane = Bytes().i64(count).get();
+        onePlane.insert(onePlane.end(), tail.begin(), tail.end());
+        expectCountRefused<Type::PLANE_LAYOUTS>(1, onePlane);
+    }
+}
+
+TEST(MetadataHelpers, ProvideAndApplyKnowEveryTypeButInvalid) {
+    std::vector<uint8_t> bytes(1024);
+    const auto provide = [&](Type type) {
+        return provideStandardMetadata(type, bytes.data(), bytes.size(), []<Type T>(auto&& give) {
+            return give(sampleOf<typename StandardMetadata<T>::value_type>());
+        });
+    };
+    const auto apply = [&](Type type, size_t size) {
+        return applyStandardMetadata(type, bytes.data(), size, []<Type T>(auto&& value) {
+            const auto sample = sampleOf<typename StandardMetadata<T>::value_type>();
+            return value == sample ? AIMAPPER_ERROR_NONE : AIMAPPER_ERROR_BAD_BUFFER;
+        });
+    };
+    for (int64_t number = 1; number < 24; ++number) {
+        const int32_t size = provide(static_cast<Type>(number));
+        ASSERT_GT(size, 69);
+        EXPECT_EQ(AIMAPPER_ERROR_NONE, apply(static_cast<Type>(number), size)) << number;
+        EXPECT_EQ(AIMAPPER_ERROR_BAD_VALUE, apply(static_cast<Type>(number), size - 1)) << number;
+    }
+    for (const int64_t number : {0, 24, -1}) {
+        EXPECT_EQ(-AIMAPPER_ERROR_UNSUPPORTED, provide(static_cast<Type>(number)));
+        EXPECT_EQ(AIMAPPER_ERROR_UNSUPPORTED, apply(static_cast<Type>(number), 77));
+    }
+}
+
+}  // namespace

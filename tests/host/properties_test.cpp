@@ -1,0 +1,117 @@
+#include <cutils/properties.h>
+#include <gtest/gtest.h>
+
+#include <errno.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <string>
+
+namespace {
+
+constexpr int32_t kMin32 = INT32_MIN;
+constexpr int32_t kMax32 = INT32_MAX;
+
+std::string get(const char* key, const char* defaultValue) {
+    char value[PROPERTY_VALUE_MAX];
+    const int length = property_get(key, value, defaultValue);
+    EXPECT_EQ(static_cast<int>(std::string(value).size()), length);
+    return value;
+}
+
+TEST(Properties, TheProcessComesBeforeTheEnvironmentAndThatBeforeTheFile) {
+    const std::string path = testing::TempDir() + "/zelkcam_properties";
+    std::ofstream(path)
+            << "# a.b=comment\nvendor.a.b = old\nvendor.a.b=file=1\nnoise\nc= from file \n";
+    setenv("ZELKCAM_HOST_PROPERTIES", path.c_str(), 1);
+    EXPECT_EQ("file=1", get("vendor.a.b", nullptr));
+    EXPECT_EQ("from file", get("c", nullptr));
+    setenv("ZELKCAM_PROP_vendor_a_b", "environment", 1);
+    EXPECT_EQ("environment", get("vendor.a.b", nullptr));
+    EXPECT_EQ(0, property_set("vendor.a.b", "process"));
+    EXPECT_EQ("process", get("vendor.a.b", nullptr));
+
+    std::map<std::string, std::string> listed;
+    const auto collect = [](const char* key, const char* value, void* cookie) {
+        (*static_cast<std::map<std::string, std::string>*>(cookie))[key] = value;
+    };
+    setenv("ZELKCAM_PROP_c", "overruled", 1);
+    EXPECT_EQ(0, property_list(collect, &listed));
+    const std::map<std::string, std::string> expected = {{"c", "overruled"},
+                                                         {"vendor.a.b", "process"}};
+    EXPECT_EQ(expected, listed);
+
+    // Set to nothing by the process, the property is empty, not what lies below.
+    EXPECT_EQ(0, property_set("vendor.a.b", nullptr));
+    EXPECT_EQ("default", get("vendor.a.b", "default"));
+    std::remove(path.c_str());
+}
+
+TEST(Properties, TextsAreCutToTheBound) {
+    const std::string longText(PROPERTY_VALUE_MAX + 20, 'x');
+    const std::string bound(PROPERTY_VALUE_MAX - 1, 'x');
+    EXPECT_EQ(bound, get("unset", longText.c_str()));
+    EXPECT_EQ("", get("unset", nullptr));
+    setenv("ZELKCAM_PROP_long", longText.c_str(), 1);
+    EXPECT_EQ(bound, get("long", "short"));
+    EXPECT_EQ(0, property_set("fits", bound.c_str()));
+    EXPECT_GT(0, property_set("fits", longText.c_str()));
+    EXPECT_EQ(bound, get("fits", nullptr));
+    EXPECT_GT(0, property_set(nullptr, "value"));
+}
+
+TEST(Properties, NumbersAreReadAsFarAsTheyGo) {
+    struct Case {
+        const char* text;
+        int32_t as32;
+        int64_t as64;
+    };
+    constexpr int32_t kDefault = -77;
+    const Case cases[] = {
+            {"", kDefault, kDefault},
+            {"12", 12, 12},
+            {"12abc", 12, 12},
+            {"abc", kDefault, kDefault},
+            {" \t-5", -5, -5},
+            {"+7", 7, 7},
+            {"0x1F", 31, 31},
+            {"010", 8, 8},
+            {"09", 0, 0},
+            {"0x", 0, 0},
+            {"2147483647", kMax32, kMax32},
+            {"2147483648", kDefault, int64_t{kMax32} + 1},
+            {"-2147483648", kMin32, kMin32},
+            {"-2147483649", kDefault, int64_t{kMin32} - 1},
+            {"9223372036854775807", kDefault, INT64_MAX},
+            {"9223372036854775808", kDefault, kDefault},
+            {"-9223372036854775809", kDefault, kDefault},
+    };
+    for (const Case& c : cases) {
+        ASSERT_EQ(0, property_set("number", c.text));
+        errno = EBADF;
+        EXPECT_EQ(c.as32, property_get_int32("number", kDefault)) << '"' << c.text << '"';
+        EXPECT_EQ(c.as64, property_get_int64("number", kDefault)) << '"' << c.text << '"';
+        EXPECT_EQ(EBADF, errno);
+    }
+    EXPECT_EQ(kDefault, property_get_int32(nullptr, kDefault));
+    EXPECT_EQ(kDefault, property_get_int32("unset", kDefault));
+}
+
+TEST(Properties, OnlyExactWordsAreTruthValues) {
+    constexpr int8_t kDefault = 42;
+    const std::map<std::string, int8_t> cases = {
+            {"1", 1},   {"y", 1},        {"yes", 1},      {"true", 1},     {"on", 1},
+            {"0", 0},   {"n", 0},        {"no", 0},       {"false", 0},    {"off", 0},
+            {"", 42},   {"2", kDefault}, {"Y", kDefault}, {"t", kDefault}, {"TRUE", kDefault},
+            {"01", 42}, {"true ", 42},   {"yess", 42},
+    };
+    for (const auto& [text, expected] : cases) {
+        ASSERT_EQ(0, property_set("truth", text.c_str()));
+        EXPECT_EQ(expected, property_get_bool("truth", kDefault)) << '"' << text << '"';
+    }
+    EXPECT_EQ(kDefault, property_get_bool(nullptr, kDefault));
+}
+
+}  // namespace

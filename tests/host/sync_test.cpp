@@ -1,0 +1,106 @@
+#include <gtest/gtest.h>
+#include <sync/sync.h>
+
+#include <errno.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/eventfd.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <string>
+#include <thread>
+
+#include <android/binder_auto_utils.h>
+
+namespace {
+
+using ndk::ScopedFileDescriptor;
+
+ScopedFileDescriptor fence(bool isSignalled) {
+    return ScopedFileDescriptor(eventfd(isSignalled ? 1 : 0, EFD_CLOEXEC));
+}
+
+void signal(const ScopedFileDescriptor& fence) {
+    ASSERT_EQ(0, eventfd_write(fence.get(), 1));
+}
+
+// 0, or the errno of the failure.
+int waitFor(int fd, int timeout) {
+    const int result = sync_wait(fd, timeout);
+    EXPECT_TRUE(result == 0 || result == -1) << result;
+    return result == 0 ? 0 : errno;
+}
+
+int closedNumber() {
+    return fence(true).get();
+}
+
+TEST(SyncWait, AnswersByTheStateOfTheFence) {
+    EXPECT_EQ(0, waitFor(fence(true).get(), 0));
+    EXPECT_EQ(0, waitFor(fence(true).get(), -1));
+    EXPECT_EQ(ETIME, waitFor(fence(false).get(), 0));
+    EXPECT_EQ(ETIME, waitFor(fence(false).get(), 10));
+    // Without looking at the timeout: this would wait for ever.
+    EXPECT_EQ(EINVAL, waitFor(-1, -1));
+    EXPECT_EQ(EINVAL, waitFor(-5, -1));
+    EXPECT_EQ(EINVAL, waitFor(closedNumber(), -1));
+}
+
+TEST(SyncWait, ADescriptorWithAnErrorIsNoFence) {
+    int pipe[2];
+    ASSERT_EQ(0, pipe2(pipe, O_CLOEXEC));
+    close(pipe[0]);  // the write end now reports an error
+    const ScopedFileDescriptor broken(pipe[1]);
+    EXPECT_EQ(EINVAL, waitFor(broken.get(), 0));
+}
+
+TEST(SyncWait, WaitsAcrossSignals) {
+    struct sigaction action = {};
+    action.sa_handler = [](int) {};
+    ASSERT_EQ(0, sigaction(SIGALRM, &action, nullptr));
+    const itimerval timer = {{0, 2000}, {0, 2000}};
+    ASSERT_EQ(0, setitimer(ITIMER_REAL, &timer, nullptr));
+    const ScopedFileDescriptor late = fence(false);
+    std::thread signaller([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        signal(late);
+    });
+    EXPECT_EQ(0, waitFor(late.get(), -1));
+    signaller.join();
+    const itimerval off = {};
+    setitimer(ITIMER_REAL, &off, nullptr);
+}
+
+TEST(SyncMerge, FollowsTheInputThatIsStillUndecided) {
+    const ScopedFileDescriptor done = fence(true);
+    const ScopedFileDescriptor pending = fence(false);
+    const int pairs[][2] = {
+            {done.get(), pending.get()}, {pending.get(), done.get()}, {pending.get(), -1}};
+    for (const auto& pair : pairs) {
+        const ScopedFileDescriptor merged(sync_merge("both", pair[0], pair[1]));
+        ASSERT_NE(-1, merged.get());
+        EXPECT_NE(0, fcntl(merged.get(), F_GETFD) & FD_CLOEXEC);
+        EXPECT_EQ(ETIME, waitFor(merged.get(), 0));
+    }
+    EXPECT_EQ(0, waitFor(ScopedFileDescriptor(sync_merge("", done.get(), done.get())).get(), 0));
+    // Two open ends have no union that one descriptor could stand for.
+    EXPECT_EQ(-1, sync_merge("both", pending.get(), pending.get()));
+    EXPECT_EQ(-1, sync_merge("none", -1, -1));
+}
+
+TEST(SyncFileInfo, TellsTheStateOfAStandIn) {
+    const ScopedFileDescriptor late = fence(false);
+    for (const int status : {0, 1}) {
+        struct sync_file_info* info = sync_file_info(late.get());
+        ASSERT_NE(nullptr, info);
+        EXPECT_EQ(status, info->status);
+        EXPECT_EQ(0u, info->num_fences);
+        sync_file_info_free(info);
+        signal(late);
+    }
+    EXPECT_EQ(nullptr, sync_file_info(closedNumber()));
+}
+
+}  // namespace
