@@ -1,0 +1,176 @@
+// The device's allocator and mapper as a client finds them, and buffers that clean up after
+// themselves.
+#pragma once
+
+#include <dlfcn.h>
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "platform/allocator.h"
+#include "platform/mapper.h"
+
+namespace zelkcam::test {
+
+using aidl::android::hardware::graphics::allocator::AllocationResult;
+using aidl::android::hardware::graphics::allocator::BufferDescriptorInfo;
+using aidl::android::hardware::graphics::allocator::IAllocator;
+using aidl::android::hardware::graphics::common::BufferUsage;
+using aidl::android::hardware::graphics::common::PixelFormat;
+using aidl::android::hardware::graphics::common::StandardMetadataType;
+using android::hardware::graphics::mapper::StandardMetadata;
+
+inline constexpr char kStandardName[] = "android.hardware.graphics.common.StandardMetadataType";
+inline constexpr char kPlexaName[] = "zelkcam.plexa.BufferAttribute";
+inline constexpr uint64_t kReadWriteOften = 0x33;
+
+inline IAllocator& allocator() {
+    static const auto service = IAllocator::fromBinder(ndk::SpAIBinder(AServiceManager_checkService(
+            "android.hardware.graphics.allocator.IAllocator/default")));
+    return *service;
+}
+
+inline void* mapperLibrary() {
+    static void* library = [] {
+        std::string suffix;
+        allocator().getIMapperLibrarySuffix(&suffix);
+        return android_load_sphal_library(("mapper." + suffix + ".so").c_str(), RTLD_NOW);
+    }();
+    return library;
+}
+
+inline const AIMapperV5& mapper() {
+    static const AIMapper* loaded = [] {
+        AIMapper* implementation = nullptr;
+        reinterpret_cast<decltype(&AIMapper_loadIMapper)>(
+                dlsym(mapperLibrary(), "AIMapper_loadIMapper"))(&implementation);
+        return implementation;
+    }();
+    return loaded->v5;
+}
+
+inline BufferDescriptorInfo describe(int32_t format, int32_t width, int32_t height,
+                                     uint64_t usage = kReadWriteOften) {
+    BufferDescriptorInfo info;
+    info.width = width;
+    info.height = height;
+    info.layerCount = 1;
+    info.format = static_cast<PixelFormat>(format);
+    info.usage = static_cast<BufferUsage>(usage);
+    return info;
+}
+
+inline BufferDescriptorInfo describe(PixelFormat format, int32_t width, int32_t height,
+                                     uint64_t usage = kReadWriteOften) {
+    return describe(static_cast<int32_t>(format), width, height, usage);
+}
+
+struct HandleDeleter {
+    void operator()(native_handle_t* handle) const { native_handle_delete(handle); }
+};
+
+// An allocated buffer, not imported. The descriptors of raw() are the result's.
+class RawBuffer {
+  public:
+    explicit RawBuffer(const BufferDescriptorInfo& info) {
+        const auto status = allocator().allocate2(info, 1, &mResult);
+        EXPECT_TRUE(status.isOk()) << status.getDescription();
+        if (status.isOk()) {
+            mRaw.reset(android::makeFromAidl(mResult.buffers.at(0)));
+        }
+    }
+
+    native_handle_t* raw() const { return mRaw.get(); }
+    int32_t stride() const { return mResult.stride; }
+
+  private:
+    AllocationResult mResult;
+    std::unique_ptr<native_handle_t, HandleDeleter> mRaw;
+};
+
+// An import, freed at the end unless the test has done so.
+class Import {
+  public:
+    explicit Import(const native_handle_t* raw) {
+        EXPECT_EQ(mapper().importBuffer(raw, &mHandle), AIMAPPER_ERROR_NONE);
+    }
+    explicit Import(const BufferDescriptorInfo& info) : Import(RawBuffer(info).raw()) {}
+    Import(const Import&) = delete;
+    ~Import() {
+        if (mHandle != nullptr) {
+            EXPECT_EQ(mapper().freeBuffer(mHandle), AIMAPPER_ERROR_NONE);
+        }
+    }
+
+    buffer_handle_t get() const { return mHandle; }
+    buffer_handle_t release() { return std::exchange(mHandle, nullptr); }
+
+    std::vector<uint8_t> bytes(const char* name, int64_t type) const {
+        std::vector<uint8_t> value(1);
+        const int32_t size = mapper().getMetadata(mHandle, {name, type}, value.data(), 0);
+        value.resize(static_cast<size_t>(std::max(size, 0)));
+        EXPECT_EQ(mapper().getMetadata(mHandle, {name, type}, value.data(), value.size()), size);
+        return value;
+    }
+
+    template <StandardMetadataType T>
+    std::optional<typename StandardMetadata<T>::value_type> value() const {
+        const auto value = bytes(kStandardName, static_cast<int64_t>(T));
+        return StandardMetadata<T>::value::decode(value.data(), value.size());
+    }
+
+    AIMapper_Error set(const char* name, int64_t type, const std::vector<uint8_t>& value) const {
+        return mapper().setMetadata(mHandle, {name, type}, value.data(), value.size());
+    }
+
+    // The first byte, locked for reading and writing.
+    uint8_t* lock(uint64_t usage = kReadWriteOften) const {
+        void* data = nullptr;
+        EXPECT_EQ(mapper().lock(mHandle, usage, {}, -1, &data), AIMAPPER_ERROR_NONE);
+        return static_cast<uint8_t*>(data);
+    }
+
+    AIMapper_Error unlock() const {
+        int fence = -1;
+        return mapper().unlock(mHandle, &fence);
+    }
+
+  private:
+    buffer_handle_t mHandle = nullptr;
+};
+
+template <StandardMetadataType T>
+std::vector<uint8_t> encode(const typename StandardMetadata<T>::value_type& value) {
+    using Encoding = typename StandardMetadata<T>::value;
+    std::vector<uint8_t> bytes(static_cast<size_t>(Encoding::encode(value, nullptr, 0)));
+    EXPECT_EQ(Encoding::encode(value, bytes.data(), bytes.size()),
+              static_cast<int32_t>(bytes.size()));
+    return bytes;
+}
+
+inline size_t countEntries(const char* folder) {
+    const std::filesystem::directory_iterator entries(folder);
+    return static_cast<size_t>(std::distance(begin(entries), end(entries)));
+}
+
+inline size_t openDescriptors() {
+    return countEntries("/proc/self/fd");
+}
+
+inline size_t bufferMappings() {
+    FILE* maps = fopen("/proc/self/maps", "re");
+    char line[512];
+    size_t count = 0;
+    while (fgets(line, sizeof(line), maps) != nullptr) {
+        count += std::string_view(line).find("memfd:zelkcam") != std::string_view::npos;
+    }
+    fclose(maps);
+    return count;
+}
+
+}  // namespace zelkcam::test
