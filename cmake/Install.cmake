@@ -12,14 +12,7 @@ set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ZelkcamGrallocUtils)
 set(header_dir ${CMAKE_INSTALL_INCLUDEDIR}/zelkcam)
 
 # Headers keep their paths of the source tree, so that an include line reads the same in both.
-foreach(header
-        utils/gralloc/Export.h
-        utils/gralloc/IGrallocHelper.h
-        utils/gralloc/IGrallocInfoProvider.h
-        utils/gralloc/aidl/v2/allocator/allocator.h
-        utils/gralloc/aidl/v2/mapper/mapper.h
-        utils/gralloc/hidl/allocator/allocator.h
-        utils/gralloc/hidl/mapper/mapper.h)
+foreach(header ${ZELKCAM_PUBLIC_HEADERS})
     get_filename_component(folder ${header} DIRECTORY)
     install(FILES ${header} DESTINATION ${header_dir}/${folder})
 endforeach()

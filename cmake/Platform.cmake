@@ -8,3 +8,13 @@ target_include_directories(zelkcam_platform INTERFACE
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/zelkcam>)
 target_include_directories(zelkcam_platform SYSTEM INTERFACE
     $<BUILD_INTERFACE:${ANDROID_INCLUDE_DIR}>)
+
+# The library's own headers that clients include; the doors and the published headers come along.
+set(ZELKCAM_PUBLIC_HEADERS
+    utils/gralloc/Export.h
+    utils/gralloc/IGrallocHelper.h
+    utils/gralloc/IGrallocInfoProvider.h
+    utils/gralloc/aidl/v2/allocator/allocator.h
+    utils/gralloc/aidl/v2/mapper/mapper.h
+    utils/gralloc/hidl/allocator/allocator.h
+    utils/gralloc/hidl/mapper/mapper.h)
