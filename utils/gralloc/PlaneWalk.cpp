@@ -16,8 +16,6 @@ int32_t commonValue(const std::vector<PlaneLayout>& planes, int64_t PlaneLayout:
     return common ? first : -1;
 }
 
-}  // namespace
-
 int bytesPerPixel(const std::vector<PlaneLayout>& planes) {
     const int32_t bits = commonValue(planes, &PlaneLayout::sampleIncrementInBits);
     return bits < 0 || bits % 8 != 0 ? -1 : bits / 8;
@@ -26,6 +24,8 @@ int bytesPerPixel(const std::vector<PlaneLayout>& planes) {
 int bytesPerStride(const std::vector<PlaneLayout>& planes) {
     return std::max(commonValue(planes, &PlaneLayout::strideInBytes), -1);
 }
+
+}  // namespace
 
 void tellPixelAndStride(const std::vector<PlaneLayout>& planes, int* outBytesPerPixel,
                         int* outBytesPerStride) {

@@ -34,12 +34,9 @@ static_assert(cutTo32(0x1'0000'0008) == 8);
 static_assert(cutTo32(INT64_MAX) == -1);
 static_assert(cutTo32(INT64_MIN) == 0);
 
-// The bytes of a pixel, and of a row, that all of `planes` (one at least) agree on; -1 where they
-// do not, where the number is negative or where a pixel is no whole number of bytes.
-int bytesPerPixel(const std::vector<PlaneLayout>& planes);
-int bytesPerStride(const std::vector<PlaneLayout>& planes);
-
-// Writes both where there is a plane to tell them and an output to hold them.
+// Writes the bytes of a pixel and of a row that all of `planes` agree on: -1 where they do not,
+// where the number is negative or where a pixel is no whole number of bytes. Nothing is written for
+// an empty list or to a null output.
 void tellPixelAndStride(const std::vector<PlaneLayout>& planes, int* outBytesPerPixel,
                         int* outBytesPerStride);
 
