@@ -1,0 +1,100 @@
+#!/bin/sh
+# Uses the library as another project would: from an installed prefix that has been moved since.
+#
+#   consumer.sh install|find_package|pkg_config|headers|documents|tool
+#
+# Environment: TREE, BUILD (a configured and built tree), WORK, CXX; for a cross build TOOLCHAIN,
+# EMULATOR and SYSROOT as well.
+set -eu
+here=$TREE/tests/consumer
+prefix=$WORK/prefix
+export PKG_CONFIG_PATH="$prefix/lib/pkgconfig"
+
+run() {
+    # shellcheck disable=SC2086 # a command and its arguments, or nothing
+    ${EMULATOR:-} "$@"
+}
+
+package() {
+    pkg-config --define-variable=android_sysroot="${SYSROOT:-}" "$@" zelkcam_grallocutils
+}
+
+# compile SOURCE PROGRAM: the one line that the documents promise.
+compile() {
+    # shellcheck disable=SC2046 # pkg-config prints several words
+    $CXX -std=c++20 "$1" $(package --cflags --libs) ${LINKER_FLAGS:-} -o "$2"
+}
+
+run_all() {
+    for program in client replacement published; do
+        echo "$program:"
+        run "$1/$program"
+    done
+}
+
+install_package() {
+    rm -rf "$WORK"
+    mkdir -p "$WORK/first"
+    cmake --install "$BUILD" --prefix "$WORK/first" >"$WORK/install.log"
+    mv "$WORK/first" "$prefix"
+}
+
+find_package() {
+    rm -rf "$WORK/cmake"
+    cmake -S "$here" -B "$WORK/cmake" -G Ninja -DCMAKE_CXX_COMPILER="$CXX" \
+        ${TOOLCHAIN:+-DCMAKE_TOOLCHAIN_FILE="$TOOLCHAIN"} -DCMAKE_PREFIX_PATH="$prefix" \
+        -DCMAKE_FIND_ROOT_PATH_MODE_PACKAGE=BOTH
+    cmake --build "$WORK/cmake"
+    run_all "$WORK/cmake"
+}
+
+pkg_config() {
+    mkdir -p "$WORK/pkg-config"
+    for program in client replacement published; do
+        compile "$here/$program.cpp" "$WORK/pkg-config/$program"
+    done
+    run_all "$WORK/pkg-config"
+}
+
+# Whatever is installed can be included first, and alone.
+headers() {
+    (cd "$prefix/include/zelkcam" && find utils platform -name '*.h') | while read -r header; do
+        # shellcheck disable=SC2046 # pkg-config prints several words
+        echo "#include \"$header\"" |
+            $CXX -std=c++20 -Wall -Wextra -Werror -fsyntax-only -x c++ $(package --cflags) - || {
+            echo "$header does not compile alone from the installed package"
+            exit 1
+        }
+    done
+    if grep -rn '"host/' "$prefix/include/zelkcam"; then
+        echo "an installed header includes one that is not installed"
+        exit 1
+    fi
+}
+
+# Every ```cpp block of docs/clients.md is a whole program that compiles, runs and ends with 0.
+documents() {
+    rm -rf "$WORK/documents"
+    mkdir -p "$WORK/documents"
+    awk -v folder="$WORK/documents" '
+        /^```cpp$/ { block++; inside = 1; next }
+        /^```$/ { inside = 0 }
+        inside { print > (folder "/example" block ".cpp") }' "$TREE/docs/clients.md"
+    for example in "$WORK"/documents/*.cpp; do
+        echo "$(basename "$example"):"
+        compile "$example" "${example%.cpp}"
+        run "${example%.cpp}"
+    done
+}
+
+tool() {
+    run "$prefix/bin/grallocinfo" query YCrCb_420_SP 1920x1080
+    test -f "$prefix/share/man/man1/grallocinfo.1"
+    test -f "$prefix/share/bash-completion/completions/grallocinfo"
+}
+
+case $1 in
+install) install_package ;;
+find_package | pkg_config | headers | documents | tool) $1 ;;
+*) exit 2 ;;
+esac
