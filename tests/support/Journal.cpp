@@ -105,12 +105,3 @@ size_t mappings() {
 }
 
 }  // namespace zelkcam::test
-
-// Closes for everybody in the process, and notes what it closed of a test's descriptors, and every
-// attempt to close none.
-extern "C" __attribute__((visibility("default"))) int close(int fd) {
-    const std::string name = zelkcam::test::descriptorName(fd);
-    if (fd < 0 || name != std::to_string(fd))
-        zelkcam::test::journal().add("close " + name);
-    return static_cast<int>(syscall(SYS_close, fd));
-}

@@ -1,5 +1,8 @@
 #include "tests/support/PlatformDoubles.h"
 
+#include <sys/syscall.h>
+#include <unistd.h>
+
 #include "platform/hwbinder.h"
 #include "platform/properties.h"
 #include "platform/sync.h"
@@ -15,13 +18,23 @@ PlatformScript& platformScript() {
 
 }  // namespace zelkcam::test
 
+using zelkcam::test::descriptorName;
 using zelkcam::test::journal;
 using zelkcam::test::platformScript;
 
 extern "C" {
 
+// Closes for everybody in the process, and notes what it closed of a test's descriptors, and every
+// attempt to close none.
+__attribute__((visibility("default"))) int close(int fd) {
+    const std::string name = descriptorName(fd);
+    if (fd < 0 || name != std::to_string(fd))
+        journal().add("close " + name);
+    return static_cast<int>(syscall(SYS_close, fd));
+}
+
 __attribute__((visibility("default"))) int sync_wait(int fd, int timeout) {
-    journal().add("sync_wait " + zelkcam::test::descriptorName(fd) +
+    journal().add("sync_wait " + descriptorName(fd) +
                   (timeout == -1 ? "" : " timeout " + std::to_string(timeout)));
     return platformScript().syncWaitResult;
 }

@@ -1,6 +1,6 @@
 // Scripted fences, properties, clock and hardware binder state.
 //
-// Installed, this takes the place of sync_wait, property_get_int32, systemTime and
+// Installed, this takes the place of sync_wait, close, property_get_int32, systemTime and
 // android::hardware::IPCThreadState's self and flushCommands.
 #pragma once
 
