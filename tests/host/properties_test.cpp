@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <errno.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -22,7 +23,7 @@ std::string get(const char* key, const char* defaultValue) {
 }
 
 TEST(Properties, TheProcessComesBeforeTheEnvironmentAndThatBeforeTheFile) {
-    const std::string path = testing::TempDir() + "/zelkcam_properties";
+    const std::string path = testing::TempDir() + "/zelkcam_properties." + std::to_string(getpid());
     std::ofstream(path)
             << "# a.b=comment\nvendor.a.b = old\nvendor.a.b=file=1\nnoise\nc= from file \n";
     setenv("ZELKCAM_HOST_PROPERTIES", path.c_str(), 1);

@@ -1,0 +1,40 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <sstream>
+
+#include "platform/ulog.h"
+
+namespace {
+
+using NSCam::Utils::ULog::ULogger;
+
+// The fields are read before main, so ctest runs this several times, each with an environment of
+// its own and with what is to be expected of it: level, mask and mode.
+TEST(Switchboard, StartsFromTheEnvironment) {
+    const char* const expected = std::getenv("EXPECTED_SWITCHBOARD");
+    std::ostringstream fields;
+    fields << std::hex << ULogger::sDetailsLevel << ' ' << ULogger::sNormalDetailsMask << ' '
+           << ULogger::sMode;
+    EXPECT_EQ(expected != nullptr ? expected : "2 40007000 1", fields.str());
+}
+
+TEST(Switchboard, WritesItsOwnLinesToStandardError) {
+    ASSERT_NE(nullptr, ULogger::sULogger);
+    testing::internal::CaptureStderr();
+    // The length is the one from before the text was cut.
+    ULogger::sULogger->write(0x40007001, "Tag", 2, "cut", 4000);
+    ULogger::sULogger->write(0x40007001, "Tag", 99, "%s", 2);
+    ULogger::sULogger->flush(1);
+    EXPECT_EQ("ulog 40007001 W Tag: cut\nulog 40007001 ? Tag: %s\n",
+              testing::internal::GetCapturedStderr());
+}
+
+TEST(Switchboard, AlwaysWantsErrors) {
+    ULogger::sDetailsLevel = 0;
+    EXPECT_NE(0, zelkcam_testLog("Tag", 69));
+    EXPECT_EQ(0, zelkcam_testLog("Tag", 'W'));
+}
+
+}  // namespace
