@@ -1,5 +1,5 @@
-// Facts of the published interfaces that binaries on both sides were compiled with. A change of one
-// is a change of nothing here, so this file has to keep compiling as it is.
+// Facts of the published interfaces that the binaries on both sides are compiled with: sizes,
+// offsets and values. They never change; where an assertion fails, the header is wrong.
 #include <climits>
 #include <cstddef>
 
