@@ -1,8 +1,7 @@
 // A HIDL mapper and allocator that answer nothing and remember which operation ran.
 #pragma once
 
-#include <string>
-#include <vector>
+#include <atomic>
 
 #include "platform/hidl.h"
 
@@ -57,7 +56,7 @@ class Recording : public Interface {
 
     bool remote = false;
     android::hardware::Status chainStatus;
-    mutable std::string last;
+    mutable std::atomic<const char*> last = "";  // services are called on any thread
 
   protected:
     void note(const char* operation) const { last = operation; }

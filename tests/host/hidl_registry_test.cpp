@@ -4,7 +4,9 @@
 
 #include <atomic>
 #include <set>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "host/hidl_gralloc/embedded_services.h"
 #include "tests/host/RecordingMapper.h"

@@ -6,7 +6,9 @@
 
 #include <list>
 #include <memory>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "platform/hwbinder.h"
 #include "tests/host/RecordingMapper.h"
@@ -408,9 +410,9 @@ template <typename Object, size_t COUNT>
 void expectSlots(const Slot (&slots)[COUNT]) {
     const sp<Object> object = new Object;
     for (const Slot& slot : slots) {
-        object->last.clear();
+        object->last = "";
         slot.call(object.get(), slot.number);
-        EXPECT_EQ(object->last, slot.operation) << "slot " << slot.number;
+        EXPECT_STREQ(object->last, slot.operation) << "slot " << slot.number;
     }
 }
 
