@@ -118,9 +118,4 @@ int32_t parseDataspace(std::string_view text) {
     return static_cast<int32_t>(orFail(bits, "dataspace", text, kDataspaceExpected));
 }
 
-void requireFileName(std::string_view option, std::string_view path) {
-    if (path.empty())
-        throw unusable(std::string(option) + " has an empty file name: expected a path");
-}
-
 }  // namespace grallocinfo

@@ -26,7 +26,4 @@ int32_t parseDataspace(std::string_view text);
 // Whether `text` is meant as a number rather than a name.
 bool looksLikeNumber(std::string_view text);
 
-// The path of an option whose file is to be written or read; "" when the option was not given.
-void requireFileName(std::string_view option, std::string_view path);
-
 }  // namespace grallocinfo

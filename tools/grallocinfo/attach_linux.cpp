@@ -140,6 +140,7 @@ void runAttach(const AttachOptions& options) {
         throw unusable("pattern " + inQuotes(options.fill) + " is not usable: expected " +
                        patternNames());
     openLibraryLog(options.verbose);
+    startLibrary();
     RawHandle raw = receiveFrom(options.socket);
     const auto mapper = openMapper();
     const ImportedBuffer buffer(raw.get());
@@ -163,8 +164,7 @@ void addAttach(CLI::App& program) {
     addText(*command, "SOCKET-PATH", options->socket, "Where the buffer is served");
     addJson(*command, options->json);
     CLI::Option* const png =
-            addText(*command, "--png", options->png, "Save the buffer's picture as a PNG file")
-                    ->type_name("FILE");
+            addFile(*command, "--png", options->png, "Save the buffer's picture as a PNG file");
     addText(*command, "--fill", options->fill, "Draw a test pattern into the buffer")
             ->type_name(patternNames())
             ->excludes(png);

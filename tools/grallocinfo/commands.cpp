@@ -20,6 +20,14 @@ CLI::Option* addText(CLI::App& command, const std::string& name, std::string& va
     return name.starts_with('-') ? option->type_name("TEXT") : option->required();
 }
 
+CLI::Option* addFile(CLI::App& command, const std::string& name, std::string& path,
+                     const std::string& help) {
+    const auto isNamed = [](const std::string& text) {
+        return std::string(text.empty() ? "a file name that is not empty is required" : "");
+    };
+    return addText(command, name, path, help)->type_name("FILE")->check(isNamed);
+}
+
 void addUsage(CLI::App& command, std::string& usage) {
     addText(command, "--usage", usage,
             "Gralloc usage: a number, or names joined by '|'; in a shell, quote them")

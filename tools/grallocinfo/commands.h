@@ -25,6 +25,10 @@ inline constexpr char kNegativeGuard = ' ';
 CLI::Option* addText(CLI::App& command, const std::string& name, std::string& value,
                      const std::string& help);
 
+// An option that takes the name of a file.
+CLI::Option* addFile(CLI::App& command, const std::string& name, std::string& path,
+                     const std::string& help);
+
 // The options that several commands share.
 void addUsage(CLI::App& command, std::string& usage);
 void addJson(CLI::App& command, bool& json);

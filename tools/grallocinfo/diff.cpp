@@ -1,6 +1,4 @@
 // grallocinfo diff: what moved between two format lists.
-#include <cerrno>
-#include <cstring>
 #include <fstream>
 #include <iostream>
 #include <map>
@@ -45,26 +43,24 @@ struct Comparison {
 using Formats = std::map<int32_t, Json>;
 
 Json readFile(const std::string& path) {
-    requireFileName("diff", path);
-    errno = 0;
-    std::ifstream file(path, std::ios::binary);
-    Json document = file ? Json::parse(file, nullptr, false) : Json();
-    if (!file && errno != 0)
-        throw unusable("cannot read " + inQuotes(path) + " (" + strerror(errno) +
-                       "): expected what 'grallocinfo formats --json' printed");
+    const std::string expected = "what 'grallocinfo formats --json' printed";
+    std::ifstream file = openFile(path, expected);
+    const Json document = Json::parse(file, nullptr, false);
     if (!document.is_object() || document.value("schemaVersion", Json()) != kSchemaVersion ||
         !document.value("formats", Json()).is_array())
-        throw unusable(inQuotes(path) +
-                       " is not usable: expected what 'grallocinfo formats --json' "
-                       "of schema version " +
-                       std::to_string(kSchemaVersion) + " printed");
+        throw unusable(inQuotes(path) + " is not usable: expected " + expected +
+                       ", of schema version " + std::to_string(kSchemaVersion));
     return document;
+}
+
+bool isCode(const Json& value) {
+    return value.is_number_integer() && value == value.get<int32_t>();
 }
 
 Formats formatsOf(const Json& document, const std::string& path) {
     Formats formats;
     for (const Json& format : document["formats"]) {
-        if (!format.is_object() || !format.value("format", Json()).is_number_integer())
+        if (!format.is_object() || !isCode(format.value("format", Json())))
             throw unusable(inQuotes(path) +
                            " holds a format without a code: expected what "
                            "'grallocinfo formats --json' printed");

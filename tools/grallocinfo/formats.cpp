@@ -59,6 +59,7 @@ void runFormats(const FormatsOptions& options) {
     const Size size = parseSize(options.size);
     const uint32_t usage = parseUsage(options.usage);
     openLibraryLog(options.verbose);
+    startLibrary();
     const FormatList list = listFormats(size, usage);
     if (options.json)
         writeDocument(formatsDocument(list));

@@ -26,13 +26,26 @@ struct LogLine {
 
 std::mutex gLogLock;
 std::vector<LogLine> gHeldErrors;
+bool gHoldsErrors = false;
 FatalHandler gFatalHandler = nullptr;
 
 void holdErrors(const __android_logger_data* data, const char* message) {
-    if (data->priority < ANDROID_LOG_ERROR)
+    // A fatal line liblog prints by itself.
+    if (data->priority != ANDROID_LOG_ERROR)
         return;
     const std::lock_guard lock(gLogLock);
     gHeldErrors.push_back({data->priority, data->tag ? data->tag : "", message});
+}
+
+void dropLine(const __android_logger_data*, const char*) {}
+
+std::string allocatorServiceName() {
+    return std::string(GrallocAllocatorAidlV2::IAllocator::descriptor) + "/default";
+}
+
+bool allocatorServiceExists() {
+    const std::string name = allocatorServiceName();
+    return ndk::SpAIBinder(AServiceManager_checkService(name.c_str())).get() != nullptr;
 }
 
 bool isFlexible(int32_t format) {
@@ -43,12 +56,11 @@ bool isFlexible(int32_t format) {
 }  // namespace
 
 std::string noAllocatorService() {
-    return std::string("there is no graphics allocator service (") +
-           GrallocAllocatorAidlV2::IAllocator::descriptor + "/default)";
+    return "there is no graphics allocator service (" + allocatorServiceName() + ")";
 }
 
 StatusMeaning meaningOfRefusal(const zcam::GrallocRequest& request, uint32_t usage) {
-    if (!GrallocAllocatorAidlV2::AllocatorAidl::createInstance())
+    if (!allocatorServiceExists())
         return {kNoAllocatorService, noAllocatorService()};
     return {"ALLOCATION_REFUSED",
             "the allocator refused a buffer of " + std::to_string(request.widthInPixels) + "x" +
@@ -65,6 +77,7 @@ void openLibraryLog(bool verbose) {
     }
     NSCam::Utils::ULog::ULogger::sMode = kSwitchboardToAndroidLog;
     __android_log_set_logger(holdErrors);
+    gHoldsErrors = true;
 }
 
 void showHeldErrors() {
@@ -85,6 +98,12 @@ void onLibraryFatal(FatalHandler handler) {
             lastWords.pop_back();
         gFatalHandler(lastWords);
     });
+}
+
+void startLibrary() {
+    helper();
+    if (gHoldsErrors && !allocatorServiceExists())
+        __android_log_set_logger(dropLine);
 }
 
 NSCam::IGrallocHelper& helper() {

@@ -30,6 +30,10 @@ void showHeldErrors();
 using FatalHandler = void (*)(const std::string& lastWords);
 void onLibraryFatal(FatalHandler handler);
 
+// Starts the library. Without an allocator service it says so once, when it starts; what it says of
+// every request after that is kept back for good.
+void startLibrary();
+
 NSCam::IGrallocHelper& helper();
 std::string formatName(int32_t format);
 std::string usageName(uint32_t usage);

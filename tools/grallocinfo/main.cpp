@@ -46,13 +46,30 @@ const CLI::App& chosenCommand(const CLI::App& program) {
     return commands.empty() ? program : *commands.front();
 }
 
+std::string commandNames(const CLI::App& program) {
+    std::string names;
+    for (const CLI::App* const command : program.get_subcommands(nullptr))
+        names += (names.empty() ? "" : ", ") + command->get_name();
+    return names;
+}
+
+// "grallocinfo query FORMAT WIDTHxHEIGHT [OPTIONS]", or the commands that there are.
+std::string synopsisOf(const CLI::App& command) {
+    if (!command.get_parent())
+        return "a command, one of " + commandNames(command) + "; see 'grallocinfo --help'";
+    std::string synopsis = "grallocinfo " + command.get_name();
+    for (const CLI::Option* const option : command.get_options())
+        if (option->get_positional())
+            synopsis += (option->get_required() ? " " : " [") + option->get_name() +
+                        (option->get_required() ? "" : "]");
+    return synopsis + " [OPTIONS]; see '--help'";
+}
+
 Failure parseFailure(const CLI::App& program, const CLI::ParseError& error) {
     const CLI::App& command = chosenCommand(program);
     std::string reason = error.what();
     std::replace(reason.begin(), reason.end(), '\n', ' ');
-    const bool isProgram = &command == &program;
-    const std::string name = isProgram ? "grallocinfo" : "grallocinfo " + command.get_name();
-    return unusable(reason + ": expected what '" + name + " --help' shows");
+    return unusable(reason + ": expected " + synopsisOf(command));
 }
 
 std::vector<std::string> wordsOf(int argc, char** argv) {

@@ -42,6 +42,18 @@ void flushOutput() {
         throw systemFailure("cannot write to standard output", errno ? errno : EIO);
 }
 
+std::ifstream openFile(const std::string& path, const std::string& expected) {
+    errno = 0;
+    std::ifstream file(path, std::ios::binary);
+    // A folder opens, and fails only when it is read. A file may be empty.
+    if (file && file.peek() == std::ifstream::traits_type::eof() && errno == 0)
+        file.clear();
+    if (!file)
+        throw unusable("cannot read " + inQuotes(path) + " (" + strerror(errno) + "): expected " +
+                       expected);
+    return file;
+}
+
 void writeFile(const std::string& path, const std::function<void(std::ostream&)>& print) {
     errno = 0;
     std::ofstream file(path, std::ios::binary);

@@ -1,5 +1,5 @@
-// Where a command's data goes. Standard output carries data only; what is said about it goes to
-// standard error.
+// Where a command's data comes from and goes. Standard output carries data only; what is said about
+// it goes to standard error.
 #pragma once
 
 #include <fstream>
@@ -23,6 +23,10 @@ void remark(const std::string& text);
 
 // Sends what is buffered and throws a Failure when it did not arrive.
 void flushOutput();
+
+// The file `path`, ready to be read; throws a Failure, which says what was `expected`, for what
+// cannot be read.
+std::ifstream openFile(const std::string& path, const std::string& expected);
 
 // Fills the file `path` with what `print` prints; throws a Failure when it cannot be written.
 void writeFile(const std::string& path, const std::function<void(std::ostream&)>& print);

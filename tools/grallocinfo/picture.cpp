@@ -24,7 +24,7 @@ constexpr std::array<Rgb, 8> kBars{{{255, 255, 255},
 constexpr Rgb kLine{128, 128, 128};
 constexpr double kBarsHeight = 0.75;
 constexpr double kLineWidth = 0.006;
-constexpr double kCircleRadius = 0.3;
+constexpr double kEllipseRadius = 0.3;
 constexpr double kGreySteps = 16;
 constexpr double kSquares = 16;
 
@@ -35,7 +35,7 @@ uint8_t level(double part) {
 Rgb bars(Position at) {
     const double x = at.across - 0.5;
     const double y = at.down - kBarsHeight / 2;
-    if (at.down < kBarsHeight && (std::abs(std::hypot(x, y) - kCircleRadius) < kLineWidth ||
+    if (at.down < kBarsHeight && (std::abs(std::hypot(x, y) - kEllipseRadius) < kLineWidth ||
                                   std::abs(at.across - at.down / kBarsHeight) < kLineWidth))
         return kLine;
     if (at.down < kBarsHeight)

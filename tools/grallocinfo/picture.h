@@ -36,7 +36,7 @@ std::string patternNames();
 bool isPattern(std::string_view name);
 
 // A pattern of patternNames() that fills the size. "bars" shows colours, grey steps and, by its
-// circle and diagonal, rows that slip; "ramp" and "checker" show banding and chroma siting.
+// ellipse and diagonal, rows that slip; "ramp" and "checker" show banding and chroma siting.
 Picture drawPattern(std::string_view name, uint32_t width, uint32_t height);
 
 }  // namespace grallocinfo

@@ -77,7 +77,8 @@ void BlockDrawing::printPlane(size_t index) {
     const size_t lines = linesOf(double(plane.size) / double(plane.rowStride));
     const size_t columns = std::max<size_t>(1, cellsOf(plane.rowStride, mWidest, kColumns));
     const size_t pictureColumns = cellsOf(plane.pictureRowBytes, plane.rowStride, columns);
-    const size_t tailLines = lines - cellsOf(plane.size - plane.tailBytes, plane.size, lines);
+    const size_t tailLines = plane.tailBytes > 0 && lines > 1 ? 1 : 0;
+    const size_t tailColumns = cellsOf(plane.tailBytes, plane.rowStride, columns);
     const size_t pictureLines = cellsOf(plane.pictureRows, plane.rows, lines - tailLines);
     for (size_t line = 0; line < lines; ++line) {
         std::string cells;
@@ -85,7 +86,8 @@ void BlockDrawing::printPlane(size_t index) {
             repeat(cells, kPicture, pictureColumns);
             repeat(cells, kStridePadding, columns - pictureColumns);
         } else {
-            repeat(cells, line < lines - tailLines ? kVerticalPadding : kTail, columns);
+            const bool isTail = line >= lines - tailLines;
+            repeat(cells, isTail ? kTail : kVerticalPadding, isTail ? tailColumns : columns);
         }
         std::string label;
         if (line == 0)

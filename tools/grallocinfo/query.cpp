@@ -86,6 +86,7 @@ void runQuery(const QueryOptions& options) {
     const zcam::GrallocRequest request = requestOf(options);
     requireBackend(options.backend);
     openLibraryLog(options.verbose);
+    startLibrary();
     QueryOutcome outcome{queryLayout(request, options.force), std::nullopt, {}};
     if (options.backend == "hidl")
         outcome.mapper = probeThroughHidl(request);
@@ -108,8 +109,7 @@ void addQuery(CLI::App& program) {
     command->add_flag("--force", options->force, "Probe again instead of asking the cache");
     addJson(*command, options->json);
     CLI::Option* const svg =
-            addText(*command, "--svg", options->svg, "Draw the planes in memory into an SVG file")
-                    ->type_name("FILE");
+            addFile(*command, "--svg", options->svg, "Draw the planes in memory into an SVG file");
     CLI::Option* const draw =
             command->add_flag("--draw", options->draw, "Draw the planes in memory as text");
     addText(*command, "--backend", options->backend,

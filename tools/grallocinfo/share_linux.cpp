@@ -118,6 +118,7 @@ void runShare(const ShareOptions& options) {
     const uint32_t usage = parseUsage(options.usage);
     const zcam::GrallocRequest request{usage, parseFormat(options.format), size.width, size.height};
     openLibraryLog(options.verbose);
+    startLibrary();
     const InterruptibleWait wait;
     const auto listener = listenAt(options.socket);
     const AidlBuffer buffer(request, usage);

@@ -3,8 +3,6 @@
 // The library writes every entry to its log when it enters the cache, and all of them on
 // dumpToLog(). Reading the log leaves the program alone, and is the same on a phone as beside the
 // host platform.
-#include <cerrno>
-#include <cstring>
 #include <fstream>
 #include <iostream>
 #include <memory>
@@ -121,12 +119,7 @@ void watchLog(std::istream& log, bool json) {
 void runWatch(const WatchOptions& options) {
     if (options.file == "-")
         return watchLog(std::cin, options.json);
-    errno = 0;
-    std::ifstream file(options.file, std::ios::binary);
-    if (!file || file.peek() == std::ifstream::traits_type::eof())
-        throw unusable("cannot read " + inQuotes(options.file) +
-                       (errno ? std::string(" (") + strerror(errno) + ")" : "") +
-                       ": expected a log file, or - for standard input");
+    std::ifstream file = openFile(options.file, "a log file, or - for standard input");
     watchLog(file, options.json);
 }
 
