@@ -50,6 +50,11 @@ std::vector<Refusal> refusals() {
     add("negative format", [](auto& info) { info.format = static_cast<PixelFormat>(-1); });
     add("size beyond 31 bits", [](auto& info) { info.width = info.height = 1 << 15; });
     add("product beyond 64 bits", [](auto& info) { info.width = info.height = INT32_MAX; });
+    add("product that wraps to zero", [](auto& info) {
+        info.format = PixelFormat::RGBA_FP16;
+        info.width = INT32_MAX;
+        info.height = 1 << 30;
+    });
     add("negative reserved size", [](auto& info) { info.reservedSize = -1; });
     add("huge reserved size", [](auto& info) { info.reservedSize = int64_t{1} << 40; });
     add("option", [](auto& info) { info.additionalOptions.push_back({"anything", 1}); });

@@ -4,6 +4,7 @@
 #include <sys/eventfd.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -176,19 +177,73 @@ TEST_F(HostileHandle, withAlmostTheSameMemory) {
     }
 }
 
-// The metadata memory of the good buffer with another image at its front.
-ScopedFileDescriptor forge(const native_handle_t* good, const SharedImage& image) {
-    ScopedFileDescriptor fd(memfd_create("forged", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-    EXPECT_EQ(ftruncate(fd.get(), lseek(good->data[kMetadata], 0, SEEK_END)), 0);
-    EXPECT_EQ(pwrite(fd.get(), &image, sizeof(image), 0), static_cast<ssize_t>(sizeof(image)));
+SharedImage imageOf(const native_handle_t* handle) {
+    SharedImage image;
+    EXPECT_EQ(pread(handle->data[kMetadata], &image, sizeof(image), 0),
+              static_cast<ssize_t>(sizeof(image)));
+    return image;
+}
+
+ScopedFileDescriptor sealedMemory(size_t size, unsigned flags = 0) {
+    ScopedFileDescriptor fd(memfd_create("forged", MFD_CLOEXEC | MFD_ALLOW_SEALING | flags));
+    EXPECT_EQ(ftruncate(fd.get(), static_cast<off_t>(size)), 0);
     EXPECT_EQ(fcntl(fd.get(), F_ADD_SEALS, kAllSeals), 0);
     return fd;
 }
 
+void writeImage(int fd, const SharedImage& image) {
+    EXPECT_EQ(pwrite(fd, &image, sizeof(image), 0), static_cast<ssize_t>(sizeof(image)));
+}
+
+// Metadata memory of the right size with that image at its front.
+ScopedFileDescriptor forge(const SharedImage& image) {
+    ScopedFileDescriptor fd = sealedMemory(host::gralloc::metadataSize({}));
+    writeImage(fd.get(), image);
+    return fd;
+}
+
+uint64_t inodeOf(int fd) {
+    struct stat status {};
+    EXPECT_EQ(fstat(fd, &status), 0);
+    return status.st_ino;
+}
+
+// Forgers who make both memories themselves and know how they refer to each other.
+TEST_F(HostileHandle, madeWholeByAForger) {
+    constexpr size_t kPixelBytes = 640 * 480 * 3 / 2;
+    const auto forgeFor = [&](const ScopedFileDescriptor& pixels) {
+        SharedImage image = imageOf(good());
+        image.header.pixelInode = inodeOf(pixels.get());
+        return forge(image);
+    };
+    const auto handleOf = [&](int pixels, int metadata) {
+        native_handle_t* handle = spoilt();
+        handle->data[kPixels] = pixels;
+        handle->data[kMetadata] = metadata;
+        return handle;
+    };
+    {
+        const ScopedFileDescriptor enough = sealedMemory(kPixelBytes);
+        const Import control(handleOf(enough.get(), forgeFor(enough).get()));
+    }
+    const ScopedFileDescriptor small = sealedMemory(kPixelBytes - 1);
+    expectRefused(handleOf(small.get(), forgeFor(small).get()), "pixels one byte short");
+
+    const ScopedFileDescriptor both = sealedMemory(4 * kPixelBytes);
+    SharedImage image = imageOf(good());
+    image.header.pixelInode = inodeOf(both.get());
+    writeImage(both.get(), image);
+    expectRefused(handleOf(both.get(), both.get()), "one memory for pixels and metadata");
+
+    if (const int hugePages = memfd_create("huge", MFD_CLOEXEC | MFD_HUGETLB); hugePages >= 0) {
+        close(hugePages);
+        const ScopedFileDescriptor huge = sealedMemory(size_t{1} << 30, MFD_HUGETLB);
+        expectRefused(handleOf(huge.get(), forgeFor(huge).get()), "huge pages");
+    }
+}
+
 TEST_F(HostileHandle, whoseMetadataLies) {
-    SharedImage image;
-    ASSERT_EQ(pread(good()->data[kMetadata], &image, sizeof(image), 0),
-              static_cast<ssize_t>(sizeof(image)));
+    const SharedImage image = imageOf(good());
     const std::function<void(SharedImage&)> lies[] = {
             [](auto& i) { i.header.description.width = 0; },
             [](auto& i) { i.header.description.width = 641; },
@@ -210,7 +265,7 @@ TEST_F(HostileHandle, whoseMetadataLies) {
     for (const auto& lie : lies) {
         SharedImage forged = image;
         lie(forged);
-        expectRefusedWith(kMetadata, forge(good(), forged).get(), "forged metadata");
+        expectRefusedWith(kMetadata, forge(forged).get(), "forged metadata");
     }
 }
 
@@ -225,16 +280,14 @@ bool maySenderChoose(size_t offset) {
 }
 
 TEST_F(HostileHandle, whoseMetadataDiffersInAnyByte) {
-    SharedImage image;
-    ASSERT_EQ(pread(good()->data[kMetadata], &image, sizeof(image), 0),
-              static_cast<ssize_t>(sizeof(image)));
+    const SharedImage image = imageOf(good());
     for (size_t offset = 0; offset < sizeof(image); ++offset) {
         if (maySenderChoose(offset)) {
             continue;
         }
         SharedImage forged = image;
         reinterpret_cast<uint8_t*>(&forged)[offset] ^= 0x41;
-        expectRefusedWith(kMetadata, forge(good(), forged).get(),
+        expectRefusedWith(kMetadata, forge(forged).get(),
                           "byte " + std::to_string(offset) + " changed");
     }
 }
