@@ -23,7 +23,7 @@ struct Buffer {
 // Holds every encoding but that of many planes.
 inline constexpr size_t kFirstRead = 512;
 // What a mapper may ask for at most: some hundreds of planes, more than any format has.
-inline constexpr size_t kLargestRead = 64 * 1024;
+inline constexpr size_t kLargestRead = size_t{64} * 1024;
 
 template <StandardMetadataType T>
 using StandardValue = typename android::hardware::graphics::mapper::StandardMetadata<T>::value;
