@@ -32,8 +32,8 @@ class BackendTest : public DoublesTest {
     }
 
     std::optional<NSCam::GrallocMapperAidlV2::MapperV5> mapper;
-    const native_handle header = {sizeof(native_handle), 0, 0, {}};
-    const native_handle* const buffer = &header;
+    // Nobody looks behind it.
+    const native_handle* const buffer = reinterpret_cast<const native_handle*>(0x77);
 
   private:
     static void resetScripts() {

@@ -105,28 +105,28 @@ TEST_F(BufferOperationsTest, TheSettersReplaceTheirBitsOfTheStatusWord) {
             {0x80000000, [](auto* h, auto* b) { return h->setBufferStatus(b, -1, 0x7); }, 0x7},
     };
     for (const auto& c : cases) {
-        plexaScript().status = c.before;
+        platformScript().status = c.before;
         EXPECT_EQ(c.mark(helper, handle), 0);
-        EXPECT_EQ(plexaScript().status, c.after) << std::hex << c.before;
+        EXPECT_EQ(platformScript().status, c.after) << std::hex << c.before;
         EXPECT_THAT(journal().take(),
                     ElementsAre("plexa_query 100", "plexa_sf_set_status", "plexa_perform 100"));
     }
 }
 
 TEST_F(BufferOperationsTest, OnlyTheResultOfTheStoreCountsAFailedFetchIsNotLookedAt) {
-    plexaScript().status = 0xffffffff;
-    plexaScript().results[PLEXA_GET_SF_INFO] = -1;
+    platformScript().status = 0xffffffff;
+    platformScript().queryResults[PLEXA_GET_SF_INFO] = -1;
     EXPECT_EQ(helper->setColorspace_JFIF(handle), 0);
-    EXPECT_EQ(plexaScript().status, 0x40000000u) << "a record that holds just the edited bits";
-    plexaScript().performResults[PLEXA_SET_SF_INFO] = -77;
+    EXPECT_EQ(platformScript().status, 0x40000000u) << "a record that holds just the edited bits";
+    platformScript().performResults[PLEXA_SET_SF_INFO] = -77;
     EXPECT_EQ(helper->setDirtyCamera(handle), -77);
     EXPECT_THAT(takeLog(), IsEmpty());
 }
 
 TEST_F(BufferOperationsTest, AStartOfFrameIsStoredIn64Bits) {
     EXPECT_EQ(helper->setBufferSOF(handle, 0xfedcba9876543210), 0);
-    EXPECT_EQ(plexaScript().startOfFrame, 0xfedcba9876543210);
-    plexaScript().performResults[PLEXA_SET_SOF] = -5;
+    EXPECT_EQ(platformScript().startOfFrame, 0xfedcba9876543210);
+    platformScript().performResults[PLEXA_SET_SOF] = -5;
     EXPECT_EQ(helper->setBufferSOF(handle, 1), -5);
     EXPECT_THAT(takeLog(), IsEmpty());
 }

@@ -32,7 +32,7 @@ constexpr int32_t kAlignedFrame = 0x20000000;
 
 void locate(const Located& at) {
     using enum PlaneLayoutComponentType;
-    if (plexaScript().values[PLEXA_GET_FORMAT].at(0) == kYv12)
+    if (platformScript().attributes[PLEXA_GET_FORMAT].at(0) == kYv12)
         describePlanes({plane(at.y, 8, at.ystride, {component(Y, 0)}),
                         plane(at.cr, 8, at.cstride, {component(CR, 0)}),
                         plane(at.cb, 8, at.cstride, {component(CB, 0)})});
@@ -170,7 +170,7 @@ TEST_F(DerivationTest, OnlyTheTwoFormatsThatNeedItAreLockedAndAProtectedOneIsNot
 }
 
 TEST_F(DerivationTest, AttributesThatAreNotWrittenReadAsZeros) {
-    plexaScript().values = {{PLEXA_GET_FORMAT, {0x1000}}};
+    platformScript().attributes = {{PLEXA_GET_FORMAT, {0x1000}}};
     EXPECT_EQ(describe(), 0);
     EXPECT_EQ(info.planes.at(0).sizeInBytes + info.planes.at(1).rowStrideInBytes, 0u);
 }
@@ -274,7 +274,7 @@ TEST_F(DerivationTest, AFormatWithoutARuleAnswersMinus2AndAnUnresolvedOneTheUnkn
 
 TEST_F(DerivationTest, EveryAttributeIsReadAlsoAfterAFailureAndTheResultsAreJoined) {
     describeBuffers({.format = 1});
-    plexaScript().results = {{PLEXA_GET_FORMAT, 0x4}, {PLEXA_GET_BUFFER_FLAGS, 0x30}};
+    platformScript().queryResults = {{PLEXA_GET_FORMAT, 0x4}, {PLEXA_GET_BUFFER_FLAGS, 0x30}};
     EXPECT_EQ(describe(), kUnknownError);
     EXPECT_THAT(journal().take(),
                 ElementsAre("plexa_query 15", "plexa_query 17", "plexa_query 10", "plexa_query 11",

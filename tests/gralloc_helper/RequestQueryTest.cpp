@@ -1,6 +1,7 @@
 // The query by request: its probe, its cache, its dumps.
 #include <barrier>
 #include <future>
+#include <regex>
 #include <thread>
 
 #include "tests/gralloc_helper/HelperTest.h"
@@ -12,22 +13,19 @@ namespace {
 using testing::AnyOf;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
+using testing::EndsWith;
+using testing::HasSubstr;
 using testing::IsEmpty;
 using zcam::GrallocRequest;
 
-constexpr GrallocRequest kRgba = {.format = 1, .widthInPixels = 64, .heightInPixels = 32};
+constexpr GrallocRequest kRgba = {0, 1, 64, 32};
+constexpr char kRgbaLayout[] = "0x1 64x32 8192/256";
 
 class RequestQueryTest : public HelperTest {
   protected:
     void SetUp() override {
         HelperTest::SetUp();
-        describeBuffers({.format = 1,
-                         .width = 64,
-                         .height = 32,
-                         .stride = 64,
-                         .verticalStride = 32,
-                         .allocSize = 8192,
-                         .usage = 0x33});
+        describeBuffers({0x1, 64, 32, 64, 32, 8192, 0x33});
     }
 
     size_t probes() { return allocatorScript().requests.size(); }
@@ -39,23 +37,18 @@ class RequestQueryTest : public HelperTest {
         helper->dumpToLog();
         std::vector<std::string> keys;
         for (const std::string& line : takeLog()) {
-            int width = 0, height = 0;
-            unsigned usage = 0, format = 0;
-            if (line.ends_with("-->") &&
-                sscanf(line.c_str(), "D GrallocHelper [dump] %dx%d usage:%x(%*[^)]) format:%x",
-                       &width, &height, &usage, &format) == 4) {
-                char text[64];
-                snprintf(text, sizeof(text), "%x %x %dx%d", format, usage, width, height);
-                keys.push_back(text);
-            }
+            static const std::regex pattern(
+                    ".*\\[dump\\] (.*) usage:0x0*(.*)\\(.*format:0x0*(.*)\\(.*-->");
+            std::smatch match;
+            if (std::regex_match(line, match, pattern))
+                keys.push_back(match.format("$3 $2 $1"));
         }
         return keys;
     }
 
     // Makes the probe resolve to `format` whatever was asked.
     int requestResolving(int32_t format, const GrallocRequest& asked) {
-        describeBuffers(
-                {.format = format, .width = asked.widthInPixels, .height = asked.heightInPixels});
+        describeBuffers({format, asked.widthInPixels, asked.heightInPixels});
         return request(asked);
     }
 };
@@ -72,12 +65,7 @@ TEST_F(RequestQueryTest, NullArgumentsAreRefusedBeforeAnythingElse) {
 
 TEST_F(RequestQueryTest, TheProbeIsAllocatedFromTheKeyAndAnswersTheLayout) {
     EXPECT_EQ(request(kRgba), 0);
-    EXPECT_EQ(info.format, 1);
-    EXPECT_EQ(info.widthInPixels, 64);
-    EXPECT_EQ(info.heightInPixels, 32);
-    ASSERT_EQ(info.planes.size(), 1u);
-    EXPECT_EQ(info.planes[0].sizeInBytes, 8192u);
-    EXPECT_EQ(info.planes[0].rowStrideInBytes, 256u);
+    EXPECT_EQ(layout(), kRgbaLayout);
     ASSERT_EQ(probes(), 1u);
     const auto& probe = allocatorScript().requests[0];
     EXPECT_EQ(static_cast<int>(probe.format), 1);
@@ -125,16 +113,13 @@ TEST_F(RequestQueryTest, AColdRequestMakesTheseCallsInThisOrderAndAHitNone) {
     for (const auto& c : cases) {
         describePlanes(c.planes);
         describeBuffers({.format = c.format, .width = 64, .height = 32, .allocSize = 4096});
-        const GrallocRequest asked = {
-                .format = c.format, .widthInPixels = 64, .heightInPixels = 32};
-        EXPECT_EQ(request(asked), 0);
+        EXPECT_EQ(request({0, c.format, 64, 32}), 0);
         EXPECT_THAT(journal().take(), ElementsAreArray(c.expected));
-        const size_t planes = info.planes.size();
+        const std::string first = layout();
         info = {};
-        EXPECT_EQ(request(asked), 0);
+        EXPECT_EQ(request({0, c.format, 64, 32}), 0);
         EXPECT_THAT(journal().take(), IsEmpty());
-        EXPECT_EQ(info.planes.size(), planes);
-        EXPECT_EQ(info.format, c.format);
+        EXPECT_EQ(layout(), first);
     }
 }
 
@@ -158,28 +143,21 @@ TEST_F(RequestQueryTest, UsageCountsOnlyForTheTwoFormatsThatItResolves) {
 }
 
 TEST_F(RequestQueryTest, AResolvedFormatIsSeededUnlessItIsKnown) {
-    EXPECT_EQ(requestResolving(
-                      0x1000,
-                      {.usage = 7, .format = 0x23, .widthInPixels = 640, .heightInPixels = 480}),
-              0);
-    EXPECT_EQ(request({.usage = 9, .format = 0x1000, .widthInPixels = 640, .heightInPixels = 480}),
-              0);
+    EXPECT_EQ(requestResolving(0x1000, {7, 0x23, 640, 480}), 0);
+    EXPECT_EQ(request({9, 0x1000, 640, 480}), 0);
     EXPECT_EQ(probes(), 1u) << "answered from the seed";
-    EXPECT_EQ(requestResolving(
-                      0x1000,
-                      {.usage = 8, .format = 0x22, .widthInPixels = 640, .heightInPixels = 480}),
-              0);
-    EXPECT_THAT(cachedKeys(), ElementsAre("22 8 640x480", "23 7 640x480", "1000 0 640x480"));
+    EXPECT_EQ(requestResolving(0x1000, {8, 0x22, 640, 480}), 0);
+    EXPECT_THAT(cachedKeys(), ElementsAre("22 8 640x480", "23 7 640x480", "1000  640x480"));
 
     // The seed goes by the size asked for, not the one the buffer reports, and does not replace.
     helper->clearMap();
-    describeBuffers({.format = 0x21, .width = 9, .height = 9, .allocSize = 1});
-    request({.format = 0x21, .widthInPixels = 640, .heightInPixels = 480});
-    describeBuffers({.format = 0x21, .width = 9, .height = 9, .allocSize = 2});
-    request({.format = 0x22, .widthInPixels = 640, .heightInPixels = 480});
-    request({.format = 0x21, .widthInPixels = 640, .heightInPixels = 480});
+    describeBuffers({0x21, 9, 9, 0, 0, 1});
+    request({0, 0x21, 640, 480});
+    describeBuffers({0x21, 9, 9, 0, 0, 2});
+    request({0, 0x22, 640, 480});
+    request({0, 0x21, 640, 480});
     EXPECT_EQ(info.planes.at(0).sizeInBytes, 1u);
-    EXPECT_THAT(cachedKeys(), ElementsAre("21 0 640x480", "22 0 640x480"));
+    EXPECT_THAT(cachedKeys(), ElementsAre("21  640x480", "22  640x480"));
 }
 
 TEST_F(RequestQueryTest, KeysAreOrderedByFormatUsageWidthHeightEachComparedSigned) {
@@ -192,23 +170,22 @@ TEST_F(RequestQueryTest, KeysAreOrderedByFormatUsageWidthHeightEachComparedSigne
     };
     for (const GrallocRequest& r : asked)
         EXPECT_EQ(requestResolving(1, r), 0);
-    EXPECT_THAT(cachedKeys(),
-                ElementsAre("fffffffb 0 1x1", "1 0 -7x3", "1 0 0x0", "1 0 1x1", "1 0 7x-1",
-                            "1 0 7x1", "1 0 7x2", "1 0 9x9", "22 80000000 9x9", "22 0 9x9",
-                            "22 5 1x1", "22 7fffffff 0x0"));
+    EXPECT_THAT(cachedKeys(), ElementsAre("fffffffb  1x1", "1  -7x3", "1  0x0", "1  1x1", "1  7x-1",
+                                          "1  7x1", "1  7x2", "1  9x9", "22 80000000 9x9",
+                                          "22  9x9", "22 5 1x1", "22 7fffffff 0x0"));
 }
 
 TEST_F(RequestQueryTest, AForcedRequestProbesAgainAndReplacesTheEntry) {
     EXPECT_EQ(request(kRgba, true), 0) << "an unknown one is an ordinary first request";
-    describeBuffers({.format = 1, .width = 64, .height = 32, .stride = 128, .allocSize = 9});
+    describeBuffers({0x1, 64, 32, 128, 32, 9});
     EXPECT_EQ(request(kRgba), 0);
-    EXPECT_EQ(info.planes.at(0).rowStrideInBytes, 256u);
-    EXPECT_EQ(request(kRgba, true), 0);
-    EXPECT_EQ(info.planes.at(0).rowStrideInBytes, 512u);
-    EXPECT_EQ(request(kRgba), 0);
-    EXPECT_EQ(info.planes.at(0).rowStrideInBytes, 512u);
+    EXPECT_EQ(layout(), kRgbaLayout);
+    for (const bool force : {true, false}) {
+        EXPECT_EQ(request(kRgba, force), 0);
+        EXPECT_EQ(layout(), "0x1 64x32 9/512");
+    }
     EXPECT_EQ(probes(), 2u);
-    EXPECT_THAT(cachedKeys(), ElementsAre("1 0 64x32"));
+    EXPECT_THAT(cachedKeys(), ElementsAre("1  64x32"));
     helper->clearMap();
     EXPECT_THAT(takeLog(), ElementsAre("I GrallocHelper [clearMap] Clear the stream info map"));
     EXPECT_THAT(cachedKeys(), IsEmpty());
@@ -218,9 +195,7 @@ TEST_F(RequestQueryTest, AForcedRequestProbesAgainAndReplacesTheEntry) {
 
 TEST_F(RequestQueryTest, AFailedForcedRequestLeavesItGoneTheNextRequestThenProbesAgain) {
     EXPECT_EQ(request(kRgba), 0);
-    allocatorScript().allocateStatus = [] {
-        return ndk::ScopedAStatus::fromServiceSpecificError(1);
-    };
+    allocatorScript().allocateStatus = [] { return ndk::ScopedAStatus(); };
     EXPECT_EQ(request(kRgba, true), -12);
     EXPECT_THAT(cachedKeys(), IsEmpty());
     allocatorScript().allocateStatus = nullptr;
@@ -265,8 +240,11 @@ TEST_F(RequestQueryTest, AFailedProbeIsToldCachedNothingAndFreedOnceItWasAllocat
         EXPECT_EQ(journal().times("freeBuffer"), 1u);
     }
     journal().take();
-    plexaScript().results[PLEXA_GET_WIDTH] = 1;
+    takeLog();
+    platformScript().queryResults[PLEXA_GET_WIDTH] = 1;
     EXPECT_EQ(request(asked), kUnknownError);
+    EXPECT_THAT(takeLog(), ElementsAre(HasSubstr("[gQueryExtra] Given buffer_handle_t:"),
+                                       EndsWith("plexa_query returns -2147483648")));
     EXPECT_EQ(journal().times("freeBuffer"), 1u);
 
     EXPECT_EQ(info.format, 77) << "written on success only";
@@ -276,9 +254,7 @@ TEST_F(RequestQueryTest, AFailedProbeIsToldCachedNothingAndFreedOnceItWasAllocat
 TEST_F(RequestQueryTest, AnEntryIsDumpedAsItIsAdded) {
     setLog(kDebugLog);
     platformScript().clock = {1'000'000, 3'999'999};
-    EXPECT_EQ(
-            request({.usage = 0x20003, .format = 0x22, .widthInPixels = 64, .heightInPixels = 32}),
-            0);
+    EXPECT_EQ(request({0x20003, 0x22, 64, 32}), 0);
     std::vector<std::string> expected = {
             "[query] Grallc Request: u(0x20003) f(0x22) w(64) h(32)",
             "[dump] " + std::string(77, '*'),
@@ -327,7 +303,7 @@ TEST_F(RequestQueryTest, ARunningProbeHoldsTheCacheButNothingElse) {
         });
         EXPECT_EQ(hit.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
     };
-    EXPECT_EQ(request({.format = 1, .widthInPixels = 1, .heightInPixels = 1}), 0);
+    EXPECT_EQ(request({0, 1, 1, 1}), 0);
     EXPECT_EQ(hit.get(), 0);
 }
 

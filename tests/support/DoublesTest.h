@@ -5,14 +5,11 @@
 #include <gtest/gtest.h>
 
 #include <initializer_list>
-#include <vector>
 
 #include "tests/support/Journal.h"
 #include "tests/support/LogCapture.h"
 
 namespace zelkcam::test {
-
-using Calls = std::vector<std::string>;
 
 class DoublesTest : public testing::Test {
   protected:
@@ -22,16 +19,15 @@ class DoublesTest : public testing::Test {
         forget();
     }
 
-    // Fails unless every one of these doubles has been called in this process: one that is compiled
-    // or linked wrongly is otherwise ignored without a word. Fixtures call this after one operation
-    // that reaches them all.
+    // Fails unless each of these doubles has been called in this process: one that is compiled or
+    // linked wrongly is otherwise ignored without a word. For fixtures, behind operations that
+    // reach them all.
     static void expectConnected(std::initializer_list<const char*> doubles) {
         for (const char* const name : doubles)
             EXPECT_GT(journal().calls(name), 0) << "the double of " << name << " is not connected";
         forget();
     }
 
-    // Drops what was written so far.
     static void forget() {
         journal().take();
         takeRawLog();

@@ -1,13 +1,12 @@
 #include "tests/support/Journal.h"
 
-#include <dirent.h>
-#include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <mutex>
@@ -19,8 +18,8 @@ namespace {
 
 struct State {
     std::mutex lock;
-    std::vector<std::string> entries;
-    std::map<std::string, int, std::less<>> calls;
+    Calls entries;
+    std::map<std::string, int> calls;
     std::map<int, std::string> names;
 };
 
@@ -37,10 +36,10 @@ unsigned long inodeOf(int fd) {
 
 }  // namespace
 
-void Journal::add(std::string entry) {
+void Journal::add(const std::string& entry) {
     const std::lock_guard guard(state().lock);
-    ++state().calls[entry.substr(0, entry.find_first_of(" ("))];
-    state().entries.push_back(std::move(entry));
+    ++state().calls[entry.substr(0, entry.find(' '))];
+    state().entries.push_back(entry);
 }
 
 void Journal::count(const std::string& name) {
@@ -48,36 +47,32 @@ void Journal::count(const std::string& name) {
     ++state().calls[name];
 }
 
-std::vector<std::string> Journal::take() {
+Calls Journal::take() {
     const std::lock_guard guard(state().lock);
     return std::exchange(state().entries, {});
 }
 
-size_t Journal::times(std::string_view entry) const {
+size_t Journal::times(const std::string& entry) const {
     const std::lock_guard guard(state().lock);
-    return std::count(state().entries.begin(), state().entries.end(), entry);
+    return static_cast<size_t>(std::ranges::count(state().entries, entry));
 }
 
-int Journal::calls(std::string_view name) const {
+int Journal::calls(const std::string& name) const {
     const std::lock_guard guard(state().lock);
-    const auto found = state().calls.find(name);
-    return found == state().calls.end() ? 0 : found->second;
+    return state().calls[name];
 }
 
-WatchedFd::WatchedFd(std::string name)
+WatchedFd::WatchedFd(const std::string& name)
     : mFd(memfd_create(name.c_str(), MFD_CLOEXEC)), mInode(inodeOf(mFd)) {
     const std::lock_guard guard(state().lock);
-    state().names[mFd] = std::move(name);
+    state().names[mFd] = name;
 }
 
 WatchedFd::~WatchedFd() {
-    const bool open = isOpen();
-    {
-        const std::lock_guard guard(state().lock);
-        state().names.erase(mFd);
-    }
-    if (open)
+    if (isOpen())
         syscall(SYS_close, mFd);
+    const std::lock_guard guard(state().lock);
+    state().names.erase(mFd);
 }
 
 bool WatchedFd::isOpen() const {
@@ -91,17 +86,13 @@ std::string descriptorName(int fd) {
 }
 
 size_t openDescriptors() {
-    DIR* const folder = opendir("/proc/self/fd");
-    size_t count = 0;
-    while (readdir(folder) != nullptr)
-        ++count;
-    closedir(folder);
-    return count;
+    using Folder = std::filesystem::directory_iterator;
+    return static_cast<size_t>(std::distance(Folder("/proc/self/fd"), Folder()));
 }
 
 size_t mappings() {
     std::ifstream maps("/proc/self/maps");
-    return std::count(std::istreambuf_iterator<char>(maps), {}, '\n');
+    return static_cast<size_t>(std::count(std::istreambuf_iterator<char>(maps), {}, '\n'));
 }
 
 }  // namespace zelkcam::test

@@ -1,36 +1,36 @@
 // What the library asked of the platform, in the order of the asking, and the descriptors that a
-// test hands out. All doubles write here, so that a test can check the order across interfaces.
+// test hands out. All doubles write here, so that the order can be checked across interfaces.
 #pragma once
 
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace zelkcam::test {
 
-// Entries look like calls: "importBuffer", "flush", "sync_wait release", "close release". Safe from
-// any thread. Each double also counts its calls, which says whether it is connected at all.
+using Calls = std::vector<std::string>;
+
+// Safe from any thread. Entries read like calls: "importBuffer", "sync_wait release", "close -1".
 class Journal {
   public:
-    // Notes one call: `entry` is the double's name, a blank and the arguments that matter.
-    void add(std::string entry);
-    // Counts a call that tells nothing about order.
+    // Notes one call: the double's name, a blank, the arguments that matter.
+    void add(const std::string& entry);
+    // Counts a call that says nothing about order.
     void count(const std::string& name);
-    // The entries since the last take.
-    std::vector<std::string> take();
-    size_t times(std::string_view entry) const;
-    // Calls of `name`, with whatever arguments, since the process began; not emptied by take.
-    int calls(std::string_view name) const;
+    // The entries since the last take; and how often one of them is `entry`, without taking.
+    Calls take();
+    size_t times(const std::string& entry) const;
+    // Calls of a double since the process began: 0 says that it is not connected.
+    int calls(const std::string& name) const;
 };
 
 inline Journal journal() {
     return {};
 }
 
-// An open descriptor that the journal calls by a name. As a fence it is signalled: it is readable.
+// An open descriptor that the journal knows by a name. As a fence it is signalled.
 class WatchedFd {
   public:
-    explicit WatchedFd(std::string name);
+    explicit WatchedFd(const std::string& name);
     ~WatchedFd();
     WatchedFd(const WatchedFd&) = delete;
     WatchedFd& operator=(const WatchedFd&) = delete;
@@ -44,7 +44,7 @@ class WatchedFd {
     unsigned long mInode;
 };
 
-// "release" for a watched descriptor of that name, otherwise the number.
+// The name of a watched descriptor, otherwise the number.
 std::string descriptorName(int fd);
 
 // How much of the process's tables is taken.

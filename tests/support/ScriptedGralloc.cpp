@@ -108,7 +108,7 @@ class ScriptedAllocator final : public alloc::BnAllocator {
         if (script.onAllocate)
             script.onAllocate();
         result->stride = script.stride;
-        for (int i = 0; i < count && !script.noBuffers; ++i)
+        for (int i = 0; i < count; ++i)
             result->buffers.push_back(newBuffer());
         return script.allocateStatus ? script.allocateStatus() : ndk::ScopedAStatus::ok();
     }
@@ -195,7 +195,7 @@ void describePlanes(const std::vector<PlaneLayout>& planes) {
 }  // namespace zelkcam::test
 
 // Called by the loaded library; the program's own definition, so that the script is the test's.
-extern "C" __attribute__((visibility("default"))) AIMapper* zelkcam_test_scriptedMapper() {
+extern "C" AIMapper* zelkcam_test_scriptedMapper() {
     zelkcam::test::journal().add("AIMapper_loadIMapper");
     return zelkcam::test::mapperScript().entryGivesNull ? nullptr : zelkcam::test::scriptedMapper();
 }

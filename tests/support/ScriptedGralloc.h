@@ -50,7 +50,6 @@ struct AllocatorScript {
     std::function<ndk::ScopedAStatus()> suffixStatus;    // OK unless set
     std::function<ndk::ScopedAStatus()> allocateStatus;  // OK unless set
     int32_t stride = 0;
-    bool noBuffers = false;  // success without the buffers
     std::vector<aidl::android::hardware::graphics::allocator::BufferDescriptorInfo> requests;
     std::vector<int32_t> counts;
     std::vector<int> descriptors;  // every descriptor that a result carried, one a buffer

@@ -4,8 +4,7 @@
 extern "C" AIMapper* zelkcam_test_scriptedMapper();
 
 // Answers a failure with a mapper and success without one: only the pointer may count.
-extern "C" __attribute__((visibility("default"))) AIMapper_Error AIMapper_loadIMapper(
-        AIMapper** outImplementation) {
+extern "C" AIMapper_Error AIMapper_loadIMapper(AIMapper** outImplementation) {
     *outImplementation = zelkcam_test_scriptedMapper();
     return *outImplementation ? AIMAPPER_ERROR_UNSUPPORTED : AIMAPPER_ERROR_NONE;
 }
