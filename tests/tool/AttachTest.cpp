@@ -1,0 +1,223 @@
+// share and attach: one buffer, two processes.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <png.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <thread>
+
+#include "tests/tool/Tool.h"
+#include "utils/gralloc/IGrallocHelper.h"
+#include "utils/gralloc/aidl/v2/allocator/allocator.h"
+#include "zelkcam/host/handle_transport.h"
+
+namespace zelkcam::test {
+
+namespace {
+
+using aidl::android::hardware::graphics::common::Cta861_3;
+using aidl::android::hardware::graphics::common::Smpte2086;
+using NSCam::GrallocAllocatorAidlV2::AllocatorAidl;
+using NSCam::GrallocAllocatorAidlV2::PixelFormat;
+using NSCam::GrallocMapperAidlV2::MapperV5;
+using testing::HasSubstr;
+
+constexpr uint64_t kReadWriteOften = 0x33;
+constexpr uint32_t kWidth = 321;
+constexpr uint32_t kHeight = 183;
+
+// A buffer of this process.
+class Buffer {
+  public:
+    explicit Buffer(int32_t format, uint64_t usage = kReadWriteOften) {
+        uint32_t stride = 0;
+        EXPECT_EQ(allocator.allocate(kWidth, kHeight, static_cast<PixelFormat>(format), 1, usage,
+                                     &handle, &stride, 0, ""),
+                  0);
+    }
+    ~Buffer() { allocator.free(handle); }
+
+    MapperV5 mapper{AllocatorAidl::createInstance()};
+    AllocatorAidl allocator{AllocatorAidl::createInstance(), mapper};
+    const native_handle* handle = nullptr;
+};
+
+// Hands `handle` to one client.
+class Server {
+  public:
+    Server(const std::string& path, const native_handle* handle)
+        : mListener(host::listen_at(path).value), mThread([this, handle] {
+              const auto client = mListener.accept();
+              EXPECT_TRUE(client.ok());
+              EXPECT_EQ(host::send_handle(client.value.get(), handle), 0);
+          }) {}
+    ~Server() { mThread.join(); }
+
+  private:
+    host::TransportListener mListener;
+    std::thread mThread;
+};
+
+Outcome attachTo(const native_handle* handle, Words arguments) {
+    const ScratchFolder folder;
+    const Server server(folder / "socket", handle);
+    arguments.insert(arguments.begin(), {"attach", folder / "socket"});
+    return runTool(arguments);
+}
+
+struct Pixels {
+    std::vector<uint8_t> bytes;  // red, green, blue
+    uint32_t width = 0;
+    uint32_t height = 0;
+};
+
+Pixels readPng(const std::string& path) {
+    png_image image = {};
+    image.version = PNG_IMAGE_VERSION;
+    EXPECT_TRUE(png_image_begin_read_from_file(&image, path.c_str())) << image.message;
+    image.format = PNG_FORMAT_RGB;
+    Pixels pixels{std::vector<uint8_t>(PNG_IMAGE_SIZE(image)), image.width, image.height};
+    EXPECT_TRUE(png_image_finish_read(&image, nullptr, pixels.bytes.data(), 0, nullptr));
+    return pixels;
+}
+
+// The picture of a buffer of `format` after one process filled it and another saved it.
+Pixels pictureThrough(const std::string& format, const std::string& pattern,
+                      const ScratchFolder& folder) {
+    const std::string socket = folder / "socket";
+    RunningTool server({"share", format, "321x183", socket}, "serving");
+    EXPECT_EQ(runTool({"attach", socket, "--fill", pattern}).status, 0);
+    EXPECT_EQ(runTool({"attach", socket, "--png", folder / "p.png"}).status, 0);
+    EXPECT_EQ(server.end(), 0);
+    EXPECT_FALSE(std::filesystem::exists(socket));
+    return readPng(folder / "p.png");
+}
+
+// How many bytes differ by more than chroma that neighbours share, and rounding, can explain.
+size_t differences(const Pixels& left, const Pixels& right, int tolerance) {
+    size_t count = left.bytes.size() == right.bytes.size() ? 0 : left.bytes.size();
+    for (size_t i = 0; i < left.bytes.size() && i < right.bytes.size(); ++i)
+        count += std::abs(left.bytes[i] - right.bytes[i]) > tolerance;
+    return count;
+}
+
+}  // namespace
+
+TEST(Attach, APictureLooksTheSameInEveryFormat) {
+    const ScratchFolder folder;
+    const Pixels rgba = pictureThrough("RGBA_8888", "ramp", folder);
+    ASSERT_EQ(rgba.width, kWidth);
+    ASSERT_EQ(rgba.height, kHeight);
+    // A ramp in the middle: red to the right, green to the bottom.
+    const uint8_t* const middle = &rgba.bytes[(kHeight / 2 * kWidth + kWidth / 2) * 3];
+    EXPECT_NEAR(middle[0], 128, 2);
+    EXPECT_NEAR(middle[1], 128, 2);
+    for (const char* const format :
+         {"RGB_888", "BGRA_8888", "YCrCb_420_SP", "NV12", "YV12", "YCBCR_P010", "YCbCr_422_I"})
+        EXPECT_EQ(differences(pictureThrough(format, "ramp", folder), rgba, 4), 0u) << format;
+    const Pixels y8 = pictureThrough("Y8", "ramp", folder);
+    EXPECT_EQ(differences(pictureThrough("RAW16", "ramp", folder), y8, 0), 0u);
+}
+
+// The tool could read and write chroma in the same wrong place; the mapper knows the right one.
+TEST(Attach, FillsTheComponentsWhereTheMapperHasThem) {
+    // Full-range BT.601 of the pattern's red bar, between its ellipse and its diagonal.
+    constexpr uint32_t kRedX = kWidth * 11 / 16;
+    constexpr uint32_t kRedY = 4;
+    constexpr int kY = 76, kCb = 85, kCr = 255;
+    for (const int32_t format : {0x11, 0x1000, 0x32315659}) {
+        SCOPED_TRACE(format);
+        const Buffer buffer(format);
+        EXPECT_EQ(attachTo(buffer.handle, {"--fill", "bars"}).status, 0);
+        android_ycbcr planes = {};
+        const ARect all{0, 0, kWidth, kHeight};
+        ASSERT_EQ(buffer.mapper.lock(buffer.handle, 3, all, -1, &planes), 0);
+        const auto at = [](void* plane, size_t offset) {
+            return static_cast<const uint8_t*>(plane)[offset];
+        };
+        const size_t chroma = kRedY / 2 * planes.cstride + kRedX / 2 * planes.chroma_step;
+        EXPECT_EQ(at(planes.y, kRedY * planes.ystride + kRedX), kY);
+        EXPECT_EQ(at(planes.cb, chroma), kCb);
+        EXPECT_EQ(at(planes.cr, chroma), kCr);
+        const int fence = buffer.mapper.unlock(buffer.handle);
+        if (fence >= 0)
+            close(fence);
+    }
+}
+
+TEST(Attach, DescribesTheBufferAsARequestDoesAndShareToo) {
+    const ScratchFolder folder;
+    const Json request = runForDocument({"query", "YV12", "321x183"}, "query");
+    RunningTool server({"share", "YV12", "321x183", folder / "socket", "--json"}, "\n}\n");
+    const Json buffer = runForDocument({"attach", folder / "socket"}, "buffer");
+    for (const char* const field : {"format", "formatName", "width", "height", "planes"})
+        EXPECT_EQ(buffer[field], request[field]);
+    EXPECT_EQ(buffer["sharedMemoryDescriptors"].size(), 1u);
+    EXPECT_EQ(buffer["hdr"]["smpte2086"], nullptr);
+}
+
+TEST(Attach, PrintsTheHdrMetadataThatTheBufferCarries) {
+    const Buffer buffer(0x36);
+    Smpte2086 display;
+    display.primaryRed.x = 0.75f;
+    display.whitePoint.y = 0.25f;
+    display.maxLuminance = 1000;
+    display.minLuminance = 0.5f;
+    Cta861_3 light;
+    light.maxContentLightLevel = 500;
+    light.maxFrameAverageLightLevel = 250;
+    std::vector<uint8_t> dynamic(600, 0xA5);
+    using namespace NSCam::GrallocMapperAidlV2;
+    buffer.mapper.setGrallocMeta(buffer.handle, GRALLOC_META_SMPTE2086, &display, sizeof(display));
+    buffer.mapper.setGrallocMeta(buffer.handle, GRALLOC_META_CTA861_3, &light, sizeof(light));
+    buffer.mapper.setGrallocMeta(buffer.handle, GRALLOC_META_SMPTE2094_40, &dynamic, 0);
+
+    const Json hdr = attachTo(buffer.handle, {"--json"}).document()["hdr"];
+    EXPECT_EQ(hdr["smpte2086"]["primaryRed"]["x"], 0.75);
+    EXPECT_EQ(hdr["smpte2086"]["whitePoint"]["y"], 0.25);
+    EXPECT_EQ(hdr["smpte2086"]["maxLuminance"], 1000.0);
+    EXPECT_EQ(hdr["cta861_3"]["maxFrameAverageLightLevel"], 250.0);
+    EXPECT_EQ(hdr["smpte2094_40"]["sizeInBytes"], 600);
+    EXPECT_THAT(hdr["smpte2094_40"]["bytesHex"].get<std::string>(), testing::StartsWith("a5a5"));
+    const std::string text = attachTo(buffer.handle, {}).out;
+    EXPECT_THAT(text, HasSubstr("luminance 0.5 to 1000 cd/m2"));
+    EXPECT_THAT(text, HasSubstr("content 500, frame average 250 cd/m2"));
+    EXPECT_THAT(text, HasSubstr("SMPTE2094_40  600 bytes"));
+}
+
+TEST(Attach, ABufferWithoutAPictureOrForOthersEyesIsRefused) {
+    EXPECT_EQ(attachTo(Buffer(0x25).handle, {"--png", "/dev/null"}).status, 2);
+    constexpr uint64_t kReadOften = 0x3, kProtected = 0x4000;
+    for (const Outcome& locked :
+         {attachTo(Buffer(0x11, kReadOften).handle, {"--fill", "bars"}),
+          attachTo(Buffer(0x11, kProtected).handle, {"--png", "/dev/null"})}) {
+        EXPECT_EQ(locked.status, 1);
+        EXPECT_THAT(locked.err, HasSubstr("the lock answered 3"));
+    }
+}
+
+TEST(Attach, WhatIsNoBufferIsRefusedByTheImport) {
+    native_handle_t* const handle = native_handle_create(2, 4);
+    handle->data[0] = memfd_create("pixels", MFD_CLOEXEC);
+    handle->data[1] = memfd_create("metadata", MFD_CLOEXEC);
+    std::fill_n(handle->data + 2, 4, -1);
+    const Outcome outcome = attachTo(handle, {"--json"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.document()["error"]["code"], "IMPORT_REFUSED");
+    native_handle_close(handle);
+    native_handle_delete(handle);
+}
+
+TEST(Attach, AServerThatSendsNothingIsAFailure) {
+    const ScratchFolder folder;
+    const auto listener = host::listen_at(folder / "socket");
+    std::thread server([&] { (void)listener.value.accept(); });
+    const Json document = runForDocument({"attach", folder / "socket"}, "failure");
+    EXPECT_EQ(document["error"]["code"], "SYSTEM_FAILURE");
+    EXPECT_EQ(document["error"]["status"], -ECONNRESET);
+    server.join();
+}
+
+}  // namespace zelkcam::test

@@ -1,0 +1,222 @@
+// Arguments, exit status, and what goes to which stream.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/tool/Schema.h"
+#include "tests/tool/Tool.h"
+
+namespace zelkcam::test {
+
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr char kNoServices[] = "ZELKCAM_HOST_SERVICES=none";
+
+size_t linesOf(const std::string& text) {
+    return static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
+}
+
+struct UnusableCase {
+    Words arguments;
+    const char* expected;  // what the line says was expected
+};
+
+const UnusableCase kUnusable[] = {
+        {{}, "one of query, formats, name"},
+        {{"bogus"}, "one of query, formats, name"},
+        {{"query"}, "grallocinfo query FORMAT WIDTHxHEIGHT"},
+        {{"query", "NV12"}, "grallocinfo query FORMAT WIDTHxHEIGHT"},
+        {{"query", "NV12", "64x64", "more"}, "grallocinfo query FORMAT WIDTHxHEIGHT"},
+        {{"query", "NV12", "64x64", "--bogus"}, "grallocinfo query FORMAT WIDTHxHEIGHT"},
+        {{"query", "NV13", "64x64"}, "a name that 'grallocinfo formats' lists"},
+        {{"query", "nv12", "64x64"}, "a name that 'grallocinfo formats' lists"},
+        {{"query", "", "64x64"}, "a number from 0 to 0xffffffff"},
+        {{"query", "-1", "64x64"}, "a number from 0 to 0xffffffff"},
+        {{"query", "0x100000000", "64x64"}, "a number from 0 to 0xffffffff"},
+        {{"query", "0x", "64x64"}, "a number from 0 to 0xffffffff"},
+        {{"query", "1\nNV12", "64x64"}, "a number from 0 to 0xffffffff"},
+        {{"query", std::string(9999, 'A'), "64x64"}, "a number from 0 to 0xffffffff"},
+        {{"query", "NV12", "0x0"}, "WIDTHxHEIGHT"},
+        {{"query", "NV12", "64x0"}, "WIDTHxHEIGHT"},
+        {{"query", "NV12", "-64x64"}, "WIDTHxHEIGHT"},
+        {{"query", "NV12", "64x-64"}, "WIDTHxHEIGHT"},
+        {{"query", "NV12", "99999999999x1"}, "WIDTHxHEIGHT"},
+        {{"query", "NV12", "2147483648x1"}, "WIDTHxHEIGHT"},
+        {{"query", "NV12", "1x18446744073709551617"}, "WIDTHxHEIGHT"},
+        {{"query", "NV12", "64"}, "WIDTHxHEIGHT"},
+        {{"query", "NV12", "64x"}, "WIDTHxHEIGHT"},
+        {{"query", "NV12", "64x64x64"}, "WIDTHxHEIGHT"},
+        {{"query", "NV12", "64x64 "}, "WIDTHxHEIGHT"},
+        {{"query", "NV12", "0x40x64"}, "WIDTHxHEIGHT"},
+        {{"query", "NV12", "64x64", "--usage", "junk"}, "names joined by '|'"},
+        {{"query", "NV12", "64x64", "--usage", "SW_READ_OFTEN|"}, "names joined by '|'"},
+        {{"query", "NV12", "64x64", "--usage", "0x100000000"}, "a number from 0 to 0xffffffff"},
+        {{"query", "NV12", "64x64", "--usage", "-1"}, "a number from 0 to 0xffffffff"},
+        {{"query", "NV12", "64x64", "--usage", "1", "--usage", "2"}, "grallocinfo query"},
+        {{"query", "NV12", "64x64", "--backend", "gl"}, "aidl or hidl"},
+        {{"query", "NV12", "64x64", "--svg", ""}, "grallocinfo query"},
+        {{"query", "NV12", "64x64", "--svg"}, "grallocinfo query"},
+        {{"formats", "0x0"}, "WIDTHxHEIGHT"},
+        {{"formats", "--usage", "junk"}, "names joined by '|'"},
+        {{"name"}, "grallocinfo name"},
+        {{"name", "--format", "1", "--usage", "1"}, "grallocinfo name"},
+        {{"name", "--format", "NV13"}, "a name that 'grallocinfo formats' lists"},
+        {{"name", "--dataspace", "-2147483649"}, "a number of 32 bits"},
+        {{"name", "--dataspace", "STANDARD_BT2021"}, "names joined by '|'"},
+        {{"diff", "/nonexistent/a.json", "/nonexistent/b.json"}, "grallocinfo formats --json"},
+        {{"diff", "/dev/null", "/dev/null"}, "grallocinfo formats --json"},
+        {{"diff", "/tmp", "/tmp"}, "grallocinfo formats --json"},
+        {{"watch", "/nonexistent/log"}, "a log file"},
+        {{"watch", "/tmp"}, "a log file"},
+        {{"share", "NV12", "64x64"}, "grallocinfo share FORMAT WIDTHxHEIGHT SOCKET-PATH"},
+        {{"share", "NV12", "64x64", "/nonexistent/socket"}, "a path for a new socket"},
+        {{"share", "NV12", "64x64", std::string(200, 's')}, "a path for a new socket"},
+        {{"attach", "/nonexistent/socket"}, "one that a buffer is served at"},
+        {{"attach", "/nonexistent/socket", "--fill", "plaid"}, "bars|ramp|checker"},
+        {{"attach", "s", "--fill", "bars", "--png", "p"}, "grallocinfo attach SOCKET-PATH"},
+};
+
+}  // namespace
+
+TEST(CommandLine, UnusableArgumentsGetOneLineThatSaysWhatWasExpected) {
+    for (const UnusableCase& unusable : kUnusable) {
+        SCOPED_TRACE(testing::PrintToString(unusable.arguments));
+        const Outcome outcome = runTool(unusable.arguments);
+        EXPECT_EQ(outcome.status, 2);
+        EXPECT_THAT(outcome.out, IsEmpty());
+        EXPECT_EQ(linesOf(outcome.err), 1u) << outcome.err;
+        EXPECT_THAT(outcome.err, AllOf(StartsWith("grallocinfo: "), HasSubstr("expected "),
+                                       HasSubstr(unusable.expected)));
+    }
+}
+
+TEST(CommandLine, UnusableArgumentsWithJsonGetOneDocument) {
+    for (const UnusableCase& unusable : kUnusable) {
+        SCOPED_TRACE(testing::PrintToString(unusable.arguments));
+        Words arguments = unusable.arguments;
+        arguments.insert(arguments.begin() + (arguments.empty() ? 0 : 1), "--json");
+        const Outcome outcome = runTool(arguments);
+        EXPECT_EQ(outcome.status, 2);
+        const Json document = outcome.document();
+        EXPECT_EQ(schemaError(document, "failure"), "");
+        EXPECT_EQ(document["error"]["code"], "UNUSABLE_ARGUMENTS");
+        EXPECT_EQ(document["error"]["status"], nullptr);
+    }
+}
+
+TEST(CommandLine, FailuresOfTheLibraryGiveTheirStatusAndMeaning) {
+    const ScratchFolder folder;
+    writeContents(folder / "mapper.default.so", "no library");
+    const std::string brokenMapper = "ZELKCAM_HOST_SPHAL_PATH=" + folder / "";
+    struct Case {
+        Words arguments;
+        Words environment;
+        const char* code;
+        Json status;
+        const char* sentence;
+    };
+    const Case kCases[] = {
+            {{"query", "RGBX_8888", "64x64"},
+             {},
+             "NO_LAYOUT_RULE",
+             -2,
+             "answered -2: the library has no layout rule for RGBX_8888 (0x2)"},
+            {{"query", "NV12", "2147483647x2147483647"},
+             {},
+             "ALLOCATION_REFUSED",
+             -12,
+             "answered -12: the allocator refused"},
+            {{"query", "0x7f000000", "64x64"}, {}, "ALLOCATION_REFUSED", -12, "0x7f000000"},
+            {{"query", "NV12", "64x64"},
+             {kNoServices},
+             "NO_ALLOCATOR_SERVICE",
+             -12,
+             "there is no graphics allocator service"},
+            {{"formats"},
+             {kNoServices},
+             "NO_ALLOCATOR_SERVICE",
+             -12,
+             "there is no graphics allocator service"},
+            {{"share", "NV12", "64x64", folder / "s"},
+             {kNoServices},
+             "NO_ALLOCATOR_SERVICE",
+             nullptr,
+             "there is no graphics allocator service"},
+            {{"query", "NV12", "64x64"},
+             {brokenMapper},
+             "LIBRARY_ENDED_PROCESS",
+             nullptr,
+             "android_load_sphal_library fail"},
+    };
+    for (const Case& failing : kCases) {
+        SCOPED_TRACE(testing::PrintToString(failing.arguments) + failing.code);
+        const Outcome outcome = runTool(failing.arguments, failing.environment);
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_THAT(outcome.out, IsEmpty());
+        EXPECT_THAT(outcome.err, HasSubstr(failing.sentence));
+        const Json document = runForDocument(failing.arguments, "failure", failing.environment);
+        EXPECT_EQ(document["error"]["code"], failing.code);
+        EXPECT_EQ(document["error"]["status"], failing.status);
+        EXPECT_THAT(document["error"]["message"].get<std::string>(), HasSubstr(failing.sentence));
+    }
+}
+
+TEST(CommandLine, AMissingServiceIsReportedOnceByTheHelperAndOnceByTheTool) {
+    const std::string err = runTool({"formats"}, {kNoServices}).err;
+    size_t facadeLines = 0;
+    for (size_t at = 0; (at = err.find("ZelkCam/GrallocHelper", at)) != std::string::npos; ++at)
+        ++facadeLines;
+    EXPECT_EQ(facadeLines, 2u) << err;
+    EXPECT_THAT(err, AllOf(HasSubstr("Failed to create allocator instance"),
+                           HasSubstr("GrallocHelperImp initialize fail")));
+    EXPECT_EQ(linesOf(err), 4u) << err;  // the backend's line and the tool's sentence
+}
+
+TEST(CommandLine, TheLibrarysWarningsAreKeptBackUnlessVerbose) {
+    // Half a chroma row is left over, of which the library warns.
+    const Words query{"query", "YV12", "1921x1083"};
+    EXPECT_THAT(runTool(query).err, IsEmpty());
+    const Outcome verbose = runTool({"query", "YV12", "1921x1083", "--verbose"});
+    EXPECT_EQ(verbose.status, 0);
+    EXPECT_THAT(verbose.err, HasSubstr("ZelkCam/GrallocHelper W "));
+    EXPECT_EQ(verbose.out, runTool(query).out);
+    EXPECT_THAT(runTool(query, {"ZELKCAM_ULOG_MODE=2", "ZELKCAM_ULOG_LEVEL=5"}).err, IsEmpty());
+}
+
+TEST(CommandLine, HelpAndVersionAreDataAndEveryHelpHasExamples) {
+    for (const char* const command :
+         {"query", "formats", "name", "diff", "watch", "share", "attach"}) {
+        SCOPED_TRACE(command);
+        const Outcome outcome = runTool({command, "--help"});
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_THAT(outcome.err, IsEmpty());
+        EXPECT_THAT(outcome.out, AllOf(HasSubstr("Examples:"),
+                                       HasSubstr(std::string("grallocinfo ") + command)));
+        EXPECT_THAT(runTool({"--help"}).out, HasSubstr(std::string("\n  ") + command + " "));
+    }
+    EXPECT_THAT(runTool({"--version"}).out, testing::MatchesRegex("grallocinfo [0-9.]+\n"));
+}
+
+TEST(CommandLine, OutputThatCannotBeWrittenIsAFailure) {
+    const ScratchFolder folder;
+    EXPECT_EQ(runTool({"query", "NV12", "64x64", "--svg", folder / "no/such.svg"}).status, 2);
+    const Outcome full = runTool({"query", "NV12", "64x64", "--svg", "/dev/full"});
+    EXPECT_EQ(full.status, 1);
+    EXPECT_THAT(full.err, HasSubstr("No space left on device"));
+}
+
+TEST(CommandLine, ColoursAreForTerminalsAndNotWithNoColor) {
+    const Words draw{"query", "NV12", "64x64", "--draw"};
+    constexpr char kEscape[] = "\033[";
+    EXPECT_THAT(runTool(draw).out, Not(HasSubstr(kEscape)));
+    EXPECT_THAT(runOnTerminal(draw, {"TERM=xterm", "NO_COLOR="}), HasSubstr(kEscape));
+    EXPECT_THAT(runOnTerminal(draw, {"TERM=xterm", "NO_COLOR=1"}), Not(HasSubstr(kEscape)));
+    EXPECT_THAT(runOnTerminal(draw, {"TERM=dumb", "NO_COLOR="}), Not(HasSubstr(kEscape)));
+}
+
+}  // namespace zelkcam::test

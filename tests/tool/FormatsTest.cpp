@@ -1,0 +1,119 @@
+// formats, and diff over what it prints.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/tool/Tool.h"
+#include "utils/gralloc/NameTables.h"
+
+namespace zelkcam::test {
+
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+// The row of `name` in a formats document.
+Json rowOf(const Json& document, const std::string& name) {
+    for (const Json& row : document["formats"])
+        if (row["formatName"] == name)
+            return row;
+    ADD_FAILURE() << "no row for " << name;
+    return {};
+}
+
+}  // namespace
+
+TEST(Formats, EveryNamedFormatHasARowThatAgreesWithItsQuery) {
+    const Json document = runForDocument({"formats", "1921x1083"}, "formats");
+    ASSERT_EQ(document["formats"].size(), NSCam::gralloc::kPixelFormatNames.size());
+    for (const auto& [code, name] : NSCam::gralloc::kPixelFormatNames) {
+        SCOPED_TRACE(name);
+        const Json row = rowOf(document, std::string(name));
+        EXPECT_EQ(row["format"], code);
+        const bool answered = row["status"] == 0;
+        const Json query = runForDocument({"query", std::string(name), "1921x1083"},
+                                          answered ? "query" : "failure");
+        if (answered) {
+            EXPECT_EQ(row["planes"], query["planes"]);
+            EXPECT_EQ(row["resolvedFormat"], query["format"]);
+        } else {
+            EXPECT_EQ(row["status"], query["error"]["status"]);
+            EXPECT_EQ(row["error"]["code"], query["error"]["code"]);
+        }
+    }
+}
+
+TEST(Formats, TellsWhatABufferCostsAndWhatOfItIsPadding) {
+    const Json document = runForDocument({"formats", "1920x1080"}, "formats");
+    const Json rgba = rowOf(document, "RGBA_8888");
+    EXPECT_EQ(rgba["allocationSizeInBytes"], 1920 * 1080 * 4);
+    EXPECT_EQ(rgba["bitsPerPixel"], 32.0);
+    EXPECT_EQ(rgba["paddingPercent"], 0.0);
+    EXPECT_EQ(rowOf(document, "RAW_OPAQUE")["paddingPercent"], nullptr);  // the vendor's business
+
+    // 64 x 6 bytes allocated for a picture of 5 x 5 and two planes of 2 x 2.
+    const Json odd = rowOf(runForDocument({"formats", "5x5"}, "formats"), "YCrCb_420_SP");
+    const double total = odd["allocationSizeInBytes"];
+    EXPECT_NEAR(odd["paddingPercent"].get<double>(), 100 * (total - 25 - 8) / total, 0.01);
+    EXPECT_NEAR(odd["bitsPerPixel"].get<double>(), total * 8 / 25, 0.01);
+}
+
+TEST(Formats, RowsForPeopleNameFormatsWithoutALayout) {
+    const Outcome outcome = runTool({"formats", "64x64"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.err, IsEmpty());
+    EXPECT_THAT(outcome.out,
+                testing::ContainsRegex("0x1000 +NV12 +2 +64\\+64 +4096\\+2048 +6144 "));
+    EXPECT_THAT(outcome.out, testing::ContainsRegex("0x4 +RGB_565 .*no layout rule"));
+    EXPECT_THAT(outcome.out, HasSubstr("resolved to YCrCb_420_SP (0x11)"));
+}
+
+TEST(Diff, PrintsWhatMovedAndNothingElse) {
+    const ScratchFolder folder;
+    Json before = runForDocument({"formats", "64x64"}, "formats");
+    writeContents(folder / "a.json", before.dump());
+    for (Json& row : before["formats"]) {
+        if (row["formatName"] == "YV12") {
+            row["planes"][1]["rowStrideInBytes"] = 48;
+            row["paddingPercent"] = 12.5;  // follows from the others, and is not compared
+        }
+        if (row["formatName"] == "Y16")
+            row["status"] = -12;
+    }
+    writeContents(folder / "b.json", before.dump());
+    EXPECT_EQ(runTool({"diff", folder / "a.json", folder / "b.json"}).out,
+              "Y16 (0x20363159)\n"
+              "  status  -2 -> -12\n"
+              "YV12 (0x32315659)\n"
+              "  planes/1/rowStrideInBytes  32 -> 48\n");
+    const Json document = runForDocument({"diff", folder / "a.json", folder / "b.json"}, "diff");
+    ASSERT_EQ(document["differences"].size(), 2u);
+    EXPECT_EQ(document["differences"][1]["field"], "/planes/1/rowStrideInBytes");
+    EXPECT_EQ(document["differences"][1]["a"], 32);
+    EXPECT_EQ(document["differences"][1]["b"], 48);
+    EXPECT_EQ(runTool({"diff", folder / "a.json", folder / "a.json"}).out,
+              "no difference in 20 formats\n");
+}
+
+TEST(Diff, AFormatThatOneSideLacksIsADifference) {
+    const ScratchFolder folder;
+    Json document = runForDocument({"formats", "64x64"}, "formats");
+    writeContents(folder / "a.json", document.dump());
+    document["formats"].erase(document["formats"].begin());
+    writeContents(folder / "b.json", document.dump());
+    EXPECT_THAT(runTool({"diff", folder / "a.json", folder / "b.json"}).out,
+                HasSubstr("  format  1 -> nothing\n"));
+    EXPECT_THAT(runTool({"diff", folder / "b.json", folder / "a.json"}).out,
+                HasSubstr("  format  nothing -> 1\n"));
+}
+
+TEST(Diff, ListsOfDifferentRequestsCannotBeCompared) {
+    const ScratchFolder folder;
+    writeContents(folder / "a.json", runTool({"formats", "64x64", "--json"}).out);
+    writeContents(folder / "b.json", runTool({"formats", "64x65", "--json"}).out);
+    const Outcome outcome = runTool({"diff", folder / "a.json", folder / "b.json"});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_THAT(outcome.err, HasSubstr("another height (64 and 65)"));
+}
+
+}  // namespace zelkcam::test

@@ -1,0 +1,64 @@
+// Runs grallocinfo and looks at what it leaves behind.
+#pragma once
+
+#include <sys/types.h>
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+namespace zelkcam::test {
+
+using Json = nlohmann::ordered_json;
+using Words = std::vector<std::string>;
+
+struct Outcome {
+    int status = -1;  // the exit status, or the signal that ended the program plus 1000
+    std::string out;
+    std::string err;
+
+    // The one document on standard output; a parse error fails the test and gives null.
+    Json document() const;
+};
+
+// Runs the program to its end. `environment` holds NAME=VALUE words beside the test's own.
+Outcome runTool(const Words& arguments, const Words& environment = {});
+
+// The same with --json: checks that the outcome is one document of `kind` in the schema.
+Json runForDocument(Words arguments, const std::string& kind, const Words& environment = {});
+
+// What the program prints on a terminal.
+std::string runOnTerminal(const Words& arguments, const Words& environment = {});
+
+// A program that runs until it is told to end.
+class RunningTool {
+  public:
+    // Returns when the program has printed `ready`, or has ended.
+    RunningTool(const Words& arguments, const std::string& ready);
+    ~RunningTool();
+    RunningTool(const RunningTool&) = delete;
+    RunningTool& operator=(const RunningTool&) = delete;
+
+    // Sends SIGTERM and waits: the exit status.
+    int end();
+
+  private:
+    pid_t mProcess;
+    int mOutput;
+};
+
+// A folder that is gone after the test.
+class ScratchFolder {
+  public:
+    ScratchFolder();
+    ~ScratchFolder();
+    std::string operator/(const std::string& name) const { return mPath + "/" + name; }
+
+  private:
+    std::string mPath;
+};
+
+std::string contentsOf(const std::string& path);
+void writeContents(const std::string& path, const std::string& text);
+
+}  // namespace zelkcam::test
