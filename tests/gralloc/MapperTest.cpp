@@ -1,6 +1,7 @@
 // The loaded mapper library against the rules of a version-5 mapper.
 #include <fcntl.h>
 #include <sys/eventfd.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -129,6 +130,24 @@ TEST(Import, leavesNothingBehind) {
     }
     EXPECT_EQ(openDescriptors(), descriptors);
     EXPECT_EQ(bufferMappings(), mappings);
+}
+
+TEST(Import, withoutDescriptorsLeftIsNoFaultOfTheBuffer) {
+    const RawBuffer raw(rgba());
+    const size_t descriptors = openDescriptors();
+    const auto lowestFree = static_cast<rlim_t>(dup(0));
+    close(static_cast<int>(lowestFree));
+    rlimit old{};
+    getrlimit(RLIMIT_NOFILE, &old);
+    for (const rlim_t left : {0, 1}) {
+        const rlimit few{lowestFree + left, old.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &few);
+        buffer_handle_t imported = nullptr;
+        EXPECT_EQ(mapper().importBuffer(raw.raw(), &imported), AIMAPPER_ERROR_NO_RESOURCES);
+        setrlimit(RLIMIT_NOFILE, &old);
+        EXPECT_EQ(imported, nullptr);
+    }
+    EXPECT_EQ(openDescriptors(), descriptors);
 }
 
 // Mapping costs a system call and page faults, so a buffer that nobody looks into pays neither.
