@@ -47,3 +47,17 @@ function(zelkcam_limit_exports target map)
     target_link_options(${target} PRIVATE LINKER:--version-script=${path})
     set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${path})
 endfunction()
+
+# Sets `variable` to a path by which another program can start `target`: its own, or in a cross
+# build that of a script that starts it in the emulator.
+function(zelkcam_runnable target variable)
+    set(path $<TARGET_FILE:${target}>)
+    if(CMAKE_CROSSCOMPILING)
+        list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " emulator)
+        set(path ${PROJECT_BINARY_DIR}/emulated/${target})
+        file(GENERATE OUTPUT ${path}
+            CONTENT "#!/bin/sh\nexec ${emulator} $<TARGET_FILE:${target}> \"$@\"\n"
+            FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+    endif()
+    set(${variable} ${path} PARENT_SCOPE)
+endfunction()
