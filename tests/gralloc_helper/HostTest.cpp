@@ -1,4 +1,7 @@
 // The helper over the host platform's real allocator and mapper: nothing here is scripted.
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <atomic>
 #include <chrono>
 #include <thread>
@@ -7,6 +10,8 @@
 #include "utils/gralloc/IGrallocHelper.h"
 #include "utils/gralloc/aidl/v2/allocator/allocator.h"
 #include "utils/gralloc/aidl/v2/mapper/mapper.h"
+#include "utils/gralloc/hidl/allocator/allocator.h"
+#include "utils/gralloc/hidl/mapper/mapper.h"
 
 namespace zelkcam::test {
 
@@ -181,6 +186,54 @@ TEST_F(HostBufferTest, AHundredThousandLocksLeaveTheDescriptorsAsTheyWere) {
         ASSERT_EQ(helper->lock(buffer, kCpu, 64, 32, &address), 0);
         ASSERT_EQ(helper->unlock(buffer), 0);
     }
+    EXPECT_EQ(openDescriptors(), descriptors);
+    EXPECT_EQ(mappings(), mapped);
+}
+
+TEST_F(HostBufferTest, HdrMetadataSetInOneProcessIsReadInTheOther) {
+    using namespace NSCam::GrallocMapperAidlV2;
+    std::vector<uint8_t> payload(200, 0xAB);
+    float levels[] = {1000.5f, -0.0f};
+    if (const pid_t child = fork(); child == 0) {
+        const bool set = mapper.setGrallocMeta(buffer, GRALLOC_META_SMPTE2094_40, &payload, 0) == 0;
+        const bool set2 = mapper.setGrallocMeta(buffer, GRALLOC_META_CTA861_3, levels, 8) == 0;
+        _exit(set && set2 ? 0 : 1);
+    } else {
+        int status = -1;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_EQ(status, 0);
+    }
+    uint8_t room[224] = {};
+    EXPECT_EQ(mapper.getGrallocMeta(buffer, GRALLOC_META_SMPTE2094_40, room, sizeof(room)), 0);
+    EXPECT_EQ(std::count(std::begin(room), std::end(room), 0xAB), 200);
+    float read[2] = {};
+    EXPECT_EQ(mapper.getGrallocMeta(buffer, GRALLOC_META_CTA861_3, read, sizeof(read)), 0);
+    EXPECT_EQ(memcmp(read, levels, sizeof(read)), 0);
+}
+
+TEST_F(HostTest, TenThousandRoundsOfTheHidlPairLeaveDescriptorsAndMappingsAsTheyWere) {
+    using android::hardware::graphics::common::V1_2::PixelFormat;
+    const NSCam::GrallocMapper::Mapper mapper;
+    const NSCam::GrallocAllocator::Allocator allocator(mapper);
+    const auto rounds = [&](int times) {
+        for (int i = 0; i < times; ++i) {
+            const native_handle* buffer = nullptr;
+            uint32_t stride = 0;
+            void* address = nullptr;
+            ASSERT_EQ(
+                    allocator.allocate(64, 32, PixelFormat::YV12, 1, kCpu, &buffer, &stride, 0, ""),
+                    0);
+            ASSERT_EQ(mapper.lock(buffer, kCpu, {0, 0, 64, 32}, -1, &address), 0);
+            const int fence = mapper.unlock(buffer);
+            if (fence >= 0)
+                close(fence);
+            ASSERT_EQ(allocator.free(buffer), 0);
+        }
+    };
+    rounds(100);  // what is built once
+    const size_t descriptors = openDescriptors();
+    const size_t mapped = mappings();
+    rounds(10'000);
     EXPECT_EQ(openDescriptors(), descriptors);
     EXPECT_EQ(mappings(), mapped);
 }

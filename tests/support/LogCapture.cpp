@@ -58,7 +58,7 @@ const std::map<std::string, std::string> kPaths = {
 
 // Takes " (name){#12:path}" off an error line that has the right one for its tag.
 std::string withoutLocation(const std::string& text, const std::string& path) {
-    static const std::regex pattern(R"((\[(.*?)\] [^]*) \(([^)]*)\)\{#\d+:([^}]*)\})");
+    static const std::regex pattern(R"((\[(.*?)\] [^]*) \(([^{]*)\)\{#\d+:([^}]*)\})");
     std::smatch match;
     const bool right =
             std::regex_match(text, match, pattern) && match[2] == match[3] && match[4] == path;
