@@ -57,6 +57,7 @@ constexpr SharedLayout sharedLayout() {
 }
 
 inline constexpr SharedLayout kSharedLayout = sharedLayout();
+static_assert(kSharedLayout.cells.back() % 8 == 0, "cells are read in words");
 
 inline uint64_t metadataSize(const Description& description) {
     return kSharedLayout.reserved + description.reservedSize;

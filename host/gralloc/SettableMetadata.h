@@ -54,15 +54,16 @@ constexpr SettableRule standardRule(StandardMetadataType type, Form form, uint32
     return {kStandardTypeName, static_cast<int64_t>(type), form, payload, nullptr};
 }
 
+// The large ones stand last: what a fresh buffer writes then lies in one page.
 inline constexpr std::array kSettableRules = {
         standardRule(StandardMetadataType::DATASPACE, Form::Value, 4),
         standardRule(StandardMetadataType::BLEND_MODE, Form::Value, 4),
         standardRule(StandardMetadataType::SMPTE2086, Form::Optional, 40),
         standardRule(StandardMetadataType::CTA861_3, Form::Optional, 8),
-        standardRule(StandardMetadataType::SMPTE2094_40, Form::Dynamic, kMaxDynamicPayload),
-        standardRule(StandardMetadataType::SMPTE2094_10, Form::Dynamic, kMaxDynamicPayload),
         SettableRule{kPlexaTypeName, 100, Form::Plain, 64, "Status record of the buffer"},
         SettableRule{kPlexaTypeName, 110, Form::Plain, 8, "Start-of-frame time stamp"},
+        standardRule(StandardMetadataType::SMPTE2094_40, Form::Dynamic, kMaxDynamicPayload),
+        standardRule(StandardMetadataType::SMPTE2094_10, Form::Dynamic, kMaxDynamicPayload),
 };
 
 // Index of the type in kSettableRules, or -1.
