@@ -21,9 +21,6 @@ namespace {
 
 using namespace zelkcam::plexa;
 
-// The mirror of PLEXA_SET_SOF: the time stamp that was recorded, 0 for none, as a uint64_t.
-constexpr int kGetStartOfFrame = PLEXA_SET_SOF;
-
 // Callers' slots need not be aligned for what they receive.
 template <typename T>
 int give(void* out, const T& value) {
@@ -72,7 +69,7 @@ PLEXA_EXPORT int plexa_query(const native_handle* handle, int attribute, void* o
         return queryDescriptor(*handle, out);
     }
     const NumberReader read = numberReader(attribute);
-    const bool isNote = attribute == PLEXA_GET_SF_INFO || attribute == kGetStartOfFrame;
+    const bool isNote = attribute == PLEXA_GET_SF_INFO || attribute == PLEXA_GET_SOF;
     if (read == nullptr && !isNote) {
         return -EINVAL;
     }

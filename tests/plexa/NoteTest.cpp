@@ -5,7 +5,6 @@ namespace {
 
 using Calls = std::vector<std::string>;
 constexpr char kTypeName[] = "zelkcam.plexa.BufferAttribute";
-constexpr int kGetStartOfFrame = 110;  // mirrors the operation
 
 uint32_t statusWord(const plexa_sf_record_t& record) {
     uint32_t word;
@@ -30,7 +29,7 @@ std::optional<uint32_t> statusOf(const native_handle_t* handle) {
 
 std::optional<uint64_t> startOfFrameOf(const native_handle_t* handle) {
     uint64_t time = 0;
-    if (plexa_query(handle, kGetStartOfFrame, &time) != 0)
+    if (plexa_query(handle, PLEXA_GET_SOF, &time) != 0)
         return std::nullopt;
     return time;
 }

@@ -18,7 +18,6 @@ using aidl::android::hardware::graphics::common::PixelFormat;
 using NSCam::GrallocAllocatorAidlV2::AllocatorAidl;
 using NSCam::GrallocMapperAidlV2::MapperV5;
 
-constexpr int kGetStartOfFrame = 110;
 constexpr uint64_t kTime = 0x0123456789abcdef;
 
 struct Platform {
@@ -95,7 +94,7 @@ TEST(PlexaOnTheHost, TwoProcessesSeeEachOthersMarks) {
     EXPECT_EQ(WEXITSTATUS(status), 0);
     EXPECT_EQ(statusOf(buffer.handle()), 0x5fffffffu);
     uint64_t time = 0;
-    EXPECT_EQ(plexa_query(buffer.handle(), kGetStartOfFrame, &time), 0);
+    EXPECT_EQ(plexa_query(buffer.handle(), PLEXA_GET_SOF, &time), 0);
     EXPECT_EQ(time, kTime);
 }
 
