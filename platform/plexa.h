@@ -26,8 +26,8 @@ enum plexa_attribute_t {
     PLEXA_GET_USAGE = 17,            // int32_t, the low half of the usage bits
     PLEXA_GET_BUFFER_FLAGS = 52,     // uint32_t
     PLEXA_GET_SF_INFO = 100,         // plexa_sf_record_t
-    // uint64_t, what PLEXA_SET_SOF stored, 0 for nothing; this tree's libplexa answers it, a device's
-    // own need not
+    // uint64_t: what PLEXA_SET_SOF stored, 0 for nothing. This tree's libplexa answers it; a
+    // device's own need not.
     PLEXA_GET_SOF = 110,
 };
 
