@@ -1,0 +1,130 @@
+// The texts of codes, against copying or putting together the same text.
+#include <charconv>
+#include <cstring>
+#include <string_view>
+
+#include "bench/Compare.h"
+#include "platform/utils.h"
+#include "utils/gralloc/IGrallocHelper.h"
+
+namespace zelkcam::bench {
+namespace {
+
+using android::String8;
+
+using Query = String8 (NSCam::IGrallocHelper::*)(int) const;
+
+template <Query kQuery>
+auto query(int code) {
+    return [code](benchmark::State& state) {
+        const auto* const helper = NSCam::IGrallocHelper::singleton();
+        measure(state, [&] {
+            const String8 name = (helper->*kQuery)(code);
+            benchmark::DoNotOptimize(name.c_str());
+        });
+    };
+}
+
+void comparePixelFormat(int code) {
+    const String8 name = NSCam::IGrallocHelper::singleton()->queryPixelFormatName(code);
+    const auto copy = [name](benchmark::State& state) {
+        measure(state, [&] {
+            const String8 copied(name);
+            benchmark::DoNotOptimize(copied.c_str());
+        });
+    };
+    compare(std::string("format_name/") + name.c_str(),
+            query<&NSCam::IGrallocHelper::queryPixelFormatName>(code), copy);
+}
+
+// The floor of the built texts: every piece is known in advance, its length included.
+class Text {
+  public:
+    template <size_t Size>
+    void append(const char (&piece)[Size]) {
+        memcpy(mText + mLength, piece, Size - 1);
+        mLength += Size - 1;
+    }
+
+    void appendHex(uint32_t code) {
+        append("0x");
+        mLength = static_cast<size_t>(
+                std::to_chars(mText + mLength, mText + sizeof(mText), code, 16).ptr - mText);
+    }
+
+    String8 text() const { return String8(mText, mLength); }
+
+  private:
+    char mText[256];
+    size_t mLength = 0;
+};
+
+String8 everyUsage() {
+    Text text;
+    text.append("0");
+    text.append("|SW_READ_OFTEN");
+    text.append("|SW_WRITE_OFTEN");
+    text.append("|HW_CAMERA_ZSL");
+    text.append("|HW_TEXTURE");
+    text.append("|HW_RENDER");
+    text.append("|HW_2D");
+    text.append("|HW_COMPOSER");
+    text.append("|HW_FB");
+    text.append("|HW_VIDEO_ENCODER");
+    text.append("|HW_IMAGE_ENCODER");
+    text.append("|SMVR");
+    return text.text();
+}
+
+String8 namedDataspace() {
+    Text text;
+    text.append("V0_JFIF");
+    text.append("|STANDARD_BT601_625");
+    text.append("|TRANSFER_SMPTE_170M");
+    text.append("|RANGE_FULL");
+    return text.text();
+}
+
+constexpr int kUnnamedDataspace = 0x10C60000;
+
+String8 unnamedDataspace() {
+    Text text;
+    text.appendHex(kUnnamedDataspace);
+    text.append("|STANDARD_BT2020");
+    text.append("|TRANSFER_SMPTE_170M");
+    text.append("|RANGE_LIMITED");
+    return text.text();
+}
+
+String8 legacyDataspace() {
+    return String8("BT709", 5);
+}
+
+template <Query kQuery>
+void compareBuilt(const char* row, int code, String8 (*build)()) {
+    const auto floor = [=](benchmark::State& state) {
+        if ((NSCam::IGrallocHelper::singleton()->*kQuery)(code) != build())
+            return state.SkipWithError("the floor builds another text");
+        measure(state, [&] {
+            const String8 name = build();
+            benchmark::DoNotOptimize(name.c_str());
+        });
+    };
+    compare(row, query<kQuery>(code), floor);
+}
+
+}  // namespace
+
+void registerNames() {
+    for (const int code : {HAL_PIXEL_FORMAT_RGBA_8888, HAL_PIXEL_FORMAT_YCRCB_420_SP,
+                           HAL_PIXEL_FORMAT_IMPLEMENTATION_DEFINED, HAL_PIXEL_FORMAT_YV12})
+        comparePixelFormat(code);
+    using Helper = NSCam::IGrallocHelper;
+    compareBuilt<&Helper::queryGrallocUsageName>("usage_name/all_bits", 0x28071F33, everyUsage);
+    compareBuilt<&Helper::queryDataspaceName>("dataspace_name/named", 0x8C20000, namedDataspace);
+    compareBuilt<&Helper::queryDataspaceName>("dataspace_name/unnamed", kUnnamedDataspace,
+                                              unnamedDataspace);
+    compareBuilt<&Helper::queryDataspaceName>("dataspace_name/legacy", 0x104, legacyDataspace);
+}
+
+}  // namespace zelkcam::bench
