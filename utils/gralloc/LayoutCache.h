@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <span>
+#include <vector>
 
 #include "platform/utils.h"
 #include "utils/gralloc/IGrallocInfoProvider.h"
@@ -40,7 +41,40 @@ constexpr bool operator<(const MyRequest& left, const MyRequest& right) {
     return left.heightInPixels < right.heightInPixels;
 }
 
+// A request as one number that compares as the request does. The sign bits are turned over, so that
+// a signed order becomes an unsigned one.
+class PackedRequest {
+  public:
+    explicit constexpr PackedRequest(const MyRequest& key)
+        : mNumber(static_cast<Number>(word(key.format, key.usage)) << 64 |
+                  word(key.widthInPixels, key.heightInPixels)) {}
+
+    friend constexpr bool operator<(PackedRequest left, PackedRequest right) {
+        return left.mNumber < right.mNumber;
+    }
+    friend constexpr bool operator==(PackedRequest left, PackedRequest right) {
+        return left.mNumber == right.mNumber;
+    }
+
+  private:
+    using Number = unsigned __int128;
+
+    static constexpr uint64_t word(int32_t high, int32_t low) {
+        return (uint64_t{static_cast<uint32_t>(high)} << 32 | static_cast<uint32_t>(low)) ^
+               0x80000000'80000000;
+    }
+
+    Number mNumber;
+};
+static_assert(PackedRequest({.usage = INT32_MIN}) < PackedRequest({.usage = 0}));
+static_assert(PackedRequest({.format = -1}) < PackedRequest({.usage = 1, .format = 0}));
+static_assert(PackedRequest({.widthInPixels = 1, .heightInPixels = INT32_MAX}) <
+              PackedRequest({.widthInPixels = 2, .heightInPixels = INT32_MIN}));
+
 // Not locked: its owner guards it. Entries never expire.
+//
+// The keys stand once more beside the entries, packed: a search touches 16 bytes a step instead of
+// an entry, and compares once.
 class LayoutCache {
   public:
     using Entry = android::key_value_pair_t<MyRequest, MyStaticInfo>;
@@ -49,15 +83,16 @@ class LayoutCache {
     const MyStaticInfo* find(const MyRequest& key) const;
 
     // Adds a copy of the pair, in place of an entry with the same key.
-    void add(const MyRequest& key, const MyStaticInfo& value) { mEntries.add(Entry(key, value)); }
+    void add(const MyRequest& key, const MyStaticInfo& value);
 
-    void remove(const MyRequest& key) { mEntries.remove(Entry(key)); }
-    void clear() { mEntries.clear(); }
+    void remove(const MyRequest& key);
+    void clear();
 
     std::span<const Entry> entries() const { return {mEntries.array(), mEntries.size()}; }
 
   private:
     android::SortedVector<Entry> mEntries;
+    std::vector<PackedRequest> mKeys;  // of mEntries, in their order
 };
 
 }  // namespace NSCam::gralloc
