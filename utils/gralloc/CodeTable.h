@@ -19,9 +19,11 @@ consteval bool ascendingByCode(const std::array<Row, Rows>& table) {
 // The row of `code`, or null.
 template <typename Row, size_t Rows>
 constexpr const Row* findCode(const std::array<Row, Rows>& table, int32_t code) {
+    if (code < table.front().code || code > table.back().code)
+        return nullptr;
     const auto row = std::lower_bound(table.begin(), table.end(), code,
                                       [](const Row& row, int32_t code) { return row.code < code; });
-    return row != table.end() && row->code == code ? &*row : nullptr;
+    return row->code == code ? &*row : nullptr;
 }
 
 }  // namespace NSCam::gralloc

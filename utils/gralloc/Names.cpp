@@ -1,6 +1,7 @@
 #include "utils/gralloc/Names.h"
 
-#include <cstdio>
+#include <algorithm>
+#include <charconv>
 #include <cstring>
 #include <utility>
 
@@ -12,65 +13,115 @@ using android::String8;
 
 namespace {
 
-template <typename Row, size_t Rows>
-constexpr size_t joinedLength(const std::array<Row, Rows>& names) {
+// A text that is known before the program runs. `text` has one size for all of a table: copying it
+// whole is a copy of constant length, of which only `length` characters count.
+template <size_t Size>
+struct Piece {
+    std::array<char, Size> text{};
     size_t length = 0;
-    for (const Row& row : names)
-        length += 1 + row.name.size();
-    return length;
-}
+
+    constexpr void append(std::string_view more) {
+        std::copy(more.begin(), more.end(), text.begin() + length);
+        length += more.size();
+    }
+
+    constexpr void appendName(std::string_view name) {
+        append("|");
+        append(name);
+    }
+};
 
 template <typename Row, size_t Rows>
-constexpr size_t longestName(const std::array<Row, Rows>& names) {
+constexpr size_t longestName(const std::array<Row, Rows>& table) {
     size_t longest = 0;
-    for (const Row& row : names)
+    for (const Row& row : table)
         longest = std::max(longest, row.name.size());
     return longest;
 }
 
-// The longest texts: every usage name at once; a dataspace's name and one name of each field.
-constexpr size_t kLongestUsage =
-        1 + joinedLength(kUsageFieldNames) + joinedLength(kHardwareUsageNames);
-constexpr size_t kLongestDataspace =
-        longestName(kCombinedDataspaceNames) + 1 + longestName(kDataspaceStandardNames) + 1 +
-        longestName(kDataspaceTransferNames) + 1 + longestName(kDataspaceRangeNames);
+// The names of a table, each with what separates it from the text before it.
+template <const auto& kTable>
+constexpr auto kPieces = [] {
+    std::array<Piece<1 + longestName(kTable)>, kTable.size()> pieces;
+    for (size_t row = 0; row < kTable.size(); ++row)
+        pieces[row].appendName(kTable[row].name);
+    return pieces;
+}();
 
-// A text put together on the stack, so that the String8 made of it allocates once.
-class TextBuilder {
-  public:
-    void append(std::string_view text) {
-        memcpy(mText + mLength, text.data(), text.size());
-        mLength += text.size();
+template <const auto& kTable>
+constexpr size_t kLongestPiece = sizeof(kPieces<kTable>[0].text);
+
+constexpr size_t kLongestFields = kLongestPiece<kDataspaceStandardNames> +
+                                  kLongestPiece<kDataspaceTransferNames> +
+                                  kLongestPiece<kDataspaceRangeNames>;
+
+// The whole text of each combined dataspace: its code determines the fields as well.
+constexpr auto kCombinedTexts = [] {
+    std::array<Piece<longestName(kCombinedDataspaceNames) + kLongestFields>,
+               kCombinedDataspaceNames.size()>
+            texts;
+    for (size_t row = 0; row < texts.size(); ++row) {
+        const CombinedDataspaceName& dataspace = kCombinedDataspaceNames[row];
+        texts[row].append(dataspace.name);
+        texts[row].appendName(dataspace.standard);
+        if (const auto* name =
+                    findCode(kDataspaceTransferNames, dataspace.code & kDataspaceTransferMask))
+            texts[row].appendName(name->name);
+        if (const auto* name = findCode(kDataspaceRangeNames, dataspace.code & kDataspaceRangeMask))
+            texts[row].appendName(name->name);
     }
+    return texts;
+}();
 
-    void appendName(std::string_view name) {
-        mText[mLength++] = '|';
-        append(name);
-    }
+// The other texts are put together on the stack, so that the String8 made of one allocates once.
+// Each of these puts something at `end` and answers the new end: a position that lived in an object
+// beside the text would go through memory for every piece.
 
-    void appendHex(int32_t code) {
-        mLength += static_cast<size_t>(snprintf(mText + mLength, sizeof(mText) - mLength, "%#x",
-                                                static_cast<uint32_t>(code)));
-    }
-
-    String8 text() const { return String8(mText, mLength); }
-
-  private:
-    char mText[std::max(kLongestUsage, kLongestDataspace) + 1];
-    size_t mLength = 0;
-};
-
-template <size_t Rows>
-void appendUsageNames(TextBuilder& text, const std::array<UsageName, Rows>& names, uint32_t usage) {
-    for (const UsageName& row : names)
-        if ((usage & row.mask) == row.value)
-            text.appendName(row.name);
+// As "%#x" prints it: for codes other than 0.
+char* appendHex(char* end, int32_t code) {
+    *end++ = '0';
+    *end++ = 'x';
+    return std::to_chars(end, end + 8, static_cast<uint32_t>(code), 16).ptr;
 }
 
-template <size_t Rows>
-void appendFieldName(TextBuilder& text, const std::array<CodeName, Rows>& names, int32_t field) {
-    if (const CodeName* row = findCode(names, field))
-        text.appendName(row->name);
+template <const auto& kTable, size_t kRow>
+char* appendUsageName(char* end, uint32_t usage) {
+    constexpr size_t length = kPieces<kTable>[kRow].length;
+    if ((usage & kTable[kRow].mask) != kTable[kRow].value)
+        return end;
+    memcpy(end, kPieces<kTable>[kRow].text.data(), length);
+    return end + length;
+}
+
+// Unrolled, so that every length is a constant.
+template <const auto& kTable>
+char* appendUsageNames(char* end, uint32_t usage) {
+    [&]<size_t... kRow>(std::index_sequence<kRow...>) {
+        ((end = appendUsageName<kTable, kRow>(end, usage)), ...);
+    }
+    (std::make_index_sequence<kTable.size()>());
+    return end;
+}
+
+// Whether the rows name the values of a field from 1 on, none left out.
+template <const auto& kTable, int32_t kMask>
+constexpr bool namesValuesInTurn() {
+    constexpr int32_t unit = kMask & -kMask;
+    for (size_t row = 0; row < kTable.size(); ++row)
+        if (kTable[row].code != static_cast<int32_t>(row + 1) * unit)
+            return false;
+    return true;
+}
+
+template <const auto& kTable, int32_t kMask>
+char* appendFieldName(char* end, int32_t dataspace) {
+    static_assert(namesValuesInTurn<kTable, kMask>());
+    const size_t row = static_cast<uint32_t>(dataspace & kMask) / (kMask & -kMask) - 1;
+    if (row >= kTable.size())
+        return end;
+    const auto& piece = kPieces<kTable>[row];
+    memcpy(end, piece.text.data(), sizeof(piece.text));
+    return end + piece.length;
 }
 
 template <size_t Row>
@@ -87,40 +138,67 @@ constexpr auto pixelFormatNameGetters(std::index_sequence<Row...>) {
 constexpr auto kPixelFormatNameGetters =
         pixelFormatNameGetters(std::make_index_sequence<kPixelFormatNames.size()>());
 
+// Rows of the codes that Android gave out first, so small that they need no search.
+constexpr size_t kSmallCodes = 0x40;
+
+// The few behind them, vendors' and four-character codes, are gone through one by one.
+constexpr size_t kFirstLargeRow = static_cast<size_t>(std::count_if(
+        kPixelFormatNames.begin(), kPixelFormatNames.end(),
+        [](const CodeName& row) { return row.code < static_cast<int32_t>(kSmallCodes); }));
+
+constexpr auto kRowOfSmallCode = [] {
+    std::array<uint8_t, kSmallCodes> rows;
+    rows.fill(kPixelFormatNames.size());
+    for (size_t row = 0; row < kFirstLargeRow; ++row)
+        rows[static_cast<size_t>(kPixelFormatNames[row].code)] = static_cast<uint8_t>(row);
+    return rows;
+}();
+
+// The number of rows for a code without a name.
+size_t pixelFormatRow(int format) {
+    const auto code = static_cast<uint32_t>(format);
+    if (code < kSmallCodes)
+        return kRowOfSmallCode[code];
+    size_t row = kFirstLargeRow;
+    while (row < kPixelFormatNames.size() && kPixelFormatNames[row].code != format)
+        ++row;
+    return row;
+}
+
 }  // namespace
 
 String8 gQueryPixelFormatName(int format) {
-    const CodeName* const row = findCode(kPixelFormatNames, format);
-    if (row == nullptr)
-        return String8();
-    return kPixelFormatNameGetters[static_cast<size_t>(row - kPixelFormatNames.data())]();
+    const size_t row = pixelFormatRow(format);
+    return row == kPixelFormatNames.size() ? String8() : kPixelFormatNameGetters[row]();
 }
 
 String8 gQueryGrallocUsageName(int usage) {
     const auto bits = static_cast<uint32_t>(usage);
-    TextBuilder text;
-    text.append("0");
-    appendUsageNames(text, kUsageFieldNames, bits);
+    char text[1 + kUsageFieldNames.size() * kLongestPiece<kUsageFieldNames> +
+              kHardwareUsageNames.size() * kLongestPiece<kHardwareUsageNames>];
+    char* end = text;
+    *end++ = '0';
+    end = appendUsageNames<kUsageFieldNames>(end, bits);
     if ((bits & kHardwareUsageMask) != 0)
-        appendUsageNames(text, kHardwareUsageNames, bits);
-    return text.text();
+        end = appendUsageNames<kHardwareUsageNames>(end, bits);
+    return String8(text, static_cast<size_t>(end - text));
 }
 
 String8 gQueryDataspaceName(int dataspace) {
     if (const CodeName* legacy = findCode(kLegacyDataspaceNames, dataspace))
         return String8(legacy->name.data(), legacy->name.size());
-
-    TextBuilder text;
     if (const auto* combined = findCode(kCombinedDataspaceNames, dataspace)) {
-        text.append(combined->name);
-        text.appendName(combined->standard);
-    } else {
-        text.appendHex(dataspace);
-        appendFieldName(text, kDataspaceStandardNames, dataspace & kDataspaceStandardMask);
+        const auto& whole =
+                kCombinedTexts[static_cast<size_t>(combined - kCombinedDataspaceNames.data())];
+        return String8(whole.text.data(), whole.length);
     }
-    appendFieldName(text, kDataspaceTransferNames, dataspace & kDataspaceTransferMask);
-    appendFieldName(text, kDataspaceRangeNames, dataspace & kDataspaceRangeMask);
-    return text.text();
+
+    char text[sizeof("0xffffffff") + kLongestFields];
+    char* end = appendHex(text, dataspace);
+    end = appendFieldName<kDataspaceStandardNames, kDataspaceStandardMask>(end, dataspace);
+    end = appendFieldName<kDataspaceTransferNames, kDataspaceTransferMask>(end, dataspace);
+    end = appendFieldName<kDataspaceRangeNames, kDataspaceRangeMask>(end, dataspace);
+    return String8(text, static_cast<size_t>(end - text));
 }
 
 }  // namespace NSCam::gralloc
