@@ -1,12 +1,6 @@
 # What an installed prefix holds, and how clients find it: a CMake package and a pkg-config file.
 # Either is all that a client needs; the host platform and Debian's paths come along.
 include(CMakePackageConfigHelpers)
-foreach(target zelkcam_mapper plexa grallocinfo)
-    if(NOT TARGET ${target})
-        message(STATUS "No target ${target} yet: nothing to install")
-        return()
-    endif()
-endforeach()
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ZelkcamGrallocUtils)
 set(header_dir ${CMAKE_INSTALL_INCLUDEDIR}/zelkcam)
