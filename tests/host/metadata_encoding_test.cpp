@@ -15,8 +15,9 @@ std::atomic<size_t> gLargestAllocation = 0;
 
 }  // namespace
 
-// Every allocation of this program is watched.
-void* operator new(size_t size) {
+// Every allocation of this program is watched. Inlined on one side only, the pair looks mismatched
+// to the optimiser.
+[[gnu::noinline]] void* operator new(size_t size) {
     size_t largest = gLargestAllocation;
     while (size > largest && !gLargestAllocation.compare_exchange_weak(largest, size)) {
     }
@@ -24,10 +25,10 @@ void* operator new(size_t size) {
         return memory;
     throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept {
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
     std::free(memory);
 }
-void operator delete(void* memory, size_t) noexcept {
+[[gnu::noinline]] void operator delete(void* memory, size_t) noexcept {
     std::free(memory);
 }
 
