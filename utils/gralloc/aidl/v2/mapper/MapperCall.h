@@ -2,6 +2,8 @@
 // holds the statement, and the way they call the mapper.
 #pragma once
 
+#include <vector>
+
 #include "utils/gralloc/aidl/v2/mapper/mapper.h"
 
 namespace NSCam::GrallocMapperAidlV2 {
@@ -17,5 +19,9 @@ auto callAndFlush(const MapperV5& self, Entry entry, Arguments... arguments) {
     self.ipcFlushCommands();
     return answer;
 }
+
+// Zeroed memory to read metadata into. Not inlined on purpose: for a constant size the compiler
+// zeroes by a string instruction whose start alone costs more than the C library's whole work.
+std::vector<uint8_t> zeroedBytes(size_t size);
 
 }  // namespace NSCam::GrallocMapperAidlV2

@@ -39,6 +39,10 @@ std::optional<android_ycbcr> describeYcbcr(const std::vector<PlaneLayout>& plane
 
 }  // namespace
 
+std::vector<uint8_t> zeroedBytes(size_t size) {
+    return std::vector<uint8_t>(size);
+}
+
 // Ends the process. Unlike LOGF it asks nobody first, and it has the switchboard write out
 // what it holds, this line included.
 #define FATAL_AND_FLUSH(message)                                                              \

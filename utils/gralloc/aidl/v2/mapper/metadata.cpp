@@ -20,13 +20,12 @@ using aidl::android::hardware::graphics::common::Smpte2086;
 // Holds the fixed-size kinds and the layouts of most buffers.
 constexpr size_t kFirstReadSize = 512;
 
-// The encoded value of a standard metadata type, or nothing.
-std::optional<std::vector<uint8_t>> readStandardMetadata(const MapperV5& self,
-                                                         const AIMapper& mapper,
-                                                         const native_handle* handle,
-                                                         StandardMetadataType type) {
+// Reads the encoded value of a standard metadata type into `bytes`, which is enlarged if need be.
+// Answers the value's size, or nothing.
+std::optional<size_t> readStandardMetadata(const MapperV5& self, const AIMapper& mapper,
+                                           const native_handle* handle, StandardMetadataType type,
+                                           std::vector<uint8_t>& bytes) {
     constexpr char kFunction[] = "getStandardMetadata";
-    std::vector<uint8_t> bytes(kFirstReadSize);
     const auto read = [&] {
         return callAndFlush(self, mapper.v5.getStandardMetadata, handle, static_cast<int64_t>(type),
                             bytes.data(), bytes.size());
@@ -50,8 +49,7 @@ std::optional<std::vector<uint8_t>> readStandardMetadata(const MapperV5& self,
                 static_cast<unsigned long>(type), size);
         return std::nullopt;
     }
-    bytes.resize(static_cast<size_t>(size));
-    return bytes;
+    return static_cast<size_t>(size);
 }
 
 // What there is to know of each kind of HDR metadata. `Record` is what the caller's data must be as
@@ -171,8 +169,10 @@ AIMapper_Error getInto(const MapperV5& mapper, const native_handle* handle, void
     const auto value = mapper.getStandardMetadata<Kind::kType>(handle);
     // Contract: a payload is copied as long as it is, also beyond the record's size; what could not
     // be read is no error.
-    if (value && *value)
-        std::ranges::copy(bytesOf(**value), static_cast<uint8_t*>(data));
+    if (value && *value) {
+        const auto bytes = bytesOf(**value);
+        std::copy_n(bytes.data(), bytes.size(), static_cast<uint8_t*>(data));
+    }
     return AIMAPPER_ERROR_NONE;
 }
 
@@ -181,10 +181,11 @@ AIMapper_Error getInto(const MapperV5& mapper, const native_handle* handle, void
 template <StandardMetadataType T>
 std::optional<typename StandardMetadata<T>::value_type> MapperV5::getStandardMetadata(
         const native_handle* handle) const {
-    const auto bytes = readStandardMetadata(*this, *mMapper, handle, T);
-    if (!bytes)
+    std::vector<uint8_t> bytes = zeroedBytes(kFirstReadSize);
+    const auto size = readStandardMetadata(*this, *mMapper, handle, T, bytes);
+    if (!size)
         return std::nullopt;
-    return StandardMetadata<T>::value::decode(bytes->data(), bytes->size());
+    return StandardMetadata<T>::value::decode(bytes.data(), *size);
 }
 
 template <StandardMetadataType T>
