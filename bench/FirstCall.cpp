@@ -1,10 +1,12 @@
 // The first accessor call of a process, which finds the service and loads the mapper. Every sample
 // is a process of its own: this program, started anew.
+#include <sys/resource.h>
 #include <time.h>
 #include <unistd.h>
 
 #include <climits>
 #include <cstdio>
+#include <optional>
 
 #include "bench/Compare.h"
 #include "bench/Platform.h"
@@ -20,6 +22,13 @@ int64_t now() {
     return int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
 }
 
+// Pages of code and data that were touched for the first time.
+long pageFaults() {
+    rusage usage;
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_minflt;
+}
+
 bool callFirst(const std::string& which) {
     if (which == "ours")
         return NSCam::IGrallocHelper::singleton() != nullptr;
@@ -33,36 +42,46 @@ std::string ownPath() {
     return length < 0 ? std::string() : std::string(path, static_cast<size_t>(length));
 }
 
-// Seconds that the call took in a new process; negative when that process failed.
-double sample(const std::string& command) {
+struct Sample {
+    long nanoseconds = 0;
+    long pageFaults = 0;
+};
+
+// What the call took in a new process; no value when that process failed.
+std::optional<Sample> sample(const std::string& command) {
     FILE* const child = popen(command.c_str(), "r");
     if (child == nullptr)
-        return -1;
-    long nanoseconds = -1;
-    if (fscanf(child, "%ld", &nanoseconds) != 1)
-        nanoseconds = -1;
-    return pclose(child) == 0 ? static_cast<double>(nanoseconds) * 1e-9 : -1;
+        return std::nullopt;
+    Sample taken;
+    const bool complete = fscanf(child, "%ld %ld", &taken.nanoseconds, &taken.pageFaults) == 2;
+    return pclose(child) == 0 && complete ? std::optional(taken) : std::nullopt;
 }
 
 auto sampler(const std::string& which) {
     // The device's linker resolves every symbol when it loads a library, never at the first call.
     return [command = "LD_BIND_NOW=1 '" + ownPath() +
                       "' --first-call=" + which](benchmark::State& state) {
+        double faults = 0;
         for (auto _ : state) {
-            const double seconds = sample(command);
-            if (seconds < 0)
+            const auto taken = sample(command);
+            if (!taken)
                 return state.SkipWithError("the started process fails");
-            state.SetIterationTime(seconds);
+            state.SetIterationTime(static_cast<double>(taken->nanoseconds) * 1e-9);
+            faults += static_cast<double>(taken->pageFaults);
         }
+        state.counters["page_faults"] =
+                benchmark::Counter(faults, benchmark::Counter::kAvgIterations);
     };
 }
 
 }  // namespace
 
 int runFirstCall(const std::string& which) {
+    const long faultsBefore = pageFaults();
     const int64_t start = now();
     const bool found = callFirst(which);
-    printf("%ld\n", static_cast<long>(now() - start));
+    const auto nanoseconds = static_cast<long>(now() - start);
+    printf("%ld %ld\n", nanoseconds, pageFaults() - faultsBefore);
     return found ? 0 : 1;
 }
 
