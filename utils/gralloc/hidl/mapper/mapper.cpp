@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <functional>
+#include <optional>
 
 #include "platform/sync.h"
 #include "utils/gralloc/Log.h"
@@ -48,17 +49,18 @@ bool wrapFence(int fence, char* storage, hidl_handle* handle) {
 }
 
 // Locks with the fence in the form that the mapper takes, closes it, and answers the call's result;
-// `onAnswer` runs within the call.
-int32_t lockWithFence(IMapper& mapper, const native_handle* buffer, uint64_t cpuUsage,
-                      const IMapper::Rect& accessRegion, int acquireFence,
-                      const std::function<void(Error, void*)>& onAnswer) {
+// `onAnswer` runs within the call. Answers nothing when the fence cannot be wrapped.
+std::optional<int32_t> lockWithFence(IMapper& mapper, const native_handle* buffer,
+                                     uint64_t cpuUsage, const IMapper::Rect& accessRegion,
+                                     int acquireFence,
+                                     const std::function<void(Error, void*)>& onAnswer) {
     NATIVE_HANDLE_DECLARE_STORAGE(storage, 1, 0);
     hidl_handle fence;
     if (!wrapFence(acquireFence, storage, &fence)) {
         // Contract: the mapper is not called and the fence stays open.
         LOGE_AS("lock", "native_handle_init return null, err=%u",
                 static_cast<unsigned int>(kNoResources));
-        return kNoResources;
+        return std::nullopt;
     }
     const UniqueFd consumed(acquireFence);
     Error error = Error::NO_RESOURCES;
@@ -110,13 +112,14 @@ int32_t Mapper::freeBuffer(const native_handle* buffer) const {
 
 int32_t Mapper::lock(const native_handle* buffer, uint64_t cpuUsage,
                      const IMapper::Rect& accessRegion, int acquireFence, void** outData) const {
-    return lockWithFence(
+    const std::optional<int32_t> result = lockWithFence(
             *mMapper, buffer, cpuUsage, accessRegion, acquireFence, [&](Error error, void* data) {
                 if (error == Error::NONE)
                     *outData = data;
                 else
                     LOGE("IMapper->lock error happen, err=%u", static_cast<unsigned int>(error));
             });
+    return result.value_or(kNoResources);
 }
 
 int32_t Mapper::lock(const native_handle* buffer, uint64_t cpuUsage,
@@ -126,15 +129,18 @@ int32_t Mapper::lock(const native_handle* buffer, uint64_t cpuUsage,
     if (getPlaneLayouts(buffer, &planes) == kNone)
         gralloc::tellPixelAndStride(planes, outBytesPerPixel, outBytesPerStride);
 
-    const int32_t error = lockWithFence(*mMapper, buffer, cpuUsage, accessRegion, acquireFence,
-                                        [&](Error answer, void* data) {
-                                            if (answer == Error::NONE)
-                                                *outData = data;
-                                        });
+    const std::optional<int32_t> result = lockWithFence(
+            *mMapper, buffer, cpuUsage, accessRegion, acquireFence, [&](Error answer, void* data) {
+                if (answer == Error::NONE)
+                    *outData = data;
+            });
+    // A fence that cannot be wrapped has had its line.
+    if (!result)
+        return kNoResources;
     // Contract: this one line passes by the gates and the switchboard.
-    if (error != kNone)
-        __android_log_print(ANDROID_LOG_WARN, kLogTag, "lock(%p, ...) failed: %d", buffer, error);
-    return error;
+    if (*result != kNone)
+        __android_log_print(ANDROID_LOG_WARN, kLogTag, "lock(%p, ...) failed: %d", buffer, *result);
+    return *result;
 }
 
 int32_t Mapper::lock(const native_handle* buffer, uint64_t cpuUsage,
