@@ -1,0 +1,181 @@
+#include "tests/hidl_backend/ScriptedHidl.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "utils/gralloc/aidl/v2/mapper/mapper.h"
+
+namespace zelkcam::test {
+
+namespace {
+
+using android::hardware::Status;
+using recording::Return;
+using Transport = HidlScript::Transport;
+
+Status transportStatus() {
+    return Status::fromExceptionCode(hidlScript().transport == Transport::kWorks
+                                             ? Status::EX_NONE
+                                             : Status::EX_TRANSACTION_FAILED);
+}
+
+template <typename Callback>
+Return<void> answer(const char* call, const Callback& callback) {
+    journal().add(call);
+    if (hidlScript().transport != Transport::kFailsOnTheWay)
+        callback();
+    journal().add(std::string(call) + " is over");
+    return Return<void>(transportStatus());
+}
+
+class ScriptedMapper final : public recording::RecordingMapper {
+  public:
+    Return<void> createDescriptor(const Description& description,
+                                  createDescriptor_cb callback) override {
+        hidlScript().descriptions.push_back(description);
+        return answer("createDescriptor", [&] { callback(hidlScript().error, Bytes{4, 2}); });
+    }
+
+    Return<void> importBuffer(const hidl_handle& raw, importBuffer_cb callback) override {
+        HidlScript& script = hidlScript();
+        const size_t number = script.imported.size();
+        script.imported.push_back(raw.getNativeHandle());
+        const bool fails = static_cast<int>(number) == script.failingImport;
+        return answer("importBuffer", [&] {
+            callback(fails ? Error::BAD_BUFFER : script.error,
+                     const_cast<native_handle*>(importOf(number)));
+        });
+    }
+
+    Return<Error> freeBuffer(void* buffer) override {
+        char text[32];
+        snprintf(text, sizeof(text), "freeBuffer %p", buffer);
+        journal().add(text);
+        if (hidlScript().transport != Transport::kWorks)
+            return Return<Error>(transportStatus());
+        return hidlScript().error;
+    }
+
+    Return<void> lock(void* buffer, uint64_t usage, const Rect& region, const hidl_handle& fence,
+                      lock_cb callback) override {
+        const native_handle_t* const handle = fence.getNativeHandle();
+        EXPECT_TRUE(!handle || (handle->numFds == 1 && handle->numInts == 0));
+        hidlScript().lock = {buffer, usage, region,
+                             handle ? descriptorName(handle->data[0]) : "none",
+                             handle && fcntl(handle->data[0], F_GETFD) != -1};
+        return answer("lock", [&] { callback(hidlScript().lockError, kMapped); });
+    }
+
+    Return<void> unlock(void*, unlock_cb callback) override {
+        return answer("unlock", [&] {
+            callback(hidlScript().error, hidl_handle(hidlScript().releaseFence));
+        });
+    }
+
+    Return<void> get(void*, const MetadataType& type, get_cb callback) override {
+        EXPECT_EQ(type, android::gralloc4::MetadataType_PlaneLayouts);
+        const HidlScript& script = hidlScript();
+        return answer("get", [&] {
+            callback(script.error,
+                     script.metadata ? *script.metadata : Bytes(encoded(script.planes)));
+        });
+    }
+};
+
+class ScriptedAllocator final : public recording::RecordingAllocator {
+  public:
+    Return<void> allocate(const Bytes& descriptor, uint32_t count, allocate_cb callback) override {
+        HidlScript& script = hidlScript();
+        script.descriptors.push_back(descriptor);
+        script.counts.push_back(count);
+        hidl_vec<hidl_handle> raw(script.allocated.size());
+        for (size_t i = 0; i < raw.size(); ++i)
+            raw[i] = hidl_handle(script.allocated[i]);
+        return answer("allocate", [&] { callback(script.error, 128, raw); });
+    }
+};
+
+ScriptedMapper& mapperService() {
+    static const android::sp<ScriptedMapper>& service =
+            *new android::sp<ScriptedMapper>(new ScriptedMapper);
+    return *service;
+}
+
+}  // namespace
+
+HidlScript& hidlScript() {
+    static HidlScript& instance = *new HidlScript;
+    return instance;
+}
+
+const native_handle* importOf(size_t number) {
+    return reinterpret_cast<const native_handle*>(0x1000 + number);
+}
+
+void makeMapperRemote() {
+    mapperService().remote = true;
+}
+
+void HidlBackendTest::SetUp() {
+    DoublesTest::SetUp();
+    platformScript() = {};
+    hidlScript() = {};
+    ASSERT_EQ(mapperService().registerAsService(), android::OK);
+    static const android::sp<ScriptedAllocator>& service =
+            *new android::sp<ScriptedAllocator>(new ScriptedAllocator);
+    ASSERT_EQ(service->registerAsService(), android::OK);
+    mapper.emplace();
+    allocator.emplace(*mapper);
+    reachEveryDouble();
+    hidlScript() = {};
+}
+
+void HidlBackendTest::TearDown() {
+    EXPECT_EQ(journal().calls("flush"), mFlushes) << "nothing of the pair flushes";
+}
+
+int32_t HidlBackendTest::lock(Shape shape, int fence) {
+    constexpr IMapper::Rect kRegion = {1, 2, 3, 4};
+    if (shape == Shape::kPlain)
+        return mapper->lock(buffer, 0x1'0000'0003, kRegion, fence, &data);
+    if (shape == Shape::kLayout)
+        return mapper->lock(buffer, 0x1'0000'0003, kRegion, fence, &data, &pixel, &stride);
+    return mapper->lock(buffer, 0x1'0000'0003, kRegion, fence, &ycbcr);
+}
+
+void HidlBackendTest::reachEveryDouble() {
+    const WatchedFd fence("acquire");
+    lock(Shape::kPlain, fence.get());
+    NATIVE_HANDLE_DECLARE_STORAGE(storage, 1, 0);
+    native_handle_t* const release = native_handle_init(storage, 1, 0);
+    release->data[0] = STDERR_FILENO;
+    hidlScript() = {};
+    hidlScript().releaseFence = release;
+    hidlScript().dupFails = true;
+    mapper->unlock(buffer);
+    NSCam::GrallocMapperAidlV2::MapperV5(scriptedAllocator()).ipcFlushCommands();
+    expectConnected({"lock", "native_handle_init", "close", "dup", "sync_wait", "flush"});
+    mFlushes = journal().calls("flush");
+}
+
+}  // namespace zelkcam::test
+
+extern "C" {
+
+int dup(int fd) {
+    zelkcam::test::journal().count("dup");
+    return zelkcam::test::hidlScript().dupFails ? -1 : fcntl(fd, F_DUPFD_CLOEXEC, 0);
+}
+
+native_handle_t* native_handle_init(char* storage, int numFds, int numInts) {
+    zelkcam::test::journal().count("native_handle_init");
+    if (zelkcam::test::hidlScript().wrapFails)
+        return nullptr;
+    auto* const handle = reinterpret_cast<native_handle_t*>(storage);
+    handle->version = sizeof(native_handle_t);
+    handle->numFds = numFds;
+    handle->numInts = numInts;
+    return handle;
+}
+
+}  // extern "C"
