@@ -38,6 +38,7 @@ class Pick {
 class BareCache {
   public:
     explicit BareCache(size_t entries) {
+        fillCache(entries);
         const auto& provider = *zcam::IGrallocInfoProvider::getInstance();
         for (size_t i = 0; i < entries; ++i) {
             GrallocStaticInfo info;
