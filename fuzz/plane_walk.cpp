@@ -1,0 +1,39 @@
+// What the mapper backends read out of plane layouts that make no sense.
+#include "fuzz/Fuzz.h"
+#include "utils/gralloc/PlaneWalk.h"
+
+using namespace zelkcam::fuzz;
+using NSCam::gralloc::YcbcrWalk;
+
+namespace {
+
+bool walkAll(YcbcrWalk& walk, const std::vector<PlaneLayout>& planes) {
+    for (const PlaneLayout& plane : planes)
+        if (!walk.add(plane))
+            return false;
+    return true;
+}
+
+// Whoever reads chroma steps by it.
+void checkDescription(const android_ycbcr& ycbcr) {
+    require(ycbcr.chroma_step <= 2);
+    require((ycbcr.cb == nullptr && ycbcr.cr == nullptr) || ycbcr.chroma_step != 0);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    FuzzedDataProvider input(data, size);
+    const uintptr_t base = input.ConsumeIntegral<uintptr_t>();
+    const std::vector<PlaneLayout> planes = anyPlanes(input);
+    int pixel = -2, row = -2;
+    NSCam::gralloc::tellPixelAndStride(planes, &pixel, &row);
+    require(planes.empty() ? pixel == -2 && row == -2 : pixel >= -1 && row >= -1);
+    NSCam::gralloc::tellPixelAndStride(planes, nullptr, nullptr);
+
+    // The walk only computes with the address.
+    YcbcrWalk walk(reinterpret_cast<void*>(base));
+    if (walkAll(walk, planes))
+        checkDescription(walk.description());
+    return 0;
+}

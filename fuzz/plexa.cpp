@@ -1,0 +1,106 @@
+// The buffer-attribute extension over a mapper that answers anything.
+#include "platform/plexa.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "fuzz/Fuzz.h"
+#include "platform/utils.h"
+#include "plexa/MapperLibrary.h"
+
+namespace {
+
+using namespace zelkcam::fuzz;
+
+FuzzedDataProvider* gInput = nullptr;
+
+// Bytes, and a size that need not be theirs. Contract: no more than was announced is read, so a
+// size within the room is one that the mapper has written.
+int32_t answer(void* destination, size_t room) {
+    const auto bytes = gInput->ConsumeBytes<uint8_t>(
+            gInput->ConsumeIntegralInRange<size_t>(0, std::min<size_t>(room, 1024)));
+    if (!bytes.empty())
+        memcpy(destination, bytes.data(), bytes.size());
+    return gInput->ConsumeBool() ? static_cast<int32_t>(bytes.size())
+                                 : gInput->ConsumeIntegral<int32_t>();
+}
+
+template <StandardMetadataType T>
+int32_t encoded(
+        const typename android::hardware::graphics::mapper::StandardMetadata<T>::value_type& value,
+        void* destination, size_t room) {
+    return android::hardware::graphics::mapper::StandardMetadata<T>::value::encode(
+            value, destination, room);
+}
+
+// A value that decodes, so that what is made of it is reached.
+int32_t wellFormed(int64_t type, void* destination, size_t room) {
+    using Type = StandardMetadataType;
+    switch (static_cast<Type>(type)) {
+        case Type::PLANE_LAYOUTS:
+            return encoded<Type::PLANE_LAYOUTS>(anyPlanes(*gInput), destination, room);
+        case Type::USAGE:
+            return encoded<Type::USAGE>({}, destination, room);
+        case Type::WIDTH:
+            return encoded<Type::WIDTH>(gInput->ConsumeIntegral<uint64_t>(), destination, room);
+        case Type::STRIDE:
+            return encoded<Type::STRIDE>(gInput->ConsumeIntegral<uint32_t>(), destination, room);
+        case Type::PIXEL_FORMAT_FOURCC:
+            return encoded<Type::PIXEL_FORMAT_FOURCC>(gInput->ConsumeIntegral<uint32_t>(),
+                                                      destination, room);
+        case Type::BUFFER_ID:
+            return encoded<Type::BUFFER_ID>(gInput->ConsumeIntegral<uint16_t>(), destination, room);
+        default:
+            return answer(destination, room);
+    }
+}
+
+int32_t getStandardMetadata(buffer_handle_t, int64_t type, void* destination, size_t room) {
+    return gInput->ConsumeBool() ? wellFormed(type, destination, room) : answer(destination, room);
+}
+
+int32_t getMetadata(buffer_handle_t, AIMapper_MetadataType, void* destination, size_t room) {
+    return answer(destination, room);
+}
+
+AIMapper_Error setMetadata(buffer_handle_t, AIMapper_MetadataType, const void*, size_t) {
+    return static_cast<AIMapper_Error>(gInput->ConsumeIntegralInRange(0, 8));
+}
+
+void readEverything(const native_handle_t& handle) {
+    constexpr int kAttributes[] = {1, 10, 11, 12, 13, 14, 15, 17, 52, 100, 110};
+    for (int left = 24; left > 0; --left) {
+        alignas(8) uint8_t out[64];
+        memset(out, 0xa5, sizeof(out));
+        const int attribute = gInput->PickValueInArray(kAttributes);
+        // Contract: written on success only.
+        if (plexa_query(&handle, attribute, out) != 0)
+            require(std::count(out, out + sizeof(out), 0xa5) == sizeof(out));
+        plexa_sf_record_t record = {};
+        plexa_perform(&handle, gInput->ConsumeBool() ? 100 : 110, &record);
+    }
+    plexa_query(&handle, gInput->ConsumeIntegral<int>(), nullptr);
+}
+
+}  // namespace
+
+const AIMapperV5* zelkcam::plexa::mapperFunctions() {
+    static const AIMapperV5 mapper = [] {
+        AIMapperV5 functions = {};
+        functions.getStandardMetadata = ::getStandardMetadata;
+        functions.getMetadata = ::getMetadata;
+        functions.setMetadata = ::setMetadata;
+        return functions;
+    }();
+    return &mapper;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    FuzzedDataProvider input(data, size);
+    gInput = &input;
+    NATIVE_HANDLE_DECLARE_STORAGE(storage, 1, 0);
+    native_handle_t* const handle = native_handle_init(storage, 1, 0);
+    handle->data[0] = 0;
+    readEverything(*handle);
+    return 0;
+}
