@@ -83,6 +83,9 @@ TEST_F(HdrMetadataTest, EveryKindIsWrittenInItsBytesAndTheMappersResultReturned)
                                             std::to_string(c.expected.size()),
                                     "flush"));
         }
+    EXPECT_EQ(mapper->setStandardMetadata<StandardMetadataType::SMPTE2086>(buffer, std::nullopt),
+              7);
+    EXPECT_THAT(journal().take(), ElementsAre("setStandardMetadata 19 0", "flush"));
     EXPECT_EQ(floats(19, 10).size(), 109u);
     EXPECT_EQ(floats(20, 2).size(), 77u);
     EXPECT_THAT(takeLog(), IsEmpty());

@@ -192,6 +192,8 @@ TEST_F(MapperV5Test, YcbcrDescribesWhereThePlanesLie) {
             {{bare, bare}, "- - - 0 0 0 "},
             {{}, "- - - 0 0 0 "},
             {{plane(0, 32, 64, {component(R, 0), component(A, 24)})}, "- - - 0 0 0 "},
+            // The given name's length decides: an empty one counts as standard.
+            {{plane(0, 8, 64, {{{"", 1}, 8, 8}})}, "1 - - 64 0 0 "},
             // A foreign type is not even looked at; chroma may be of any size.
             {{plane(0, 8, 64, {foreign, component(Y, 8)})}, "1 - - 64 0 0 "},
             {{plane(8, 16, 64, {component(CB, 16, 99)})}, "- 10 - 0 64 2 "},

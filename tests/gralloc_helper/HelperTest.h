@@ -56,7 +56,7 @@ class HelperTest : public DoublesTest {
         return text.str();
     }
 
-    const OneFdHandle foreign;
+    const OneFdHandle foreign = {};
     const native_handle* const handle = &foreign.header;
     NSCam::IGrallocHelper* helper = nullptr;
     zcam::GrallocStaticInfo info;

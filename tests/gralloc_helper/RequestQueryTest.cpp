@@ -297,6 +297,9 @@ TEST_F(RequestQueryTest, ARunningProbeHoldsTheCacheButNothingElse) {
         EXPECT_EQ(helper->setDirtyCamera(handle), 0);
         EXPECT_EQ(helper->unlock(handle), 0);
         EXPECT_EQ(helper->query(static_cast<const native_handle*>(nullptr), &info, nullptr), -22);
+        platformScript().queryResults[PLEXA_GET_FORMAT] = 1;
+        EXPECT_EQ(describe(), kUnknownError);
+        platformScript().queryResults.clear();
         hit = std::async(std::launch::async, [&] {
             zcam::GrallocStaticInfo answer;
             return helper->query(&kRgba, &answer, false);

@@ -88,7 +88,7 @@ TEST_F(StartupTest, WithoutBackendsOperationsFailAsAFailedPlatformCallDoes) {
     zcam::GrallocStaticInfo info;
     const zcam::GrallocRequest request = {0, 1, 4, 4};
     EXPECT_EQ(helper->query(&request, &info, false), -12);
-    const OneFdHandle raw;
+    const OneFdHandle raw = {};
     const native_handle* handle = &raw.header;
     EXPECT_EQ(helper->importBuffer(handle), 0);
     EXPECT_EQ(handle, &raw.header);
@@ -109,8 +109,8 @@ TEST_F(StartupTest, WithoutBackendsOperationsFailAsAFailedPlatformCallDoes) {
 }
 
 // Runs in the child of a death test, from a fresh start-up on.
-void startWithMode(uint32_t mode, uint32_t details = 2) {
-    setLog({.details = details, .mode = mode});
+void startWith(const LogSettings& settings) {
+    setLog(settings);
     IGrallocHelper::singleton();
 }
 
@@ -119,7 +119,7 @@ TEST_F(StartupTest, TheHelperIsDestroyedAtExit) {
     EXPECT_EXIT(
             {
                 echoLog();
-                startWithMode(1, 5);
+                startWith({.details = 5, .mode = 1});
                 exit(0);
             },
             testing::ExitedWithCode(0),
@@ -167,12 +167,13 @@ TEST_P(LoaderTest, ABrokenMapperEndsTheProcessWithTheStepThatFailed) {
     const std::string line =
             std::string(" ZelkCam/GrallocMapperAidlV2 [MapperV5] ") + GetParam().message;
     const std::string assertion = "assert(null)" + line + " (MapperV5){#";
-    EXPECT_FATAL(startWithMode(8),
+    EXPECT_FATAL(startWith({.mode = 8}),
                  AllOf(HasSubstr("switchboard 1" + line + "\nflush 1\n" + assertion),
                        HasSubstr(":utils/gralloc/aidl/v2/mapper/mapper}"),
                        Not(HasSubstr("[Fatal]")), Not(HasSubstr("testLog"))));
-    EXPECT_FATAL(startWithMode(1), AllOf(HasSubstr(assertion), Not(HasSubstr("switchboard")),
-                                         Not(HasSubstr("flush 1"))));
+    EXPECT_FATAL(startWith({.mode = 8, .object = false}), HasSubstr(assertion));
+    EXPECT_FATAL(startWith({.mode = 1}), AllOf(HasSubstr(assertion), Not(HasSubstr("switchboard")),
+                                               Not(HasSubstr("flush 1"))));
 }
 
 }  // namespace

@@ -78,7 +78,7 @@ std::string statement(const LogLine& line, const char* output) {
     return letter + std::string(output) + " " + tag + " " + text;
 }
 
-std::string formatted(const char* format, va_list arguments) {
+__attribute__((format(printf, 1, 0))) std::string formatted(const char* format, va_list arguments) {
     char* text = nullptr;
     if (vasprintf(&text, format, arguments) < 0)
         abort();
