@@ -12,7 +12,7 @@ constexpr char kTypeName[] = "zelkcam.plexa.BufferAttribute";
 constinit NoteTable gNoteTable;
 
 // The two errors by which a mapper says that it has no such metadata.
-bool isRefusal(int32_t error) {
+bool isRefusal(int64_t error) {
     return error == AIMAPPER_ERROR_UNSUPPORTED || error == AIMAPPER_ERROR_BAD_VALUE;
 }
 
@@ -50,7 +50,7 @@ int readNote(const Buffer& buffer, const Note<T>& note, T& out) {
     T value{};
     const int32_t size = buffer.mapper.getMetadata(buffer.handle, {kTypeName, note.number}, &value,
                                                    sizeof(value));
-    if (size < 0 && isRefusal(-size)) {
+    if (size < 0 && isRefusal(-int64_t{size})) {
         return readFromTable(buffer, note, out);
     }
     if (size != sizeof(value) && size != 0) {  // no bytes at all: never noted

@@ -42,7 +42,8 @@ enum Kind : int64_t {
     kEmpty,
     kGarbage,
     kGrown,
-    kOdd,  // layouts that no android_ycbcr can say
+    kLeast,  // a failure that cannot be negated
+    kOdd,    // layouts that no android_ycbcr can say
     kWithFence = 2000,
     kNoFence,
     kTwoFences,
@@ -57,10 +58,11 @@ constexpr Fault kCodes[] = {MAPPER_CODES};
 constexpr Fault kCodesOrNull[] = {MAPPER_CODES, {"null", kNull}};
 constexpr Fault kUnlockFaults[] = {
         MAPPER_CODES, {"failed with a fence", kWithFence}, {"no fence", kNoFence}};
-constexpr Fault kReadFaults[] = {MAPPER_CODES,        {"truncated", kTruncated}, {"half", kHalf},
-                                 {"empty", kEmpty},   {"garbage", kGarbage},     {"grown", kGrown},
-                                 {"odd planes", kOdd}};
-constexpr Fault kNoteFaults[] = {MAPPER_CODES, {"truncated", kTruncated}, {"grown", kGrown}};
+constexpr Fault kReadFaults[] = {MAPPER_CODES,      {"truncated", kTruncated}, {"half", kHalf},
+                                 {"empty", kEmpty}, {"garbage", kGarbage},     {"grown", kGrown},
+                                 {"least", kLeast}, {"odd planes", kOdd}};
+constexpr Fault kNoteFaults[] = {
+        MAPPER_CODES, {"truncated", kTruncated}, {"grown", kGrown}, {"least", kLeast}};
 constexpr Fault kHidlCodes[] = {MAPPER_CODES, {"transport", kTransport}};
 constexpr Fault kHidlCodesOrNull[] = {MAPPER_CODES, {"transport", kTransport}, {"null", kNull}};
 constexpr Fault kHidlUnlockFaults[] = {MAPPER_CODES,
@@ -202,6 +204,8 @@ int32_t getStandardMetadata(buffer_handle_t buffer, int64_t type, void* destinat
         case kGarbage:
             spoil(static_cast<uint8_t*>(destination), std::min<size_t>(size, std::max(real, 0)));
             return real;
+        case kLeast:
+            return INT32_MIN;
         case kGrown:
             return static_cast<int32_t>(size) + 1;
         default:
@@ -221,6 +225,8 @@ int32_t getMetadata(buffer_handle_t buffer, AIMapper_MetadataType type, void* ou
         return gReal->getMetadata(buffer, type, out, size);
     if (isCode(*fault))
         return -code(*fault);
+    if (fault->value == kLeast)
+        return INT32_MIN;
     return static_cast<int32_t>(fault->value == kGrown ? size + 1 : size - 1);
 }
 

@@ -94,6 +94,8 @@ constexpr Rule kRules[] = {
         {"MapperV5::lock with outputs", "getStandardMetadata", "BAD", Expected::kSame,
          "Received something other than UNSUPPORTED"},
         {"MapperV5::lock with outputs", "getStandardMetadata", "grown", Expected::kEither},
+        {"MapperV5::lock with outputs", "getStandardMetadata", "least", Expected::kSame,
+         "Received something other than UNSUPPORTED"},
         {"MapperV5::lock with outputs", "getStandardMetadata", "NO_RES", Expected::kSame,
          "Received something other than UNSUPPORTED"},
         {"MapperV5::lock with outputs", "getStandardMetadata", "", Expected::kSame},
