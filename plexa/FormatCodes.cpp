@@ -1,8 +1,5 @@
 #include "plexa/FormatCodes.h"
 
-#include <algorithm>
-#include <iterator>
-
 namespace zelkcam::plexa {
 namespace {
 
@@ -45,11 +42,12 @@ constexpr FormatCode kFormatCodes[] = {
 }  // namespace
 
 std::optional<PixelFormat> formatOfFourcc(uint32_t fourcc) {
-    const auto* found = std::ranges::find(kFormatCodes, fourcc, &FormatCode::fourcc);
-    if (found == std::end(kFormatCodes)) {
-        return std::nullopt;
+    for (const FormatCode& code : kFormatCodes) {
+        if (code.fourcc == fourcc) {
+            return code.format;
+        }
     }
-    return found->format;
+    return std::nullopt;
 }
 
 }  // namespace zelkcam::plexa
