@@ -42,6 +42,7 @@ ScopedAStatus noTransport() {
 }  // namespace
 
 const char* IAllocator::descriptor = "android.hardware.graphics.allocator.IAllocator";
+const int32_t IAllocator::version;
 std::shared_ptr<IAllocator> IAllocator::default_impl;
 
 IAllocator::IAllocator() = default;

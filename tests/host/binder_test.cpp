@@ -166,7 +166,7 @@ TEST(LocalInterface, IsTheVeryObjectAndItsCallsRunInPlace) {
     EXPECT_FALSE(found->isSupported({}, &supported).isOk());
     int32_t version = 0;
     EXPECT_TRUE(found->getInterfaceVersion(&version).isOk());
-    EXPECT_EQ(2, version);
+    EXPECT_EQ(IAllocator::version, version);
     std::string suffix;
     const auto delegator = SharedRefBase::make<IAllocatorDelegator>(service);
     EXPECT_TRUE(delegator->getIMapperLibrarySuffix(&suffix).isOk());
