@@ -11,11 +11,13 @@ endif()
 option(ZELKCAM_BENCH "Build the benchmarks" OFF)
 option(ZELKCAM_FUZZ "Build the fuzzers (clang only)" OFF)
 
+# Compiled results are shared between clones of this tree, where the machine has ccache.
 find_program(CCACHE ccache)
 mark_as_advanced(CCACHE)
 if(CCACHE AND NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
-    set(CMAKE_C_COMPILER_LAUNCHER ${CCACHE})
-    set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env
+        CCACHE_BASEDIR=${PROJECT_SOURCE_DIR} CCACHE_NOHASHDIR=1 ${CCACHE})
+    set(CMAKE_C_COMPILER_LAUNCHER ${CMAKE_CXX_COMPILER_LAUNCHER})
 endif()
 
 # The host platform looks for the mapper library beside itself, so all libraries share one folder.
