@@ -23,9 +23,10 @@ Failure allocationFailure(int32_t status, const zcam::GrallocRequest& request, u
 
 std::shared_ptr<IAllocator> openService() {
     std::shared_ptr<IAllocator> service = AllocatorAidl::createInstance();
-    if (!service)
+    if (!service) {
         throw Failure{ExitCode::kLibraryFailure, kNoAllocatorService, std::nullopt,
                       noAllocatorService()};
+    }
     return service;
 }
 

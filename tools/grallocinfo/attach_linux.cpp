@@ -49,9 +49,10 @@ using RawHandle = std::unique_ptr<native_handle_t, RawHandleDeleter>;
 
 RawHandle receiveFrom(const std::string& path) {
     const auto server = transport::connect_to(path);
-    if (!server.ok())
+    if (!server.ok()) {
         throw unusable("socket path " + inQuotes(path) + " is not usable (" +
                        strerror(-server.error) + "): expected one that a buffer is served at");
+    }
     int error = transport::set_timeout(server.value.get(), kServerPatience);
     if (error == 0) {
         auto received = transport::receive_handle(server.value.get());
@@ -67,10 +68,11 @@ class ImportedBuffer {
   public:
     explicit ImportedBuffer(const native_handle* raw) : mHandle(raw) {
         const int imported = helper().importBuffer(mHandle);
-        if (imported != 1 || !mHandle)
+        if (imported != 1 || !mHandle) {
             throw Failure{ExitCode::kLibraryFailure, "IMPORT_REFUSED", imported,
                           "the import answered " + std::to_string(imported) +
                                   ": the mapper takes what came from the socket for no buffer"};
+        }
     }
     ~ImportedBuffer() { helper().freeBuffer(mHandle); }
     ImportedBuffer(const ImportedBuffer&) = delete;
@@ -89,11 +91,12 @@ class PixelLock {
         : mHandle(handle) {
         const int status =
                 helper().lock(handle, usage, layout.widthInPixels, layout.heightInPixels, &mData);
-        if (status != 0)
+        if (status != 0) {
             throw Failure{ExitCode::kLibraryFailure, "LOCK_REFUSED", status,
                           "the lock answered " + std::to_string(status) +
                                   ": the mapper does not give the buffer to the processor; was it "
                                   "allocated with SW_READ and SW_WRITE usage?"};
+        }
     }
     ~PixelLock() { helper().unlock(mHandle); }
     PixelLock(const PixelLock&) = delete;
@@ -109,15 +112,17 @@ class PixelLock {
 template <typename Action>
 void withPixels(const native_handle* handle, const BufferAnswer& answer, unsigned usage,
                 Action action) {
-    if (!hasPicture(answer.layout.format))
+    if (!hasPicture(answer.layout.format)) {
         throw unusable("there is no picture in " +
                        describeFormat(answer.name, answer.layout.format) +
                        ": expected a buffer of an RGB, YCbCr, Y8 or RAW16 format");
+    }
     const PixelLock lock(handle, usage, answer.layout);
     const LockedBuffer buffer{lock.data(), allocationSizeOf(handle).value_or(0), answer.layout};
-    if (!holdsPicture(buffer))
+    if (!holdsPicture(buffer)) {
         throw Failure{ExitCode::kLibraryFailure, "LAYOUT_TOO_LARGE", std::nullopt,
                       "the layout describes more than the buffer holds"};
+    }
     action(buffer);
 }
 
@@ -136,9 +141,10 @@ void savePicture(const native_handle* handle, const BufferAnswer& answer, const 
 }
 
 void runAttach(const AttachOptions& options) {
-    if (!options.fill.empty() && !isPattern(options.fill))
+    if (!options.fill.empty() && !isPattern(options.fill)) {
         throw unusable("pattern " + inQuotes(options.fill) + " is not usable: expected " +
                        patternNames());
+    }
     openLibraryLog(options.verbose);
     startLibrary();
     RawHandle raw = receiveFrom(options.socket);

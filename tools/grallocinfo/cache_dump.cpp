@@ -44,9 +44,10 @@ std::optional<DumpLine> readDumpLine(const std::string& line) {
     std::smatch match;
     if (std::regex_match(text, match, kTime))
         return DumpedTime{valueOf<int64_t>(match[1])};
-    if (std::regex_match(text, match, kPlane))
+    if (std::regex_match(text, match, kPlane)) {
         return DumpedPlane{valueOf<uint64_t>(match[1]), valueOf<uint64_t>(match[2]),
                            valueOf<uint64_t>(match[3])};
+    }
     if (!std::regex_match(text, match, kRecord))
         return std::nullopt;
     if (match[7].matched)

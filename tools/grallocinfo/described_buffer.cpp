@@ -14,9 +14,10 @@ namespace {
 
 Failure handleFailure(int32_t status) {
     const std::string led = "the query by handle answered " + std::to_string(status) + ": ";
-    if (status == -ENOENT)
+    if (status == -ENOENT) {
         return {ExitCode::kLibraryFailure, "NO_LAYOUT_RULE", status,
                 led + "the library has no layout rule for the buffer's format"};
+    }
     return {ExitCode::kLibraryFailure, "LAYOUT_UNREADABLE", status,
             led + "the buffer's attributes, layout or shared-memory descriptor cannot be read"};
 }
@@ -28,11 +29,12 @@ std::array<float, 2> pair(const XyColor& colour) {
 HdrMetadata readHdr(const native_handle* handle, const MapperV5& mapper) {
     HdrMetadata hdr;
     const auto display = mapper.getStandardMetadata<StandardMetadataType::SMPTE2086>(handle);
-    if (display && *display)
+    if (display && *display) {
         hdr.smpte2086 = {{pair((*display)->primaryRed), pair((*display)->primaryGreen),
                           pair((*display)->primaryBlue), pair((*display)->whitePoint)},
                          (*display)->maxLuminance,
                          (*display)->minLuminance};
+    }
     const auto light = mapper.getStandardMetadata<StandardMetadataType::CTA861_3>(handle);
     if (light && *light)
         hdr.cta861_3 = {(*light)->maxContentLightLevel, (*light)->maxFrameAverageLightLevel};

@@ -45,11 +45,12 @@ using Formats = std::map<int32_t, Json>;
 Json readFile(const std::string& path) {
     const std::string expected = "what 'grallocinfo formats --json' printed";
     std::ifstream file = openFile(path, expected);
-    const Json document = Json::parse(file, nullptr, false);
+    Json document = Json::parse(file, nullptr, false);
     if (!document.is_object() || document.value("schemaVersion", Json()) != kSchemaVersion ||
-        !document.value("formats", Json()).is_array())
+        !document.value("formats", Json()).is_array()) {
         throw unusable(inQuotes(path) + " is not usable: expected " + expected +
                        ", of schema version " + std::to_string(kSchemaVersion));
+    }
     return document;
 }
 
@@ -60,27 +61,31 @@ bool isCode(const Json& value) {
 Formats formatsOf(const Json& document, const std::string& path) {
     Formats formats;
     for (const Json& format : document["formats"]) {
-        if (!format.is_object() || !isCode(format.value("format", Json())))
+        if (!format.is_object() || !isCode(format.value("format", Json()))) {
             throw unusable(inQuotes(path) +
                            " holds a format without a code: expected what "
                            "'grallocinfo formats --json' printed");
+        }
         formats[format["format"].get<int32_t>()] = format;
     }
     return formats;
 }
 
 void requireSameRequest(const Json& left, const Json& right) {
-    for (const char* const field : {"width", "height", "usage"})
-        if (left.value(field, Json()) != right.value(field, Json()))
+    for (const char* const field : {"width", "height", "usage"}) {
+        if (left.value(field, Json()) != right.value(field, Json())) {
             throw unusable(std::string("the files were asked for another ") + field + " (" +
                            left.value(field, Json()).dump() + " and " +
                            right.value(field, Json()).dump() + "): expected one size and usage");
+        }
+    }
 }
 
 bool isCompared(const std::string& field) {
-    for (const char* const name : kNotCompared)
+    for (const char* const name : kNotCompared) {
         if (field == name)
             return false;
+    }
     return true;
 }
 
@@ -96,9 +101,10 @@ void compareFormat(int32_t code, const Json& left, const Json& right, Comparison
     std::vector<std::string> fields;
     for (const auto& [field, value] : leftFields.items())
         fields.push_back(field);
-    for (const auto& [field, value] : rightFields.items())
+    for (const auto& [field, value] : rightFields.items()) {
         if (!leftFields.contains(field))
             fields.push_back(field);
+    }
     const std::string name = nameOf(left.empty() ? right : left);
     for (const std::string& field : fields) {
         const Json from = leftFields.value(field, Json());

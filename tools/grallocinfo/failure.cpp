@@ -1,7 +1,8 @@
 #include "tools/grallocinfo/failure.h"
 
-#include <cstdio>
+#include <charconv>
 #include <cstring>
+#include <iterator>
 
 namespace grallocinfo {
 
@@ -9,8 +10,15 @@ namespace {
 
 constexpr size_t kQuotedCharacters = 60;
 
-bool isControl(unsigned char character) {
-    return character < 0x20 || character == 0x7F;
+bool isControl(char character) {
+    const auto code = static_cast<unsigned char>(character);
+    return code < 0x20 || code == 0x7F;
+}
+
+std::string escaped(char character) {
+    constexpr char kDigits[] = "0123456789abcdef";
+    const auto code = static_cast<unsigned char>(character);
+    return {'\\', 'x', kDigits[code >> 4], kDigits[code & 0xF]};
 }
 
 }  // namespace
@@ -25,18 +33,15 @@ Failure systemFailure(const std::string& what, int error) {
 
 std::string inQuotes(std::string_view text) {
     std::string result = "'";
-    for (const unsigned char character : text.substr(0, kQuotedCharacters)) {
-        char escape[8];
-        snprintf(escape, sizeof(escape), isControl(character) ? "\\x%02x" : "%c", character);
-        result += escape;
-    }
+    for (const char character : text.substr(0, kQuotedCharacters))
+        result += isControl(character) ? escaped(character) : std::string(1, character);
     return result + (text.size() > kQuotedCharacters ? "...'" : "'");
 }
 
 std::string hex(uint64_t value) {
-    char text[24];
-    snprintf(text, sizeof(text), "0x%llx", static_cast<unsigned long long>(value));
-    return text;
+    char digits[16];
+    char* const end = std::to_chars(digits, std::end(digits), value, 16).ptr;
+    return "0x" + std::string(digits, end);
 }
 
 std::string hex(int32_t code) {

@@ -39,9 +39,10 @@ FormatRow rowOf(const zcam::GrallocRequest& request) {
 
 // Nothing is known of any format when there is nobody to allocate from.
 void requireAllocator(const FormatList& list) {
-    for (const FormatRow& row : list.rows)
+    for (const FormatRow& row : list.rows) {
         if (row.status == 0 || row.meaning.code != kNoAllocatorService)
             return;
+    }
     throw Failure{ExitCode::kLibraryFailure, kNoAllocatorService, list.rows.front().status,
                   "every query answered " + std::to_string(list.rows.front().status) + ": " +
                           list.rows.front().meaning.sentence};

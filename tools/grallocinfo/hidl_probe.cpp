@@ -34,10 +34,11 @@ class HidlBuffer {
                                                    static_cast<uint32_t>(request.heightInPixels),
                                                    static_cast<PixelFormat>(request.format), 1,
                                                    probeUsage(request), &mHandle, &mStride, 0, "");
-        if (status != 0 || !mHandle)
+        if (status != 0 || !mHandle) {
             throw Failure{ExitCode::kLibraryFailure, "ALLOCATION_REFUSED", status,
                           "the HIDL allocation answered " + std::to_string(status) +
                                   ": the allocator refused the buffer"};
+        }
     }
     ~HidlBuffer() { mAllocator.free(mHandle); }
     HidlBuffer(const HidlBuffer&) = delete;
@@ -56,19 +57,21 @@ class HidlBuffer {
 std::vector<PlaneLayout> HidlBuffer::planes() const {
     std::vector<PlaneLayout> layouts;
     const int32_t status = mMapper.getPlaneLayouts(mHandle, &layouts);
-    if (status != 0)
+    if (status != 0) {
         throw Failure{ExitCode::kLibraryFailure, "LAYOUT_UNREADABLE", status,
                       "the HIDL mapper answered " + std::to_string(status) +
                               " when asked for the plane layouts"};
+    }
     return layouts;
 }
 
 std::string componentsOf(const PlaneLayout& plane) {
     std::string text;
-    for (const auto& component : plane.components)
+    for (const auto& component : plane.components) {
         text += (text.empty() ? "" : " ") +
                 android::gralloc4::getPlaneLayoutComponentTypeName(component.type) + "@" +
                 std::to_string(component.offsetInBits) + ":" + std::to_string(component.sizeInBits);
+    }
     return text;
 }
 
@@ -78,10 +81,11 @@ MapperAnswer probeThroughHidl(const zcam::GrallocRequest& request) {
     requireServices();
     const HidlBuffer buffer(request);
     MapperAnswer answer{"hidl", buffer.stride(), {}};
-    for (const PlaneLayout& plane : buffer.planes())
+    for (const PlaneLayout& plane : buffer.planes()) {
         answer.planes.push_back({plane.offsetInBytes, plane.strideInBytes, plane.totalSizeInBytes,
                                  plane.widthInSamples, plane.heightInSamples,
                                  plane.sampleIncrementInBits, componentsOf(plane)});
+    }
     return answer;
 }
 

@@ -144,17 +144,19 @@ LayoutAnswer queryLayout(const zcam::GrallocRequest& request, bool force) {
 
 StatusMeaning meaningOf(int32_t status, const zcam::GrallocRequest& request) {
     const std::string format = describeFormat(formatName(request.format), request.format);
-    if (status == -ENOENT)
+    if (status == -ENOENT) {
         return {"NO_LAYOUT_RULE",
                 isFlexible(request.format)
                         ? "the library has no layout rule for what the allocator made of " + format
                         : "the library has no layout rule for " + format};
+    }
     if (status == -ENOMEM)
         return meaningOfRefusal(request, probeUsage(request));
-    if (status == std::numeric_limits<int32_t>::min())
+    if (status == std::numeric_limits<int32_t>::min()) {
         return {"LAYOUT_UNREADABLE",
                 "the attributes of the probe buffer of " + format +
                         " cannot be read, or the allocator left its format unresolved"};
+    }
     return {"UNEXPECTED_STATUS", "a status that the library does not describe"};
 }
 

@@ -58,10 +58,12 @@ std::string synopsisOf(const CLI::App& command) {
     if (!command.get_parent())
         return "a command, one of " + commandNames(command) + "; see 'grallocinfo --help'";
     std::string synopsis = "grallocinfo " + command.get_name();
-    for (const CLI::Option* const option : command.get_options())
-        if (option->get_positional())
+    for (const CLI::Option* const option : command.get_options()) {
+        if (option->get_positional()) {
             synopsis += (option->get_required() ? " " : " [") + option->get_name() +
                         (option->get_required() ? "" : "]");
+        }
+    }
     return synopsis + " [OPTIONS]; see '--help'";
 }
 

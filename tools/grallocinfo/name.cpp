@@ -68,9 +68,10 @@ void printName(const Kind& kind, const std::string& text, bool json) {
 
 void runName(const NameOptions& options) {
     openLibraryLog(options.verbose);
-    for (size_t i = 0; i < kKinds.size(); ++i)
+    for (size_t i = 0; i < kKinds.size(); ++i) {
         if (options.given[i]->count() > 0)
             printName(kKinds[i], options.texts[i], options.json);
+    }
 }
 
 }  // namespace
@@ -80,10 +81,11 @@ void addName(CLI::App& program) {
     CLI::App* const command =
             program.add_subcommand("name", "Name a code, or find the code of a name");
     CLI::Option_group* const codes = command->add_option_group("code", "What is to be named");
-    for (size_t i = 0; i < kKinds.size(); ++i)
+    for (size_t i = 0; i < kKinds.size(); ++i) {
         options->given[i] = addText(*codes, std::string("--") + kKinds[i].name, options->texts[i],
                                     kKinds[i].help)
                                     ->type_name("CODE|NAME");
+    }
     codes->require_option(1);
     addJson(*command, options->json);
     addVerbose(*command, options->verbose);

@@ -9,9 +9,10 @@ namespace {
 // The row of `name`, or null.
 template <typename Table>
 const typename Table::value_type* findName(const Table& table, std::string_view name) {
-    for (const auto& row : table)
+    for (const auto& row : table) {
         if (row.name == name)
             return &row;
+    }
     return nullptr;
 }
 
@@ -35,9 +36,10 @@ std::optional<int32_t> dataspaceOfName(std::string_view name) {
         return row->code;
     for (const auto* row :
          {findName(kLegacyDataspaceNames, name), findName(kDataspaceStandardNames, name),
-          findName(kDataspaceTransferNames, name), findName(kDataspaceRangeNames, name)})
+          findName(kDataspaceTransferNames, name), findName(kDataspaceRangeNames, name)}) {
         if (row)
             return row->code;
+    }
     return std::nullopt;
 }
 

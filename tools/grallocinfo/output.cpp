@@ -48,18 +48,20 @@ std::ifstream openFile(const std::string& path, const std::string& expected) {
     // A folder opens, and fails only when it is read. A file may be empty.
     if (file && file.peek() == std::ifstream::traits_type::eof() && errno == 0)
         file.clear();
-    if (!file)
+    if (!file) {
         throw unusable("cannot read " + inQuotes(path) + " (" + strerror(errno) + "): expected " +
                        expected);
+    }
     return file;
 }
 
 void writeFile(const std::string& path, const std::function<void(std::ostream&)>& print) {
     errno = 0;
     std::ofstream file(path, std::ios::binary);
-    if (!file)
+    if (!file) {
         throw unusable("cannot write " + inQuotes(path) + " (" + strerror(errno) +
                        "): expected a file that can be written");
+    }
     print(file);
     file.close();
     if (!file)

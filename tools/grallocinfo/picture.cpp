@@ -62,9 +62,10 @@ struct Pattern {
 constexpr std::array<Pattern, 3> kPatterns{{{"bars", bars}, {"ramp", ramp}, {"checker", checker}}};
 
 const Pattern* findPattern(std::string_view name) {
-    for (const Pattern& pattern : kPatterns)
+    for (const Pattern& pattern : kPatterns) {
         if (pattern.name == name)
             return &pattern;
+    }
     return nullptr;
 }
 
@@ -84,9 +85,10 @@ bool isPattern(std::string_view name) {
 Picture drawPattern(std::string_view name, uint32_t width, uint32_t height) {
     const Pattern* const pattern = findPattern(name);
     Picture picture(width, height);
-    for (uint32_t y = 0; pattern && y < height; ++y)
+    for (uint32_t y = 0; pattern && y < height; ++y) {
         for (uint32_t x = 0; x < width; ++x)
             picture.at(x, y) = pattern->colourAt({double(x) / width, double(y) / height});
+    }
     return picture;
 }
 

@@ -184,12 +184,13 @@ std::array<uint8_t, 3> yCbCrOf(const Rgb& colour) {
 // The mean colour of the pixels that share one chroma sample.
 Rgb meanOf(const Picture& picture, uint32_t left, uint32_t top, const SampleRule& rule) {
     uint32_t red = 0, green = 0, blue = 0, count = 0;
-    for (uint32_t y = top; y < top + rule.down && y < picture.height(); ++y)
+    for (uint32_t y = top; y < top + rule.down && y < picture.height(); ++y) {
         for (uint32_t x = left; x < left + rule.across && x < picture.width(); ++x, ++count) {
             red += picture.at(x, y).red;
             green += picture.at(x, y).green;
             blue += picture.at(x, y).blue;
         }
+    }
     return {clamped(double(red) / count), clamped(double(green) / count),
             clamped(double(blue) / count)};
 }
@@ -237,26 +238,29 @@ void PixelAccess::putPixel(uint32_t x, uint32_t y, const Rgb& colour) const {
     mFirst.put(x, y, colour.red);
     mSecond.put(x, y, colour.green);
     mThird.put(x, y, colour.blue);
-    if (mRule.opacityOffset >= 0)
+    if (mRule.opacityOffset >= 0) {
         mBuffer.data[y * mBuffer.layout.planes[0].rowStrideInBytes +
                      uint64_t{x} * mRule.components[0].step +
                      static_cast<uint64_t>(mRule.opacityOffset)] = 0xFF;
+    }
 }
 
 void PixelAccess::putChroma(const Picture& picture) const {
     const Extent extent = mSecond.extent();
-    for (uint32_t y = 0; y < extent.height; ++y)
+    for (uint32_t y = 0; y < extent.height; ++y) {
         for (uint32_t x = 0; x < extent.width; ++x) {
             const Rgb mean = meanOf(picture, x * mRule.across, y * mRule.down, mRule);
             mSecond.put(x, y, yCbCrOf(mean)[1]);
             mThird.put(x, y, yCbCrOf(mean)[2]);
         }
+    }
 }
 
 void PixelAccess::write(const Picture& picture) const {
-    for (uint32_t y = 0; y < picture.height(); ++y)
+    for (uint32_t y = 0; y < picture.height(); ++y) {
         for (uint32_t x = 0; x < picture.width(); ++x)
             putPixel(x, y, picture.at(x, y));
+    }
     if (mRule.model == Model::kYCbCr)
         putChroma(picture);
 }
@@ -281,9 +285,10 @@ Picture readPicture(const LockedBuffer& buffer) {
     const PixelAccess pixels(buffer, *ruleOf(buffer.layout.format));
     Picture picture(static_cast<uint32_t>(buffer.layout.widthInPixels),
                     static_cast<uint32_t>(buffer.layout.heightInPixels));
-    for (uint32_t y = 0; y < picture.height(); ++y)
+    for (uint32_t y = 0; y < picture.height(); ++y) {
         for (uint32_t x = 0; x < picture.width(); ++x)
             picture.at(x, y) = pixels.at(x, y);
+    }
     return picture;
 }
 

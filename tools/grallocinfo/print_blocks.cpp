@@ -90,9 +90,10 @@ void BlockDrawing::printPlane(size_t index) {
             repeat(cells, isTail ? kTail : kVerticalPadding, isTail ? tailColumns : columns);
         }
         std::string label;
-        if (line == 0)
+        if (line == 0) {
             label = "plane " + std::to_string(index) + " " + std::string(plane.components) +
                     " at " + std::to_string(plane.offset);
+        }
         printLine(index, cells, label);
     }
 }

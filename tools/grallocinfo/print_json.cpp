@@ -8,9 +8,10 @@ namespace {
 
 Json planesOf(const zcam::GrallocStaticInfo& layout) {
     Json planes = Json::array();
-    for (const auto& plane : layout.planes)
+    for (const auto& plane : layout.planes) {
         planes.push_back(
                 {{"sizeInBytes", plane.sizeInBytes}, {"rowStrideInBytes", plane.rowStrideInBytes}});
+    }
     return planes;
 }
 
@@ -79,12 +80,14 @@ Json hdrObject(const HdrMetadata& hdr) {
     Json object{{"smpte2086", nullptr}, {"cta861_3", nullptr}, {"smpte2094_40", nullptr}};
     if (hdr.smpte2086)
         object["smpte2086"] = masteringObject(*hdr.smpte2086);
-    if (hdr.cta861_3)
+    if (hdr.cta861_3) {
         object["cta861_3"] = {{"maxContentLightLevel", hdr.cta861_3->maxContent},
                               {"maxFrameAverageLightLevel", hdr.cta861_3->maxFrameAverage}};
-    if (hdr.smpte2094_40)
+    }
+    if (hdr.smpte2094_40) {
         object["smpte2094_40"] = {{"sizeInBytes", hdr.smpte2094_40->size()},
                                   {"bytesHex", hexBytes(*hdr.smpte2094_40)}};
+    }
     return object;
 }
 
@@ -118,7 +121,7 @@ Json layoutDocument(const LayoutAnswer& answer) {
 Json mapperDocument(const MapperAnswer& mapper) {
     Json object{{"backend", mapper.backend}, {"strideInPixels", mapper.strideInPixels}};
     Json& planes = object["planes"] = Json::array();
-    for (const MapperPlane& plane : mapper.planes)
+    for (const MapperPlane& plane : mapper.planes) {
         planes.push_back({{"sizeInBytes", plane.sizeInBytes},
                           {"rowStrideInBytes", plane.strideInBytes},
                           {"offsetInBytes", plane.offsetInBytes},
@@ -126,6 +129,7 @@ Json mapperDocument(const MapperAnswer& mapper) {
                           {"heightInSamples", plane.heightInSamples},
                           {"sampleIncrementInBits", plane.sampleIncrementInBits},
                           {"components", plane.components}});
+    }
     return object;
 }
 

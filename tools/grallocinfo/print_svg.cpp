@@ -40,7 +40,7 @@ struct Box {
 
 std::string number(double value) {
     char text[40];
-    snprintf(text, sizeof(text), "%.2f", value);
+    (void)snprintf(text, sizeof(text), "%.2f", value);
     return text;
 }
 
@@ -145,13 +145,15 @@ void SvgPage::printPatterns() {
     static constexpr Pattern kPatterns[] = {
             {"stride", "M0 6L6 0"}, {"vertical", "M0 3H6M3 0V6"}, {"tail", "M2 3H4M3 2V4"}};
     mBody << "<defs>\n";
-    for (size_t i = 0; i < kPlaneColours.size(); ++i)
-        for (const Pattern& pattern : kPatterns)
+    for (size_t i = 0; i < kPlaneColours.size(); ++i) {
+        for (const Pattern& pattern : kPatterns) {
             mBody << "<pattern id=\"" << pattern.name << i
                   << "\" width=\"6\" height=\"6\" patternUnits=\"userSpaceOnUse\">"
                   << "<rect width=\"6\" height=\"6\" fill=\"" << kPlaneColours[i]
                   << "\" fill-opacity=\"0.2\"/><path d=\"" << pattern.path << "\" stroke=\""
                   << kPlaneColours[i] << "\"/></pattern>\n";
+        }
+    }
     mBody << "</defs>\n";
 }
 
@@ -231,9 +233,10 @@ void SvgPage::describe(double top, const std::vector<std::string>& lines,
     mBody << "<rect x=\"" << number(kDescriptionLeft - 10) << "\" y=\"" << number(y + 1)
           << "\" width=\"4\" height=\"" << number(double(lines.size()) * kLineHeight)
           << "\" fill=\"" << colour << "\"/>\n";
-    for (size_t i = 0; i < lines.size(); ++i)
+    for (size_t i = 0; i < lines.size(); ++i) {
         printText(i == 0 ? "head" : "line", kDescriptionLeft, y + 13 + double(i) * kLineHeight,
                   lines[i]);
+    }
     mDescriptionY = y + double(lines.size()) * kLineHeight + kDescriptionGap;
 }
 

@@ -15,21 +15,22 @@ std::string sizeText(int32_t width, int32_t height) {
 
 std::string decimals(double value, const char* unit) {
     char text[40];
-    snprintf(text, sizeof(text), "%.1f%s", value, unit);
+    (void)snprintf(text, sizeof(text), "%.1f%s", value, unit);
     return text;
 }
 
 std::string floatText(float value) {
     char text[40];
-    snprintf(text, sizeof(text), "%.6g", double(value));
+    (void)snprintf(text, sizeof(text), "%.6g", double(value));
     return text;
 }
 
 void printPlanes(std::ostream& out, const zcam::GrallocStaticInfo& layout) {
     Table table({{"plane"}, {"row stride"}, {"size"}});
-    for (size_t i = 0; i < layout.planes.size(); ++i)
+    for (size_t i = 0; i < layout.planes.size(); ++i) {
         table.add({std::to_string(i), std::to_string(layout.planes[i].rowStrideInBytes),
                    std::to_string(layout.planes[i].sizeInBytes)});
+    }
     table.print(out);
 }
 
@@ -64,9 +65,10 @@ std::vector<std::string> formatCells(const FormatRow& row) {
 
 void printMastering(std::ostream& out, const MasteringDisplay& display) {
     static constexpr const char* kNames[] = {"red", "green", "blue", "white"};
-    for (size_t i = 0; i < display.primaries.size(); ++i)
+    for (size_t i = 0; i < display.primaries.size(); ++i) {
         out << (i == 0 ? "" : ", ") << kNames[i] << " (" << floatText(display.primaries[i][0])
             << ", " << floatText(display.primaries[i][1]) << ")";
+    }
     out << ", luminance " << floatText(display.minLuminance) << " to "
         << floatText(display.maxLuminance) << " cd/m2\n";
 }
@@ -78,10 +80,10 @@ void printHdr(std::ostream& out, const HdrMetadata& hdr) {
     else
         out << "none\n";
     out << "CTA861_3      ";
-    if (hdr.cta861_3)
+    if (hdr.cta861_3) {
         out << "content " << floatText(hdr.cta861_3->maxContent) << ", frame average "
             << floatText(hdr.cta861_3->maxFrameAverage) << " cd/m2\n";
-    else
+    } else
         out << "none\n";
     out << "SMPTE2094_40  ";
     if (hdr.smpte2094_40)

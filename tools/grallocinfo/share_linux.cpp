@@ -85,9 +85,10 @@ int sendTo(const transport::TransportListener& listener, const native_handle* ha
 
 transport::TransportListener listenAt(const std::string& path) {
     auto listener = transport::listen_at(path);
-    if (!listener.ok())
+    if (!listener.ok()) {
         throw unusable("socket path " + inQuotes(path) + " is not usable (" +
                        strerror(-listener.error) + "): expected a path for a new socket");
+    }
     return std::move(listener.value);
 }
 

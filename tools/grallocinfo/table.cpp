@@ -22,9 +22,10 @@ void Table::print(std::ostream& out) const {
     for (size_t i = 0; i < mColumns.size(); ++i) {
         titles.push_back(mColumns[i].title);
         widths.push_back(mColumns[i].title.size());
-        for (const auto& row : mRows)
+        for (const auto& row : mRows) {
             if (i < row.size())
                 widths[i] = std::max(widths[i], row[i].size());
+        }
     }
     printRow(out, titles, widths);
     for (const auto& row : mRows)

@@ -83,9 +83,10 @@ class JsonWatcher {
             mEntries.back()["answer"] = recordObject(answer);
     }
     void operator()(const DumpedPlane& plane) {
-        if (!mEntries.empty())
+        if (!mEntries.empty()) {
             mEntries.back()["planes"].push_back({{"sizeInBytes", plane.sizeInBytes},
                                                  {"rowStrideInBytes", plane.rowStrideInBytes}});
+        }
     }
 
     Json document() const {
@@ -101,9 +102,10 @@ class JsonWatcher {
 
 template <typename Watcher>
 void follow(std::istream& log, Watcher& watcher) {
-    for (std::string line; std::getline(log, line);)
+    for (std::string line; std::getline(log, line);) {
         if (const auto read = readDumpLine(line))
             std::visit(watcher, *read);
+    }
 }
 
 void watchLog(std::istream& log, bool json) {
