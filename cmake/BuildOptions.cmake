@@ -38,8 +38,9 @@ endif()
 # ZELKCAM_SANITIZE=address,undefined or thread: the presets asan and tsan.
 set(ZELKCAM_SANITIZE "" CACHE STRING "Sanitizers, comma-separated")
 if(ZELKCAM_SANITIZE)
+    # Objects of the library carry no run-time type information for the vptr check to look at.
     add_compile_options(-fsanitize=${ZELKCAM_SANITIZE} -fno-omit-frame-pointer
-                        -fno-sanitize-recover=undefined)
+                        -fno-sanitize-recover=undefined -fno-sanitize=vptr)
     add_link_options(-fsanitize=${ZELKCAM_SANITIZE})
 endif()
 
