@@ -61,6 +61,7 @@ common::PlaneLayout planeLayout(const PlaneRule& rule, const PlanePlacement& pla
 
 std::vector<common::PlaneLayout> planeLayouts(const Layout& layout) {
     std::vector<common::PlaneLayout> planes;
+    planes.reserve(layout.rule->planeCount);
     for (int i = 0; i < layout.rule->planeCount; ++i) {
         planes.push_back(planeLayout(layout.rule->planes[i], layout.placements[i]));
     }

@@ -4,8 +4,8 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
 #include <cstring>
+#include <string>
 #include <thread>
 
 #include <fcntl.h>
@@ -50,9 +50,8 @@ void copyIn(uint64_t* words, std::span<const uint8_t> value) {
 // A description of its own for the file behind `fd`. Locks belong to such a description, and that
 // of `fd` came here from another process, which still holds it.
 ScopedFileDescriptor reopen(int fd) {
-    char path[32];
-    std::snprintf(path, sizeof(path), "/proc/self/fd/%d", fd);
-    return ScopedFileDescriptor(open(path, O_RDWR | O_CLOEXEC));
+    const std::string path = "/proc/self/fd/" + std::to_string(fd);
+    return ScopedFileDescriptor(open(path.c_str(), O_RDWR | O_CLOEXEC));
 }
 
 bool tryLock(int fd, uint64_t offset) {

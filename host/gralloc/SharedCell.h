@@ -21,7 +21,7 @@ class SharedCell {
   public:
     // Bytes that a cell of this capacity takes; a multiple of 8.
     static constexpr uint32_t footprint(uint32_t capacity) {
-        return sizeof(Control) + 2 * wordsFor(capacity) * sizeof(uint64_t);
+        return static_cast<uint32_t>(sizeof(Control) + 2 * wordsFor(capacity) * sizeof(uint64_t));
     }
 
     // `memory` is aligned to 8 bytes, holds footprint(capacity) bytes and outlives the cell. Zeros
@@ -43,7 +43,7 @@ class SharedCell {
         uint32_t unused;
     };
 
-    static constexpr uint32_t wordsFor(uint32_t bytes) { return (bytes + 7) / 8; }
+    static constexpr size_t wordsFor(uint32_t bytes) { return (bytes + 7) / 8; }
     uint64_t* place(uint32_t version) const;
 
     Control* mControl;

@@ -29,6 +29,10 @@ inline constexpr char kStandardName[] = "android.hardware.graphics.common.Standa
 inline constexpr char kPlexaName[] = "zelkcam.plexa.BufferAttribute";
 inline constexpr uint64_t kReadWriteOften = 0x33;
 
+// A handle that nobody gave out and nobody may look into.
+// NOLINTNEXTLINE(performance-no-int-to-ptr): an address without anything behind it is the point
+inline const auto kMadeUp = reinterpret_cast<buffer_handle_t>(uintptr_t{0xdeadbef0});
+
 inline IAllocator& allocator() {
     static const auto service = IAllocator::fromBinder(ndk::SpAIBinder(AServiceManager_checkService(
             "android.hardware.graphics.allocator.IAllocator/default")));

@@ -51,10 +51,9 @@ class HostileHandle : public testing::Test {
 
     void expectRefused(const native_handle_t* handle, const std::string& what) {
         ++mCases;
-        const auto untouched = reinterpret_cast<buffer_handle_t>(uintptr_t{8});
-        buffer_handle_t imported = untouched;
+        buffer_handle_t imported = kMadeUp;
         EXPECT_EQ(mapper().importBuffer(handle, &imported), AIMAPPER_ERROR_BAD_BUFFER) << what;
-        EXPECT_EQ(imported, untouched) << what;
+        EXPECT_EQ(imported, kMadeUp) << what;
     }
 
     void expectRefusedWith(int position, int fd, const std::string& what) {
@@ -164,9 +163,9 @@ TEST_F(HostileHandle, withAlmostTheSameMemory) {
         }
         FILE* file = tmpfile();
         ASSERT_EQ(fwrite(bytes.data(), 1, bytes.size(), file), bytes.size());
-        fflush(file);
+        EXPECT_EQ(fflush(file), 0);
         expectRefusedWith(position, fileno(file), "a file of the same bytes");
-        fclose(file);
+        EXPECT_EQ(fclose(file), 0);
         const std::string path = "/proc/self/fd/" + std::to_string(good()->data[position]);
         const ScopedFileDescriptor readOnly(open(path.c_str(), O_RDONLY | O_CLOEXEC));
         expectRefusedWith(position, readOnly.get(), "the memory, read-only");

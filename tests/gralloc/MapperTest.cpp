@@ -15,9 +15,7 @@ namespace zelkcam::test {
 namespace {
 
 using aidl::android::hardware::graphics::common::BlendMode;
-using aidl::android::hardware::graphics::common::Cta861_3;
 using aidl::android::hardware::graphics::common::Dataspace;
-using aidl::android::hardware::graphics::common::Smpte2086;
 
 constexpr int kWidth = 64;
 constexpr int kHeight = 48;
@@ -59,7 +57,7 @@ class NotABuffer : public testing::TestWithParam<const char*> {
             EXPECT_EQ(mapper().freeBuffer(freed), AIMAPPER_ERROR_NONE);
             return freed;
         }
-        return reinterpret_cast<buffer_handle_t>(uintptr_t{0xdeadbef0});
+        return kMadeUp;
     }
 
   private:
