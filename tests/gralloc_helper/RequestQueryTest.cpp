@@ -1,7 +1,6 @@
 // The query by request: its probe, its cache, its dumps.
 #include <barrier>
 #include <future>
-#include <regex>
 #include <thread>
 
 #include "tests/gralloc_helper/HelperTest.h"
@@ -37,11 +36,14 @@ class RequestQueryTest : public HelperTest {
         helper->dumpToLog();
         std::vector<std::string> keys;
         for (const std::string& line : takeLog()) {
-            static const std::regex pattern(
-                    ".*\\[dump\\] (.*) usage:0x0*(.*)\\(.*format:0x0*(.*)\\(.*-->");
-            std::smatch match;
-            if (std::regex_match(line, match, pattern))
-                keys.push_back(match.format("$3 $2 $1"));
+            int width = 0, height = 0;
+            unsigned usage = 0, format = 0;
+            if (line.ends_with("-->") &&
+                sscanf(line.c_str(), "D GrallocHelper [dump] %dx%d usage:%x(%*[^)]) format:%x",
+                       &width, &height, &usage, &format) == 4)
+                keys.push_back((std::ostringstream() << std::hex << format << " " << usage
+                                                     << std::dec << " " << width << "x" << height)
+                                       .str());
         }
         return keys;
     }
@@ -147,7 +149,7 @@ TEST_F(RequestQueryTest, AResolvedFormatIsSeededUnlessItIsKnown) {
     EXPECT_EQ(request({9, 0x1000, 640, 480}), 0);
     EXPECT_EQ(probes(), 1u) << "answered from the seed";
     EXPECT_EQ(requestResolving(0x1000, {8, 0x22, 640, 480}), 0);
-    EXPECT_THAT(cachedKeys(), ElementsAre("22 8 640x480", "23 7 640x480", "1000  640x480"));
+    EXPECT_THAT(cachedKeys(), ElementsAre("22 8 640x480", "23 7 640x480", "1000 0 640x480"));
 
     // The seed goes by the size asked for, not the one the buffer reports, and does not replace.
     helper->clearMap();
@@ -157,7 +159,7 @@ TEST_F(RequestQueryTest, AResolvedFormatIsSeededUnlessItIsKnown) {
     request({0, 0x22, 640, 480});
     request({0, 0x21, 640, 480});
     EXPECT_EQ(info.planes.at(0).sizeInBytes, 1u);
-    EXPECT_THAT(cachedKeys(), ElementsAre("21  640x480", "22  640x480"));
+    EXPECT_THAT(cachedKeys(), ElementsAre("21 0 640x480", "22 0 640x480"));
 }
 
 TEST_F(RequestQueryTest, KeysAreOrderedByFormatUsageWidthHeightEachComparedSigned) {
@@ -170,9 +172,10 @@ TEST_F(RequestQueryTest, KeysAreOrderedByFormatUsageWidthHeightEachComparedSigne
     };
     for (const GrallocRequest& r : asked)
         EXPECT_EQ(requestResolving(1, r), 0);
-    EXPECT_THAT(cachedKeys(), ElementsAre("fffffffb  1x1", "1  -7x3", "1  0x0", "1  1x1", "1  7x-1",
-                                          "1  7x1", "1  7x2", "1  9x9", "22 80000000 9x9",
-                                          "22  9x9", "22 5 1x1", "22 7fffffff 0x0"));
+    EXPECT_THAT(cachedKeys(),
+                ElementsAre("fffffffb 0 1x1", "1 0 -7x3", "1 0 0x0", "1 0 1x1", "1 0 7x-1",
+                            "1 0 7x1", "1 0 7x2", "1 0 9x9", "22 80000000 9x9", "22 0 9x9",
+                            "22 5 1x1", "22 7fffffff 0x0"));
 }
 
 TEST_F(RequestQueryTest, AForcedRequestProbesAgainAndReplacesTheEntry) {
@@ -185,7 +188,7 @@ TEST_F(RequestQueryTest, AForcedRequestProbesAgainAndReplacesTheEntry) {
         EXPECT_EQ(layout(), "0x1 64x32 9/512");
     }
     EXPECT_EQ(probes(), 2u);
-    EXPECT_THAT(cachedKeys(), ElementsAre("1  64x32"));
+    EXPECT_THAT(cachedKeys(), ElementsAre("1 0 64x32"));
     helper->clearMap();
     EXPECT_THAT(takeLog(), ElementsAre("I GrallocHelper [clearMap] Clear the stream info map"));
     EXPECT_THAT(cachedKeys(), IsEmpty());

@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <map>
 #include <mutex>
-#include <regex>
 
 #include "platform/log.h"
 #include "platform/ulog.h"
@@ -58,11 +57,14 @@ const std::map<std::string, std::string> kPaths = {
 
 // Takes " (name){#12:path}" off an error line that has the right one for its tag.
 std::string withoutLocation(const std::string& text, const std::string& path) {
-    static const std::regex pattern(R"((\[(.*?)\] [^]*) \(([^{]*)\)\{#\d+:([^}]*)\})");
-    std::smatch match;
-    const bool right =
-            std::regex_match(text, match, pattern) && match[2] == match[3] && match[4] == path;
-    return right ? match[1].str() : text + " without its location";
+    const std::string name = text.substr(1, text.find("] ") - 1);
+    const std::string start = " (" + name + "){#";
+    const size_t location = text.rfind(start);
+    const size_t line = location + start.size();
+    const size_t end = text.find_first_not_of("0123456789", line);
+    const bool right = text.starts_with('[') && location != std::string::npos && end > line &&
+                       end != std::string::npos && text.substr(end) == ":" + path + "}";
+    return right ? text.substr(0, location) : text + " without its location";
 }
 
 std::string statement(const LogLine& line, const char* output) {
