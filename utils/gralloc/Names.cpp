@@ -64,11 +64,12 @@ constexpr auto kCombinedTexts = [] {
         const CombinedDataspaceName& dataspace = kCombinedDataspaceNames[row];
         texts[row].append(dataspace.name);
         texts[row].appendName(dataspace.standard);
-        if (const auto* name =
-                    findCode(kDataspaceTransferNames, dataspace.code & kDataspaceTransferMask))
-            texts[row].appendName(name->name);
-        if (const auto* name = findCode(kDataspaceRangeNames, dataspace.code & kDataspaceRangeMask))
-            texts[row].appendName(name->name);
+        for (const CodeName& name : kDataspaceTransferNames)
+            if (name.code == (dataspace.code & kDataspaceTransferMask))
+                texts[row].appendName(name.name);
+        for (const CodeName& name : kDataspaceRangeNames)
+            if (name.code == (dataspace.code & kDataspaceRangeMask))
+                texts[row].appendName(name.name);
     }
     return texts;
 }();
