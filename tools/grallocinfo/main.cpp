@@ -123,10 +123,13 @@ ExitCode run(std::vector<std::string> words) {
 
 }  // namespace grallocinfo
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     using namespace grallocinfo;
     const std::vector<std::string> words = wordsOf(argc, argv);
     gJson = asksForJson(words);
     onLibraryFatal(reportFatal);
     return static_cast<int>(run(words));
+} catch (...) {
+    // Not even the report of a failure fitted into memory.
+    return static_cast<int>(grallocinfo::ExitCode::kLibraryFailure);
 }

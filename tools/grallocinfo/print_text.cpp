@@ -63,33 +63,34 @@ std::vector<std::string> formatCells(const FormatRow& row) {
     return cells;
 }
 
-void printMastering(std::ostream& out, const MasteringDisplay& display) {
+std::string textOf(const MasteringDisplay& display) {
     static constexpr const char* kNames[] = {"red", "green", "blue", "white"};
+    std::string text;
     for (size_t i = 0; i < display.primaries.size(); ++i) {
-        out << (i == 0 ? "" : ", ") << kNames[i] << " (" << floatText(display.primaries[i][0])
-            << ", " << floatText(display.primaries[i][1]) << ")";
+        const auto& [x, y] = display.primaries[i];
+        text += std::string(kNames[i]) + " (" + floatText(x) + ", " + floatText(y) + "), ";
     }
-    out << ", luminance " << floatText(display.minLuminance) << " to "
-        << floatText(display.maxLuminance) << " cd/m2\n";
+    return text + "luminance " + floatText(display.minLuminance) + " to " +
+           floatText(display.maxLuminance) + " cd/m2";
+}
+
+std::string textOf(const ContentLight& light) {
+    return "content " + floatText(light.maxContent) + ", frame average " +
+           floatText(light.maxFrameAverage) + " cd/m2";
+}
+
+std::string textOf(const std::vector<uint8_t>& payload) {
+    return std::to_string(payload.size()) + " bytes";
+}
+
+template <typename Value>
+std::string textOrNone(const std::optional<Value>& value) {
+    return value ? textOf(*value) : "none";
 }
 
 void printHdr(std::ostream& out, const HdrMetadata& hdr) {
-    out << "SMPTE2086     ";
-    if (hdr.smpte2086)
-        printMastering(out, *hdr.smpte2086);
-    else
-        out << "none\n";
-    out << "CTA861_3      ";
-    if (hdr.cta861_3) {
-        out << "content " << floatText(hdr.cta861_3->maxContent) << ", frame average "
-            << floatText(hdr.cta861_3->maxFrameAverage) << " cd/m2\n";
-    } else
-        out << "none\n";
-    out << "SMPTE2094_40  ";
-    if (hdr.smpte2094_40)
-        out << hdr.smpte2094_40->size() << " bytes\n";
-    else
-        out << "none\n";
+    out << "SMPTE2086     " << textOrNone(hdr.smpte2086) << "\nCTA861_3      "
+        << textOrNone(hdr.cta861_3) << "\nSMPTE2094_40  " << textOrNone(hdr.smpte2094_40) << '\n';
 }
 
 }  // namespace
