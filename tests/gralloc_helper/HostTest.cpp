@@ -1,23 +1,15 @@
 // The helper over the host platform's real allocator and mapper: nothing here is scripted.
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <atomic>
-#include <chrono>
-#include <thread>
-
 #include "tests/support/DoublesTest.h"
 #include "utils/gralloc/IGrallocHelper.h"
 #include "utils/gralloc/aidl/v2/allocator/allocator.h"
 #include "utils/gralloc/aidl/v2/mapper/mapper.h"
-#include "utils/gralloc/hidl/allocator/allocator.h"
-#include "utils/gralloc/hidl/mapper/mapper.h"
 
 namespace zelkcam::test {
 
 namespace {
 
 using NSCam::GrallocAllocatorAidlV2::AllocatorAidl;
+using NSCam::GrallocAllocatorAidlV2::PixelFormat;
 using NSCam::GrallocMapperAidlV2::MapperV5;
 using NSCam::GrallocMapperAidlV2::PlaneLayout;
 using testing::HasSubstr;
@@ -73,6 +65,17 @@ class HostTest : public DoublesTest {
         return helper->query(&asked, &info, force);
     }
 
+    // `first` builds what is built once.
+    static void expectNothingLeft(const std::function<void()>& first,
+                                  const std::function<void()>& rounds) {
+        first();
+        const size_t descriptors = openDescriptors();
+        const size_t mapped = mappings();
+        rounds();
+        EXPECT_EQ(openDescriptors(), descriptors);
+        EXPECT_EQ(mappings(), mapped);
+    }
+
     NSCam::IGrallocHelper* const helper = NSCam::IGrallocHelper::singleton();
     GrallocStaticInfo info;
 };
@@ -86,7 +89,6 @@ std::string nameOf(const testing::TestParamInfo<Kind>& kind) {
 INSTANTIATE_TEST_SUITE_P(Formats, HostKindTest, testing::ValuesIn(kKinds), nameOf);
 
 TEST_P(HostKindTest, TheAnswerAgreesWithTheMappersOwnPlaneLayouts) {
-    using NSCam::GrallocAllocatorAidlV2::PixelFormat;
     const auto service = AllocatorAidl::createInstance();
     const MapperV5 mapper(service);
     const AllocatorAidl allocator(service, mapper);
@@ -100,8 +102,8 @@ TEST_P(HostKindTest, TheAnswerAgreesWithTheMappersOwnPlaneLayouts) {
         const native_handle* buffer = nullptr;
         uint32_t stride = 0;
         ASSERT_EQ(allocator.allocate(static_cast<uint32_t>(width), static_cast<uint32_t>(height),
-                                     static_cast<PixelFormat>(GetParam().format), 1,
-                                     GetParam().usage | kCpu, &buffer, &stride, 0, ""),
+                                     PixelFormat(GetParam().format), 1, GetParam().usage | kCpu,
+                                     &buffer, &stride, 0, ""),
                   0);
         std::vector<PlaneLayout> layouts;
         EXPECT_EQ(mapper.getPlaneLayouts(buffer, &layouts), 0);
@@ -135,12 +137,7 @@ TEST_P(HostRuleTest, TenThousandForcedRequestsLeaveDescriptorsAndMappingsAsTheyW
         for (int i = 0; i < times; ++i)
             ASSERT_EQ(request({0, GetParam().format, 1921, 1083}, true), 0);
     };
-    probe(100);  // what is built once
-    const size_t descriptors = openDescriptors();
-    const size_t mapped = mappings();
-    probe(10'000);
-    EXPECT_EQ(openDescriptors(), descriptors);
-    EXPECT_EQ(mappings(), mapped);
+    expectNothingLeft([&] { probe(100); }, [&] { probe(10'000); });
 }
 
 TEST_F(HostTest, AFormatWithoutARuleIsRefusedAndTold) {
@@ -155,112 +152,21 @@ TEST_F(HostTest, AFormatWithoutARuleIsRefusedAndTold) {
     }
 }
 
-// A buffer of somebody else.
-class HostBufferTest : public HostTest {
-  protected:
-    void SetUp() override {
-        HostTest::SetUp();
-        using NSCam::GrallocAllocatorAidlV2::PixelFormat;
-        uint32_t stride = 0;
-        ASSERT_EQ(allocator.allocate(64, 32, PixelFormat::YCRCB_420_SP, 1, kCpu, &buffer, &stride,
-                                     0, ""),
-                  0);
-    }
-    void TearDown() override {
-        EXPECT_EQ(helper->freeBuffer(buffer), 0);
-        HostTest::TearDown();
-    }
-
-    const MapperV5 mapper{AllocatorAidl::createInstance()};
-    const AllocatorAidl allocator{AllocatorAidl::createInstance(), mapper};
+TEST_F(HostTest, AHundredThousandLocksLeaveDescriptorsAndMappingsAsTheyWere) {
+    const MapperV5 mapper(AllocatorAidl::createInstance());
+    const AllocatorAidl allocator(AllocatorAidl::createInstance(), mapper);
     const native_handle* buffer = nullptr;
-};
-
-TEST_F(HostBufferTest, AHundredThousandLocksLeaveTheDescriptorsAsTheyWere) {
-    void* address = nullptr;
-    ASSERT_EQ(helper->lock(buffer, kCpu, 64, 32, &address), 0);
-    ASSERT_EQ(helper->unlock(buffer), 0);
-    const size_t descriptors = openDescriptors();
-    const size_t mapped = mappings();
-    for (int i = 0; i < 100'000; ++i) {
-        ASSERT_EQ(helper->lock(buffer, kCpu, 64, 32, &address), 0);
-        ASSERT_EQ(helper->unlock(buffer), 0);
-    }
-    EXPECT_EQ(openDescriptors(), descriptors);
-    EXPECT_EQ(mappings(), mapped);
-}
-
-TEST_F(HostBufferTest, HdrMetadataSetInOneProcessIsReadInTheOther) {
-    using namespace NSCam::GrallocMapperAidlV2;
-    std::vector<uint8_t> payload(200, 0xAB);
-    float levels[] = {1000.5f, -0.0f};
-    if (const pid_t child = fork(); child == 0) {
-        const bool set = mapper.setGrallocMeta(buffer, GRALLOC_META_SMPTE2094_40, &payload, 0) == 0;
-        const bool set2 = mapper.setGrallocMeta(buffer, GRALLOC_META_CTA861_3, levels, 8) == 0;
-        _exit(set && set2 ? 0 : 1);
-    } else {
-        int status = -1;
-        ASSERT_EQ(waitpid(child, &status, 0), child);
-        EXPECT_EQ(status, 0);
-    }
-    uint8_t room[224] = {};
-    EXPECT_EQ(mapper.getGrallocMeta(buffer, GRALLOC_META_SMPTE2094_40, room, sizeof(room)), 0);
-    EXPECT_EQ(std::count(std::begin(room), std::end(room), 0xAB), 200);
-    float read[2] = {};
-    EXPECT_EQ(mapper.getGrallocMeta(buffer, GRALLOC_META_CTA861_3, read, sizeof(read)), 0);
-    EXPECT_EQ(memcmp(read, levels, sizeof(read)), 0);
-}
-
-TEST_F(HostTest, TenThousandRoundsOfTheHidlPairLeaveDescriptorsAndMappingsAsTheyWere) {
-    using android::hardware::graphics::common::V1_2::PixelFormat;
-    const NSCam::GrallocMapper::Mapper mapper;
-    const NSCam::GrallocAllocator::Allocator allocator(mapper);
-    const auto rounds = [&](int times) {
+    uint32_t stride = 0;
+    ASSERT_EQ(allocator.allocate(64, 32, PixelFormat(0x11), 1, kCpu, &buffer, &stride, 0, ""), 0);
+    const auto lock = [&](int times) {
+        void* address = nullptr;
         for (int i = 0; i < times; ++i) {
-            const native_handle* buffer = nullptr;
-            uint32_t stride = 0;
-            void* address = nullptr;
-            ASSERT_EQ(
-                    allocator.allocate(64, 32, PixelFormat::YV12, 1, kCpu, &buffer, &stride, 0, ""),
-                    0);
-            ASSERT_EQ(mapper.lock(buffer, kCpu, {0, 0, 64, 32}, -1, &address), 0);
-            const int fence = mapper.unlock(buffer);
-            if (fence >= 0)
-                close(fence);
-            ASSERT_EQ(allocator.free(buffer), 0);
+            ASSERT_EQ(helper->lock(buffer, kCpu, 64, 32, &address), 0);
+            ASSERT_EQ(helper->unlock(buffer), 0);
         }
     };
-    rounds(100);  // what is built once
-    const size_t descriptors = openDescriptors();
-    const size_t mapped = mappings();
-    rounds(10'000);
-    EXPECT_EQ(openDescriptors(), descriptors);
-    EXPECT_EQ(mappings(), mapped);
-}
-
-TEST_F(HostBufferTest, ThreadsThatQueryLockMarkAndClearAtOnceDoNotDisturbEachOther) {
-    std::atomic<bool> stop = false;
-    std::vector<std::jthread> threads;
-    for (int i = 0; i < 8; ++i)
-        threads.emplace_back([&, i] {
-            const GrallocRequest asked = {0, i % 2 ? 0x11 : 0x32315659, 64, 32};
-            while (!stop) {
-                GrallocStaticInfo answer;
-                NSCam::GrallocDynamicInfo dynamicInfo;
-                void* address = nullptr;
-                EXPECT_EQ(helper->query(&asked, &answer, i == 0), 0);
-                EXPECT_EQ(helper->query(buffer, &answer, &dynamicInfo), 0);
-                EXPECT_EQ(helper->lock(buffer, kCpu, 64, 32, &address), 0);
-                EXPECT_EQ(helper->unlock(buffer), 0);
-                EXPECT_EQ(helper->setDirtyCamera(buffer), 0);
-                EXPECT_STREQ(helper->queryPixelFormatName(0x11).c_str(), "YCrCb_420_SP");
-                if (i == 7)
-                    helper->clearMap();
-            }
-        });
-    std::this_thread::sleep_for(std::chrono::seconds(2));
-    stop = true;
-    threads.clear();
+    expectNothingLeft([&] { lock(1); }, [&] { lock(100'000); });
+    EXPECT_EQ(helper->freeBuffer(buffer), 0);
 }
 
 }  // namespace
