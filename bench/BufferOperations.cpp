@@ -15,19 +15,23 @@ constexpr int32_t kWidth = 640;
 constexpr int32_t kHeight = 480;
 constexpr ARect kWhole = {0, 0, kWidth, kHeight};
 
-void facadeLock(benchmark::State& state) {
-    const Buffer buffer(describe(HAL_PIXEL_FORMAT_BLOB, kWidth, kHeight, kReadWriteOften));
+Buffer lockable(int32_t format) {
+    return Buffer(describe(format, kWidth, kHeight, kReadWriteOften));
+}
+
+void facadeLock(auto&& measure) {
+    const Buffer buffer = lockable(HAL_PIXEL_FORMAT_BLOB);
     auto* const helper = NSCam::IGrallocHelper::singleton();
-    measure(state, [&] {
+    measure([&] {
         void* data = nullptr;
         helper->lock(buffer.get(), kReadWriteOften, kWidth, kHeight, &data);
         helper->unlock(buffer.get());
     });
 }
 
-void directLock(benchmark::State& state) {
-    const Buffer buffer(describe(HAL_PIXEL_FORMAT_BLOB, kWidth, kHeight, kReadWriteOften));
-    measure(state, [&] {
+void directLock(auto&& measure) {
+    const Buffer buffer = lockable(HAL_PIXEL_FORMAT_BLOB);
+    measure([&] {
         void* data = nullptr;
         mapper().lock(buffer.get(), kReadWriteOften, kWhole, -1, &data);
         flush();
@@ -45,42 +49,44 @@ void unlockDirectly(const native_handle* handle) {
     mapper().unlock(handle, &fence);
 }
 
-void backendYcbcrLock(benchmark::State& state, int32_t format) {
-    const Buffer buffer(describe(format, kWidth, kHeight, kReadWriteOften));
-    const NSCam::GrallocMapperAidlV2::MapperV5 backend(allocator());
-    measure(state, [&] {
-        android_ycbcr ycbcr;
-        backend.lock(buffer.get(), kReadWriteOften, kWhole, -1, &ycbcr);
-        benchmark::DoNotOptimize(ycbcr);
-        unlockDirectly(buffer.get());
-    });
-}
-
-void directYcbcrLock(benchmark::State& state, int32_t format) {
-    const Buffer buffer(describe(format, kWidth, kHeight, kReadWriteOften));
-    measure(state, [&] {
-        benchmark::DoNotOptimize(readPlaneLayouts(buffer.get()));
-        benchmark::DoNotOptimize(readPlaneLayouts(buffer.get()));
-        void* data = nullptr;
-        mapper().lock(buffer.get(), kReadWriteOften, kWhole, -1, &data);
-        flush();
-        unlockDirectly(buffer.get());
-    });
-}
-
-void compareYcbcrLock(const std::string& name, int32_t format) {
-    compare(
-            "ycbcr_lock/" + name, [=](benchmark::State& state) { backendYcbcrLock(state, format); },
-            [=](benchmark::State& state) { directYcbcrLock(state, format); });
+void compareYcbcrLock(const std::string& row, int32_t format,
+                      std::optional<std::vector<PlaneLayout>> (*read)(const native_handle*)) {
+    const auto ours = [=](auto&& measure) {
+        const Buffer buffer = lockable(format);
+        const NSCam::GrallocMapperAidlV2::MapperV5 backend(allocator());
+        measure([&] {
+            android_ycbcr ycbcr;
+            backend.lock(buffer.get(), kReadWriteOften, kWhole, -1, &ycbcr);
+            benchmark::DoNotOptimize(ycbcr);
+            unlockDirectly(buffer.get());
+        });
+    };
+    const auto floor = [=](auto&& measure) {
+        const Buffer buffer = lockable(format);
+        measure([&] {
+            benchmark::DoNotOptimize(read(buffer.get()));
+            benchmark::DoNotOptimize(read(buffer.get()));
+            void* data = nullptr;
+            mapper().lock(buffer.get(), kReadWriteOften, kWhole, -1, &data);
+            flush();
+            unlockDirectly(buffer.get());
+        });
+    };
+    compare(row, ours, floor);
 }
 
 }  // namespace
 
 void registerBufferOperations() {
-    compare("lock_unlock", facadeLock, directLock);
+    compare(
+            "lock_unlock", [](auto&& measure) { facadeLock(measure); },
+            [](auto&& measure) { directLock(measure); });
     // The layouts of the second do not fit the first 512 bytes.
-    compareYcbcrLock("YCrCb_420_SP", HAL_PIXEL_FORMAT_YCRCB_420_SP);
-    compareYcbcrLock("YV12", HAL_PIXEL_FORMAT_YV12);
+    for (const auto& [name, format] : {std::pair("YCrCb_420_SP", HAL_PIXEL_FORMAT_YCRCB_420_SP),
+                                       std::pair("YV12", HAL_PIXEL_FORMAT_YV12)}) {
+        compareYcbcrLock(std::string("ycbcr_lock/") + name, format, readPlaneLayoutsByTheRule);
+        compareYcbcrLock(std::string("ycbcr_lock_stack/") + name, format, readPlaneLayouts);
+    }
 }
 
 }  // namespace zelkcam::bench

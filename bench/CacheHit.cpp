@@ -2,8 +2,10 @@
 #include <pthread.h>
 
 #include <algorithm>
+#include <barrier>
+#include <chrono>
 #include <compare>
-#include <memory>
+#include <thread>
 #include <vector>
 
 #include "bench/Cache.h"
@@ -72,76 +74,100 @@ class BareCache {
     std::vector<Planes> mPlanes;
 };
 
-void hitReused(benchmark::State& state, size_t entries) {
-    fillCache(entries);
-    const auto* const provider = zcam::IGrallocInfoProvider::getInstance();
-    Pick pick(entries, 1);
-    GrallocStaticInfo info;
-    measure(state, [&] {
-        const GrallocRequest request = pick.next();
-        benchmark::DoNotOptimize(provider->query(&request, &info));
-    });
-}
-
-void bareReused(benchmark::State& state, size_t entries) {
-    BareCache cache(entries);
-    Pick pick(entries, 1);
-    Planes planes;
-    measure(state, [&] {
-        cache.copyPlanes(pick.next(), planes);
-        benchmark::ClobberMemory();
-    });
-}
-
-void hitFresh(benchmark::State& state, size_t entries) {
-    fillCache(entries);
-    const auto* const provider = zcam::IGrallocInfoProvider::getInstance();
-    Pick pick(entries, 1);
-    measure(state, [&] {
-        const GrallocRequest request = pick.next();
+// Both sides reuse the caller's record.
+void compareReused(const std::string& row, size_t entries) {
+    const auto ours = [=](auto&& measure) {
+        fillCache(entries);
+        const auto* const provider = zcam::IGrallocInfoProvider::getInstance();
+        Pick pick(entries, 1);
         GrallocStaticInfo info;
-        benchmark::DoNotOptimize(provider->query(&request, &info));
-    });
-}
-
-void bareFresh(benchmark::State& state, size_t entries) {
-    BareCache cache(entries);
-    Pick pick(entries, 1);
-    measure(state, [&] {
+        measure([&] {
+            const GrallocRequest request = pick.next();
+            benchmark::DoNotOptimize(provider->query(&request, &info));
+        });
+    };
+    const auto floor = [=](auto&& measure) {
+        BareCache cache(entries);
+        Pick pick(entries, 1);
         Planes planes;
-        cache.copyPlanes(pick.next(), planes);
-        benchmark::DoNotOptimize(planes.data());
-    });
+        measure([&] {
+            cache.copyPlanes(pick.next(), planes);
+            benchmark::ClobberMemory();
+        });
+    };
+    compare(row + "/" + std::to_string(entries), ours, floor);
 }
 
-void hitShared(benchmark::State& state) {
-    if (state.thread_index() == 0)
-        fillCache(kSharedEntries);
+// Both sides fill a record that holds nothing yet.
+void compareFresh(const std::string& row, size_t entries) {
+    const auto ours = [=](auto&& measure) {
+        fillCache(entries);
+        const auto* const provider = zcam::IGrallocInfoProvider::getInstance();
+        Pick pick(entries, 1);
+        measure([&] {
+            const GrallocRequest request = pick.next();
+            GrallocStaticInfo info;
+            benchmark::DoNotOptimize(provider->query(&request, &info));
+        });
+    };
+    const auto floor = [=](auto&& measure) {
+        BareCache cache(entries);
+        Pick pick(entries, 1);
+        measure([&] {
+            Planes planes;
+            cache.copyPlanes(pick.next(), planes);
+            benchmark::DoNotOptimize(planes.data());
+        });
+    };
+    compare(row + "/" + std::to_string(entries), ours, floor);
+}
+
+// A slice that two threads work through together, on the wall clock: start to last one out.
+template <typename Operation>
+void sharedSlice(Cost& cost, const Operation& operation) {
+    constexpr int64_t kTimes = 20'000;
+    std::barrier gate(3);
+    const auto work = [&](int seed) {
+        Pick pick(kSharedEntries, seed);
+        gate.arrive_and_wait();
+        operation(pick, kTimes);
+        gate.arrive_and_wait();
+    };
+    std::thread threads[] = {std::thread(work, 1), std::thread(work, 2)};
+    gate.arrive_and_wait();
+    const auto start = std::chrono::steady_clock::now();
+    gate.arrive_and_wait();
+    cost.nanoseconds += (std::chrono::steady_clock::now() - start).count();
+    cost.operations += 2 * kTimes;
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+void compareShared(benchmark::State& state) {
+    fillCache(kSharedEntries);
     const auto* const provider = zcam::IGrallocInfoProvider::getInstance();
-    Pick pick(kSharedEntries, state.thread_index());
-    GrallocStaticInfo info;
-    measure(state, [&] {
-        const GrallocRequest request = pick.next();
-        benchmark::DoNotOptimize(provider->query(&request, &info));
-    });
-}
-
-void bareShared(benchmark::State& state) {
-    static BareCache cache(kSharedEntries);
-    Pick pick(kSharedEntries, state.thread_index());
-    Planes planes;
-    measure(state, [&] {
-        cache.copyPlanes(pick.next(), planes);
-        benchmark::ClobberMemory();
-    });
-}
-
-void compareSizes(const std::string& row, size_t entries, void (*ours)(benchmark::State&, size_t),
-                  void (*floor)(benchmark::State&, size_t)) {
-    compare(
-            row + "/" + std::to_string(entries),
-            [=](benchmark::State& state) { ours(state, entries); },
-            [=](benchmark::State& state) { floor(state, entries); });
+    BareCache cache(kSharedEntries);
+    const auto ours = [&](Pick& pick, int64_t times) {
+        for (GrallocStaticInfo info; times > 0; --times) {
+            const GrallocRequest request = pick.next();
+            benchmark::DoNotOptimize(provider->query(&request, &info));
+        }
+    };
+    const auto floor = [&](Pick& pick, int64_t times) {
+        for (Planes planes; times > 0; --times) {
+            cache.copyPlanes(pick.next(), planes);
+            benchmark::ClobberMemory();
+        }
+    };
+    Cost oursCost, floorCost;
+    for (auto _ : state) {
+        const int64_t before = oursCost.nanoseconds + floorCost.nanoseconds;
+        sharedSlice(oursCost, ours);
+        sharedSlice(floorCost, floor);
+        const int64_t taken = oursCost.nanoseconds + floorCost.nanoseconds - before;
+        state.SetIterationTime(static_cast<double>(taken) * 1e-9);
+    }
+    report(state, oursCost, floorCost);
 }
 
 }  // namespace
@@ -161,13 +187,12 @@ void fillCache(size_t entries) {
 
 void registerCacheHits() {
     for (const size_t entries : {1, 16, 256, 4096}) {
-        compareSizes("hit_reused", entries, hitReused, bareReused);
-        compareSizes("hit_fresh", entries, hitFresh, bareFresh);
+        compareReused("hit_reused", entries);
+        compareFresh("hit_fresh", entries);
     }
-    compare("hit_two_threads", hitShared, bareShared,
-            [](benchmark::internal::Benchmark* run) { run->Threads(2)->UseRealTime(); });
+    benchmark::RegisterBenchmark("hit_two_threads", compareShared)->UseManualTime();
     for (size_t entries = 1; entries <= 65536; entries *= 2)
-        compareSizes("growth", entries, hitReused, bareReused);
+        compareReused("growth", entries);
 }
 
 }  // namespace zelkcam::bench

@@ -87,16 +87,15 @@ void probe(const Format& format) {
 }
 
 void compareFormat(const Format& format) {
-    const auto ours = [&](benchmark::State& state) {
+    const auto ours = [&](auto&& measure) {
         fillCache(0);
         zcam::GrallocStaticInfo info;
         const auto* const provider = zcam::IGrallocInfoProvider::getInstance();
         if (provider->query(&format.request, &info) != 0)
-            return state.SkipWithError("the layout query fails");
-        measure(state,
-                [&] { benchmark::DoNotOptimize(provider->query(&format.request, &info, true)); });
+            giveUp("a layout query fails");
+        measure([&] { benchmark::DoNotOptimize(provider->query(&format.request, &info, true)); });
     };
-    const auto floor = [&](benchmark::State& state) { measure(state, [&] { probe(format); }); };
+    const auto floor = [&](auto&& measure) { measure([&] { probe(format); }); };
     compare(std::string("miss/") + format.name, ours, floor);
 }
 

@@ -45,39 +45,26 @@ template <StandardMetadataType T, typename Value>
 class FilledBuffer : public Buffer {
   public:
     explicit FilledBuffer(const Value& value) : Buffer(frame()) {
-        mFilled = setDirectly<T>(get(), std::optional<Value>(value)) == AIMAPPER_ERROR_NONE;
+        if (setDirectly<T>(get(), std::optional<Value>(value)) != AIMAPPER_ERROR_NONE)
+            giveUp("the mapper refuses metadata");
     }
-
-    // Ends the benchmark when the mapper refuses the metadata.
-    bool isUsable(benchmark::State& state) const {
-        if (!mFilled)
-            state.SkipWithError("the mapper refuses the metadata");
-        return mFilled;
-    }
-
-  private:
-    bool mFilled = false;
 };
 
 template <StandardMetadataType T, typename Value>
 void compareSet(const std::string& name, GRALLOC_STANDARD_METADATA_TYPE kind, const Value& value) {
-    const auto ours = [&value, kind](benchmark::State& state) {
+    const auto ours = [&value, kind](auto&& measure) {
         const FilledBuffer<T, Value> buffer(value);
-        if (!buffer.isUsable(state))
-            return;
         Value data = value;
-        measure(state, [&] {
+        measure([&] {
             benchmark::DoNotOptimize(
                     backend().setGrallocMeta(buffer.get(), kind, &data, sizeof(data)));
         });
     };
-    const auto floor = [&value](benchmark::State& state) {
+    const auto floor = [&value](auto&& measure) {
         const FilledBuffer<T, Value> buffer(value);
-        if (!buffer.isUsable(state))
-            return;
         // Encoding takes an optional by reference; the floor has it ready.
         const std::optional<Value> engaged(value);
-        measure(state, [&] { benchmark::DoNotOptimize(setDirectly<T>(buffer.get(), engaged)); });
+        measure([&] { benchmark::DoNotOptimize(setDirectly<T>(buffer.get(), engaged)); });
     };
     compare("hdr_set/" + name, ours, floor);
 }
@@ -94,21 +81,17 @@ void copyOut(const Payload& value, void* to) {
 template <StandardMetadataType T, typename Value>
 void compareGet(const std::string& name, GRALLOC_STANDARD_METADATA_TYPE kind, const Value& value,
                 unsigned int size) {
-    const auto ours = [&value, kind, size](benchmark::State& state) {
+    const auto ours = [&value, kind, size](auto&& measure) {
         const FilledBuffer<T, Value> buffer(value);
-        if (!buffer.isUsable(state))
-            return;
         plexa_hdr10p_dynamic_metadata_t data;
-        measure(state, [&] {
+        measure([&] {
             benchmark::DoNotOptimize(backend().getGrallocMeta(buffer.get(), kind, &data, size));
         });
     };
-    const auto floor = [&value](benchmark::State& state) {
+    const auto floor = [&value](auto&& measure) {
         const FilledBuffer<T, Value> buffer(value);
-        if (!buffer.isUsable(state))
-            return;
         plexa_hdr10p_dynamic_metadata_t data;
-        measure(state, [&] {
+        measure([&] {
             copyOut(**readMetadata<T>(buffer.get()), &data);
             benchmark::DoNotOptimize(data);
         });

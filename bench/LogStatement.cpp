@@ -27,32 +27,27 @@ class Gate {
     const uint32_t mMask = ULogger::sNormalDetailsMask;
 };
 
-void statement(benchmark::State& state, uint32_t level, uint32_t mask) {
-    const Gate gate(level, mask);
-    int argument = 0;
-    benchmark::DoNotOptimize(argument);
-    measure(state, [&] {
-        LOGD_AS("statement", "%d", argument);
-        benchmark::ClobberMemory();
-    });
-}
-
-// Two loads and their compares.
-void twoFields(benchmark::State& state, uint32_t level, uint32_t mask) {
-    const Gate gate(level, mask);
-    uint64_t opened = 0;
-    measure(state, [&] {
-        if (ULogger::sDetailsLevel >= 5 && ULogger::sNormalDetailsMask != 0) [[unlikely]]
-            ++opened;
-        benchmark::ClobberMemory();
-    });
-    benchmark::DoNotOptimize(opened);
-}
-
 void compareGate(const std::string& row, uint32_t level, uint32_t mask) {
-    compare(
-            row, [=](benchmark::State& state) { statement(state, level, mask); },
-            [=](benchmark::State& state) { twoFields(state, level, mask); });
+    const auto statement = [=](auto&& measure) {
+        const Gate gate(level, mask);
+        int argument = 0;
+        benchmark::DoNotOptimize(argument);
+        measure([&] {
+            LOGD_AS("statement", "%d", argument);
+            benchmark::ClobberMemory();
+        });
+    };
+    // Two loads and their compares.
+    const auto twoFields = [](auto&& measure) {
+        uint64_t opened = 0;
+        measure([&] {
+            if (ULogger::sDetailsLevel >= 5 && ULogger::sNormalDetailsMask != 0) [[unlikely]]
+                ++opened;
+            benchmark::ClobberMemory();
+        });
+        benchmark::DoNotOptimize(opened);
+    };
+    compare(row, statement, twoFields);
 }
 
 }  // namespace

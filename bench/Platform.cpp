@@ -2,9 +2,9 @@
 
 #include <dlfcn.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <string>
+
+#include "bench/Compare.h"
 
 namespace zelkcam::bench {
 namespace {
@@ -14,10 +14,8 @@ using aidl::android::hardware::graphics::common::BufferUsage;
 using aidl::android::hardware::graphics::common::PixelFormat;
 
 const native_handle* require(const native_handle* handle) {
-    if (handle == nullptr) {
-        fputs("grallocutils_bench: the platform refuses a buffer\n", stderr);
-        exit(1);
-    }
+    if (handle == nullptr)
+        giveUp("the platform refuses a buffer");
     return handle;
 }
 
@@ -75,6 +73,23 @@ const native_handle* allocateAndImport(const BufferDescriptorInfo& description) 
     native_handle_delete(raw);
     flush();
     return imported;
+}
+
+std::optional<std::vector<PlaneLayout>> readPlaneLayoutsByTheRule(const native_handle* handle) {
+    constexpr auto kType = StandardMetadataType::PLANE_LAYOUTS;
+    std::vector<uint8_t> bytes(512);
+    const auto read = [&] {
+        const int32_t size = mapper().getStandardMetadata(handle, static_cast<int64_t>(kType),
+                                                          bytes.data(), bytes.size());
+        flush();
+        return static_cast<size_t>(size);
+    };
+    size_t size = read();
+    if (size > bytes.size()) {
+        bytes.resize(size);
+        size = read();
+    }
+    return StandardMetadata<kType>::value::decode(bytes.data(), size);
 }
 
 Buffer::Buffer(const BufferDescriptorInfo& description)

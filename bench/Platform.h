@@ -72,4 +72,8 @@ inline std::optional<std::vector<PlaneLayout>> readPlaneLayouts(const native_han
     return readMetadata<StandardMetadataType::PLANE_LAYOUTS>(handle);
 }
 
+// The same, into the vector of zeros that the library is to make, grown when the mapper asks for
+// more.
+std::optional<std::vector<PlaneLayout>> readPlaneLayoutsByTheRule(const native_handle* handle);
+
 }  // namespace zelkcam::bench

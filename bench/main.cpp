@@ -1,5 +1,13 @@
+#include <cstdio>
+#include <cstdlib>
+
 #include "bench/Compare.h"
 #include "platform/ulog.h"
+
+void zelkcam::bench::giveUp(const char* reason) {
+    fprintf(stderr, "grallocutils_bench: %s\n", reason);
+    exit(1);
+}
 
 int main(int argc, char** argv) {
     // Closed gates, as on a product: the layout rules' warnings would be the price of a log.
