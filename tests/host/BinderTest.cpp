@@ -1,8 +1,5 @@
 // Binders of one process: who owns what, and what the service manager gives.
 #include <aidl/android/hardware/graphics/allocator/BnAllocator.h>
-#include <aidl/android/hardware/graphics/common/BufferUsage.h>
-#include <aidl/android/hardware/graphics/common/Dataspace.h>
-#include <aidl/android/hardware/graphics/common/PlaneLayout.h>
 #include <aidlcommonsupport/NativeHandle.h>
 #include <android/binder_manager.h>
 #include <gtest/gtest.h>
@@ -13,7 +10,6 @@
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
-#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -24,7 +20,6 @@ using aidl::android::hardware::graphics::allocator::AllocationResult;
 using aidl::android::hardware::graphics::allocator::BnAllocator;
 using aidl::android::hardware::graphics::allocator::BufferDescriptorInfo;
 using aidl::android::hardware::graphics::allocator::IAllocator;
-using aidl::android::hardware::graphics::allocator::IAllocatorDelegator;
 using AidlHandle = aidl::android::hardware::common::NativeHandle;
 using ndk::ScopedAStatus;
 using ndk::SharedRefBase;
@@ -32,21 +27,14 @@ using ndk::SpAIBinder;
 
 std::atomic<int> gLiving = 0;
 
-// Nulls that the compiler does not see through: the headers forbid them, a caller may err all the
-// same.
-AIBinder* volatile kNoBinder = nullptr;
-const char* volatile kNoText = nullptr;
-
 class Service : public BnAllocator {
   public:
     Service() { ++gLiving; }
     ~Service() override { --gLiving; }
     ScopedAStatus allocate(const std::vector<uint8_t>&, int32_t, AllocationResult*) override {
-        return ScopedAStatus::fromServiceSpecificError(2);
+        return ScopedAStatus::ok();
     }
-    ScopedAStatus allocate2(const BufferDescriptorInfo&, int32_t count,
-                            AllocationResult* result) override {
-        result->stride = count;
+    ScopedAStatus allocate2(const BufferDescriptorInfo&, int32_t, AllocationResult*) override {
         return ScopedAStatus::ok();
     }
     ScopedAStatus isSupported(const BufferDescriptorInfo&, bool*) override {
@@ -83,9 +71,6 @@ TEST(ServiceManager, HoldsAReferenceOfItsOwnAndGivesOneAway) {
     AIBinder_decStrong(owned);
     EXPECT_TRUE(AServiceManager_isDeclared(name.c_str()));
     EXPECT_EQ(2, references(binder));
-    EXPECT_EQ(EX_ILLEGAL_ARGUMENT, AServiceManager_addService(kNoBinder, name.c_str()));
-    EXPECT_EQ(EX_ILLEGAL_ARGUMENT, AServiceManager_addService(binder.get(), kNoText));
-    EXPECT_EQ(nullptr, AServiceManager_checkService(kNoText));
 }
 
 TEST(ServiceManager, ANewRegistrationReplacesTheOldOne) {
@@ -110,18 +95,6 @@ TEST(ServiceManager, WaitsUntilSomebodyRegisters) {
     EXPECT_EQ(binder, SpAIBinder(AServiceManager_waitForService(name.c_str())));
     registrar.join();
     EXPECT_EQ(2, references(binder));
-}
-
-TEST(ServiceManager, ListsTheInstancesOfAnInterface) {
-    setenv("ZELKCAM_HOST_SERVICES", "none", 1);
-    const SpAIBinder binder = SharedRefBase::make<Service>()->asBinder();
-    for (const char* name : {"a.I/x", "a.I/y", "a.IJ/z"})
-        add(name, binder);
-    std::set<std::string> found;
-    AServiceManager_forEachDeclaredInstance("a.I", &found, [](const char* instance, void* names) {
-        static_cast<std::set<std::string>*>(names)->insert(instance);
-    });
-    EXPECT_EQ((std::set<std::string>{"x", "y"}), found);
 }
 
 TEST(ServiceManager, TheEmbeddedAllocatorAnswersUntilItIsSwitchedOffOrReplaced) {
@@ -159,18 +132,14 @@ TEST(LocalInterface, IsTheVeryObjectAndItsCallsRunInPlace) {
     const std::shared_ptr<IAllocator> found = IAllocator::fromBinder(service->asBinder());
     EXPECT_EQ(service.get(), found.get());
     EXPECT_FALSE(found->isRemote());
-    AllocationResult result;
-    EXPECT_TRUE(found->allocate2({}, 3, &result).isOk());
-    EXPECT_EQ(3, result.stride);
+    std::string suffix;
+    EXPECT_TRUE(found->getIMapperLibrarySuffix(&suffix).isOk());
+    EXPECT_EQ("test", suffix);
     bool supported = true;
     EXPECT_FALSE(found->isSupported({}, &supported).isOk());
     int32_t version = 0;
     EXPECT_TRUE(found->getInterfaceVersion(&version).isOk());
     EXPECT_EQ(IAllocator::version, version);
-    std::string suffix;
-    const auto delegator = SharedRefBase::make<IAllocatorDelegator>(service);
-    EXPECT_TRUE(delegator->getIMapperLibrarySuffix(&suffix).isOk());
-    EXPECT_EQ("test", suffix);
     EXPECT_EQ(nullptr, IAllocator::fromBinder(nullptr));
 }
 
@@ -190,18 +159,18 @@ TEST(LocalInterface, LivesAsLongAsItsBinderAndNoLonger) {
     EXPECT_EQ(0, gLiving);
 }
 
-AIBinder_Class* defineClass(const char* descriptor) {
-    return AIBinder_Class_define(
+SpAIBinder foreignBinder(const char* descriptor) {
+    AIBinder_Class* const itsClass = AIBinder_Class_define(
             descriptor, [](void* args) { return args; }, [](void*) {},
             [](AIBinder*, transaction_code_t, const AParcel*, AParcel*) -> binder_status_t {
                 return STATUS_OK;
             });
+    return SpAIBinder(AIBinder_new(itsClass, nullptr));
 }
 
 TEST(ForeignBinder, IsAProxyForTheSameDescriptorAndNothingForAnother) {
-    const SpAIBinder other(AIBinder_new(defineClass("another.interface"), nullptr));
-    EXPECT_EQ(nullptr, IAllocator::fromBinder(other));
-    const SpAIBinder same(AIBinder_new(defineClass(IAllocator::descriptor), nullptr));
+    EXPECT_EQ(nullptr, IAllocator::fromBinder(foreignBinder("another.interface")));
+    const SpAIBinder same = foreignBinder(IAllocator::descriptor);
     const std::shared_ptr<IAllocator> proxy = IAllocator::fromBinder(same);
     ASSERT_NE(nullptr, proxy);
     EXPECT_EQ(same, proxy->asBinder());
@@ -209,17 +178,6 @@ TEST(ForeignBinder, IsAProxyForTheSameDescriptorAndNothingForAnother) {
     const ScopedAStatus status = proxy->getIMapperLibrarySuffix(&suffix);
     EXPECT_EQ(EX_TRANSACTION_FAILED, status.getExceptionCode());
     EXPECT_EQ(STATUS_FAILED_TRANSACTION, status.getStatus());
-    EXPECT_EQ(nullptr, defineClass(kNoText));
-}
-
-TEST(BinderOwners, CountEveryCopyOnce) {
-    const SpAIBinder binder = SharedRefBase::make<Service>()->asBinder();
-    SpAIBinder copy = binder;
-    SpAIBinder& alias = copy;
-    copy = alias;
-    EXPECT_EQ(2, references(binder));
-    copy = SpAIBinder();
-    EXPECT_EQ(1, references(binder));
 }
 
 TEST(Status, TellsWhatItWasMadeFrom) {
@@ -233,7 +191,6 @@ TEST(Status, TellsWhatItWasMadeFrom) {
     const Case cases[] = {
             {AStatus_newOk(), EX_NONE, 0, 0, "No error"},
             {AStatus_fromStatus(STATUS_OK), EX_NONE, 0, 0, "No error"},
-            {AStatus_fromExceptionCode(EX_NONE), EX_NONE, 0, 0, "No error"},
             {AStatus_fromExceptionCodeWithMessage(EX_SECURITY, "no"), EX_SECURITY, 0, 0,
              "Status(-1, EX_SECURITY): 'no'"},
             {AStatus_fromExceptionCode(-1000), EX_TRANSACTION_FAILED, 0, 0,
@@ -289,21 +246,6 @@ TEST(AidlHandle, SharesTakesOrDuplicatesDescriptors) {
     copy.ints.resize(NATIVE_HANDLE_MAX_INTS + 1);
     EXPECT_EQ(nullptr, android::makeFromAidl(copy));
     EXPECT_EQ(nullptr, android::dupFromAidl(copy));
-}
-
-TEST(Records, ReadAsText) {
-    using namespace aidl::android::hardware::graphics::common;
-    const PlaneLayoutComponent component = {{"t", 2}, 0, 8};
-    EXPECT_EQ(
-            "PlaneLayoutComponent{type: ExtendableType{name: t, value: 2}, offsetInBits: 0, "
-            "sizeInBits: 8}",
-            component.toString());
-    AidlHandle handle;
-    handle.ints = {1, 2};
-    EXPECT_EQ("NativeHandle{fds: [], ints: [1, 2]}", handle.toString());
-    EXPECT_EQ("CPU_READ_NEVER", toString(BufferUsage::CPU_WRITE_NEVER));
-    EXPECT_EQ("DCI_P3_LINEAR", toString(Dataspace::DISPLAY_P3_LINEAR));
-    EXPECT_EQ("-5", toString(static_cast<Dataspace>(-5)));
 }
 
 }  // namespace

@@ -37,12 +37,7 @@ Blob stableBytes(const T& value) {
     return bytes;
 }
 
-template <typename T>
-struct IsOptional : std::false_type {};
-template <typename T>
-struct IsOptional<std::optional<T>> : std::true_type {};
-
-// One value both ways, then every way of spoiling its bytes.
+// One value both ways, and no way with its bytes cut, spoilt or followed by more.
 template <typename T, typename Argument>
 void check(const char* name, status_t (*encode)(Argument, Bytes*),
            status_t (*decode)(const Bytes&, T*), const T& value, const Blob& expected) {
@@ -51,47 +46,25 @@ void check(const char* name, status_t (*encode)(Argument, Bytes*),
     ASSERT_EQ(encode(value, &bytes), NO_ERROR);
     EXPECT_EQ(Blob(bytes), expected);
     EXPECT_EQ(encode(value, nullptr), BAD_VALUE);
-
     T decoded{};
     EXPECT_EQ(decode(bytes, &decoded), NO_ERROR);
     EXPECT_EQ(decoded, value);
     EXPECT_EQ(decode(bytes, nullptr), BAD_VALUE);
 
-    for (size_t size = IsOptional<T>::value ? 1 : 0; size < expected.size(); ++size) {
-        EXPECT_EQ(decode(Blob(expected.begin(), expected.begin() + size), &decoded), BAD_VALUE)
-                << "cut to " << size;
-    }
-    for (const size_t at : {0, 8, 60, 61, 68}) {  // lengths, letters and number of the header
-        Blob spoilt = expected;
-        spoilt[at] ^= 0x40;
-        EXPECT_EQ(decode(spoilt, &decoded), BAD_VALUE) << "spoilt at " << at;
-    }
-    Blob longer = expected;
-    longer.push_back(0);
-    decoded = value;
-    EXPECT_EQ(decode(longer, &decoded), BAD_VALUE) << "bytes left over";
-    if constexpr (std::is_class_v<T>) {
+    std::vector<Blob> wrong(4, expected);
+    wrong[0].pop_back();
+    wrong[1].push_back(0);
+    wrong[2][8] ^= 0x40;   // the header's name
+    wrong[3][60] ^= 0x40;  // and its number
+    for (const Blob& each : wrong)
+        EXPECT_EQ(decode(each, &decoded), BAD_VALUE);
+    if constexpr (std::is_class_v<T>)
         EXPECT_EQ(decoded, T()) << "emptied";
-    }
 }
 
 #define CHECK(NAME, TYPE, ...)                            \
     check(#NAME, encode##NAME, decode##NAME, __VA_ARGS__, \
           stableBytes<StandardMetadataType::TYPE>(__VA_ARGS__))
-
-Planes twoPlanes() {
-    PlaneLayout luma{{{PlaneLayoutComponentType_Y, 0, 8}}, 0, 8, 1984, 1920, 1080, 2142720, 1, 1};
-    PlaneLayout chroma{{{PlaneLayoutComponentType_CB, 0, 8}, {{"vendor", -7}, 8, -1}},
-                       2142720,
-                       16,
-                       -1984,
-                       960,
-                       540,
-                       1071360,
-                       2,
-                       2};
-    return {luma, chroma};
-}
 
 TEST(Gralloc4, SharesItsBytesWithTheStableCMapper) {
     CHECK(BufferId, BUFFER_ID, uint64_t{0xfedcba9876543210});
@@ -124,7 +97,17 @@ TEST(Gralloc4, SharesItsBytesWithTheStableCMapper) {
 }
 
 TEST(Gralloc4, PlaneLayoutsShareTheirBytesAndAppend) {
-    const Planes planes = twoPlanes();
+    const Planes planes = {
+            {{{PlaneLayoutComponentType_Y, 0, 8}}, 0, 8, 1984, 1920, 1080, 2142720, 1, 1},
+            {{{PlaneLayoutComponentType_CB, 0, 8}, {{"vendor", -7}, 8, -1}},
+             99,
+             16,
+             -1984,
+             1,
+             2,
+             3,
+             4,
+             5}};
     const Blob expected = stableBytes<StandardMetadataType::PLANE_LAYOUTS>(planes);
     Bytes bytes;
     ASSERT_EQ(encodePlaneLayouts(planes, &bytes), NO_ERROR);
@@ -202,12 +185,9 @@ TEST(Gralloc4, AbsentOptionalsHaveNoBytes) {
     Bytes bytes{1, 2};
     EXPECT_EQ(encodeCta861_3(std::nullopt, &bytes), NO_ERROR);
     EXPECT_EQ(bytes, (Bytes{1, 2})) << "left as it was";
-    EXPECT_EQ(encodeCta861_3(std::nullopt, nullptr), BAD_VALUE);
-
     std::optional<Blob> blob = Blob{1};
     EXPECT_EQ(decodeSmpte2094_40(Bytes(), &blob), NO_ERROR);
     EXPECT_EQ(blob, std::nullopt);
-    EXPECT_EQ(decodeSmpte2094_40(Bytes(), nullptr), BAD_VALUE);
 }
 
 TEST(Gralloc4, PlainValuesCarryTheirOwnTypesHeader) {
@@ -241,43 +221,19 @@ TEST(Gralloc4, BufferDescriptionsHaveNoHeader) {
     ASSERT_EQ(decodeBufferDescriptorInfo(bytes, &decoded), NO_ERROR);
     EXPECT_EQ(decoded, info);
 
-    for (size_t size = 0; size < expected.size(); ++size) {
-        EXPECT_EQ(decodeBufferDescriptorInfo(Blob(expected.begin(), expected.begin() + size),
-                                             &decoded),
-                  BAD_VALUE);
-    }
+    for (auto end = expected.begin(); end != expected.end(); ++end)
+        EXPECT_EQ(decodeBufferDescriptorInfo(Blob(expected.begin(), end), &decoded), BAD_VALUE);
     bytes.resize(bytes.size() + 1);
     EXPECT_EQ(decodeBufferDescriptorInfo(bytes, &decoded), BAD_VALUE);
     EXPECT_EQ(decoded, info) << "untouched by failures";
-    EXPECT_EQ(decodeBufferDescriptorInfo(bytes, nullptr), BAD_VALUE);
-    EXPECT_EQ(encodeBufferDescriptorInfo(info, nullptr), BAD_VALUE);
 }
 
 TEST(Gralloc4, EveryBeginningOfAStandardNameCountsAsStandard) {
     const std::string standard = GRALLOC4_PLANE_LAYOUT_COMPONENT_TYPE;
-    for (size_t length = 0; length <= standard.size(); ++length) {
+    for (size_t length = 0; length <= standard.size(); ++length)
         EXPECT_TRUE(isStandardPlaneLayoutComponentType({standard.substr(0, length), -5}));
-    }
-    for (const std::string& name : {standard + "s", std::string("Android"), std::string("x")}) {
+    for (const std::string& name : {standard + "s", std::string("Android"), std::string("x")})
         EXPECT_FALSE(isStandardPlaneLayoutComponentType({name, 1})) << name;
-    }
-    EXPECT_FALSE(isStandardPlaneLayoutComponentType(ChromaSiting_None));
-    EXPECT_TRUE(isStandardChromaSiting(ChromaSiting_None));
-    EXPECT_TRUE(isStandardCompression({"android", 9}));
-    EXPECT_FALSE(isStandardInterlaced(Compression_None));
-    EXPECT_TRUE(isStandardMetadataType(MetadataType_PlaneLayouts));
-    EXPECT_TRUE(isStandardMetadataType({"", 1}));
-    EXPECT_FALSE(isStandardMetadataType({"vendor", 1}));
-}
-
-TEST(Gralloc4, NamesValuesForLogs) {
-    EXPECT_EQ(getPlaneLayoutComponentTypeName(PlaneLayoutComponentType_CB), "Cb");
-    EXPECT_EQ(getPlaneLayoutComponentTypeName(PlaneLayoutComponentType_RAW), "RAW");
-    EXPECT_EQ(getPlaneLayoutComponentTypeName({"vendor", 2}), "vendor#2");
-    EXPECT_EQ(getCompressionName(Compression_DisplayStreamCompression), "DisplayStreamCompression");
-    EXPECT_EQ(getInterlacedName(Interlaced_TopBottom), "TopBottom");
-    EXPECT_EQ(getChromaSitingName(ChromaSiting_CositedHorizontal), "CositedHorizontal");
-    EXPECT_EQ(getChromaSitingName({GRALLOC4_CHROMA_SITING, 5}), "CositedBoth");
 }
 
 }  // namespace

@@ -12,9 +12,6 @@
 
 namespace {
 
-constexpr int32_t kMin32 = INT32_MIN;
-constexpr int32_t kMax32 = INT32_MAX;
-
 std::string get(const char* key, const char* defaultValue) {
     char value[PROPERTY_VALUE_MAX];
     const int length = property_get(key, value, defaultValue);
@@ -72,22 +69,14 @@ TEST(Properties, NumbersAreReadAsFarAsTheyGo) {
     constexpr int32_t kDefault = -77;
     const Case cases[] = {
             {"", kDefault, kDefault},
-            {"12", 12, 12},
             {"12abc", 12, 12},
             {"abc", kDefault, kDefault},
-            {" \t-5", -5, -5},
-            {"+7", 7, 7},
             {"0x1F", 31, 31},
             {"010", 8, 8},
-            {"09", 0, 0},
             {"0x", 0, 0},
-            {"2147483647", kMax32, kMax32},
-            {"2147483648", kDefault, int64_t{kMax32} + 1},
-            {"-2147483648", kMin32, kMin32},
-            {"-2147483649", kDefault, int64_t{kMin32} - 1},
-            {"9223372036854775807", kDefault, INT64_MAX},
+            {"2147483648", kDefault, int64_t{INT32_MAX} + 1},
+            {"-2147483649", kDefault, int64_t{INT32_MIN} - 1},
             {"9223372036854775808", kDefault, kDefault},
-            {"-9223372036854775809", kDefault, kDefault},
     };
     for (const Case& c : cases) {
         ASSERT_EQ(0, property_set("number", c.text));
@@ -96,23 +85,19 @@ TEST(Properties, NumbersAreReadAsFarAsTheyGo) {
         EXPECT_EQ(c.as64, property_get_int64("number", kDefault)) << '"' << c.text << '"';
         EXPECT_EQ(EBADF, errno);
     }
-    EXPECT_EQ(kDefault, property_get_int32(nullptr, kDefault));
     EXPECT_EQ(kDefault, property_get_int32("unset", kDefault));
 }
 
 TEST(Properties, OnlyExactWordsAreTruthValues) {
     constexpr int8_t kDefault = 42;
     const std::map<std::string, int8_t> cases = {
-            {"1", 1},   {"y", 1},        {"yes", 1},      {"true", 1},     {"on", 1},
-            {"0", 0},   {"n", 0},        {"no", 0},       {"false", 0},    {"off", 0},
-            {"", 42},   {"2", kDefault}, {"Y", kDefault}, {"t", kDefault}, {"TRUE", kDefault},
-            {"01", 42}, {"true ", 42},   {"yess", 42},
-    };
+            {"1", 1},       {"y", 1},        {"yes", 1},         {"true", 1},        {"on", 1},
+            {"0", 0},       {"n", 0},        {"no", 0},          {"false", 0},       {"off", 0},
+            {"", kDefault}, {"2", kDefault}, {"TRUE", kDefault}, {"true ", kDefault}};
     for (const auto& [text, expected] : cases) {
         ASSERT_EQ(0, property_set("truth", text.c_str()));
         EXPECT_EQ(expected, property_get_bool("truth", kDefault)) << '"' << text << '"';
     }
-    EXPECT_EQ(kDefault, property_get_bool(nullptr, kDefault));
 }
 
 }  // namespace

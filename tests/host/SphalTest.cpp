@@ -4,6 +4,7 @@
 #include <vndksupport/linker.h>
 
 #include <dlfcn.h>
+#include <link.h>
 #include <unistd.h>
 
 #include <cstdarg>
@@ -42,26 +43,17 @@ namespace {
 
 constexpr int kFlag = RTLD_LOCAL | RTLD_NOW;
 
-std::string pathOf(const void* address) {
-    Dl_info info = {};
-    EXPECT_NE(0, dladdr(address, &info));
-    return std::filesystem::canonical(info.dli_fname);
-}
-
 class SphalTest : public testing::Test {
   protected:
-    void SetUp() override {
-        gLog.clear();
+    SphalTest() {
         for (const char* folder : {"first", "second"})
             std::filesystem::create_directories(mRoot / folder);
         const std::string path = ":" + (mRoot / "missing").string() + ":" +
                                  (mRoot / "first").string() + ":" + (mRoot / "second").string();
         setenv("ZELKCAM_HOST_SPHAL_PATH", path.c_str(), 1);
+        gLog.clear();
     }
-    void TearDown() override {
-        unsetenv("ZELKCAM_HOST_SPHAL_PATH");
-        std::filesystem::remove_all(mRoot);
-    }
+    ~SphalTest() override { std::filesystem::remove_all(mRoot); }
 
     // Puts a copy of the probe library there.
     void install(const std::string& file) { std::filesystem::copy_file(PROBE_FILE, mRoot / file); }
@@ -71,11 +63,9 @@ class SphalTest : public testing::Test {
         void* const handle = android_load_sphal_library(name, kFlag);
         if (handle == nullptr)
             return "";
-        std::string path = "unknown";
-        for (const char* known : {"sphal_probe", "plexa_query", "__android_log_write"}) {
-            if (const void* symbol = dlsym(handle, known); symbol != nullptr && path == "unknown")
-                path = pathOf(symbol);
-        }
+        const link_map* loaded = nullptr;
+        EXPECT_EQ(0, dlinfo(handle, RTLD_DI_LINKMAP, &loaded));
+        const std::string path = std::filesystem::canonical(loaded->l_name);
         EXPECT_EQ(0, android_unload_sphal_library(handle));
         return path;
     }
@@ -94,9 +84,10 @@ TEST_F(SphalTest, TheFoldersOfTheEnvironmentComeInTheirOrder) {
 }
 
 TEST_F(SphalTest, ThenBesideTheHostPlatformThenWhereverTheLoaderLooks) {
-    const std::filesystem::path host =
-            pathOf(reinterpret_cast<const void*>(&android_load_sphal_library));
-    EXPECT_EQ(host.parent_path() / "libplexa.so", load("libplexa.so"));
+    Dl_info host = {};
+    ASSERT_NE(0, dladdr(reinterpret_cast<const void*>(&android_load_sphal_library), &host));
+    EXPECT_EQ(std::filesystem::canonical(host.dli_fname).parent_path() / "libplexa.so",
+              load("libplexa.so"));
     EXPECT_THAT(load("liblog.so.0"), HasSubstr("/liblog.so"));
 }
 

@@ -33,10 +33,6 @@ int waitFor(int fd, int timeout) {
     return result == 0 ? 0 : errno;
 }
 
-int closedNumber() {
-    return fence(true).get();
-}
-
 TEST(SyncWait, AnswersByTheStateOfTheFence) {
     EXPECT_EQ(0, waitFor(fence(true).get(), 0));
     EXPECT_EQ(0, waitFor(fence(true).get(), -1));
@@ -44,8 +40,8 @@ TEST(SyncWait, AnswersByTheStateOfTheFence) {
     EXPECT_EQ(ETIME, waitFor(fence(false).get(), 10));
     // Without looking at the timeout: this would wait for ever.
     EXPECT_EQ(EINVAL, waitFor(-1, -1));
-    EXPECT_EQ(EINVAL, waitFor(-5, -1));
-    EXPECT_EQ(EINVAL, waitFor(closedNumber(), -1));
+    const int closed = fence(true).get();
+    EXPECT_EQ(EINVAL, waitFor(closed, -1));
 }
 
 TEST(SyncWait, ADescriptorWithAnErrorIsNoFence) {
@@ -88,19 +84,6 @@ TEST(SyncMerge, FollowsTheInputThatIsStillUndecided) {
     // Two open ends have no union that one descriptor could stand for.
     EXPECT_EQ(-1, sync_merge("both", pending.get(), pending.get()));
     EXPECT_EQ(-1, sync_merge("none", -1, -1));
-}
-
-TEST(SyncFileInfo, TellsTheStateOfAStandIn) {
-    const ScopedFileDescriptor late = fence(false);
-    for (const int status : {0, 1}) {
-        struct sync_file_info* info = sync_file_info(late.get());
-        ASSERT_NE(nullptr, info);
-        EXPECT_EQ(status, info->status);
-        EXPECT_EQ(0u, info->num_fences);
-        sync_file_info_free(info);
-        signal(late);
-    }
-    EXPECT_EQ(nullptr, sync_file_info(closedNumber()));
 }
 
 }  // namespace

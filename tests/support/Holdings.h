@@ -1,0 +1,34 @@
+// What a process holds. Header only, so that programs without doubles have it as well.
+#pragma once
+
+#include <dirent.h>
+
+#include <fstream>
+#include <ostream>
+#include <string>
+
+namespace zelkcam::test {
+
+struct Holdings {
+    long descriptors = 0;
+    long mappings = 0;  // of buffers: heaps and the tools that watch them map as they like
+    bool operator==(const Holdings&) const = default;
+};
+
+inline Holdings holdings() {
+    Holdings held;
+    DIR* const folder = opendir("/proc/self/fd");
+    while (readdir(folder) != nullptr)
+        ++held.descriptors;
+    closedir(folder);
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);)
+        held.mappings += line.find("memfd:zelkcam") != std::string::npos;
+    return held;
+}
+
+inline std::ostream& operator<<(std::ostream& out, const Holdings& held) {
+    return out << held.descriptors << " descriptors, " << held.mappings << " mappings";
+}
+
+}  // namespace zelkcam::test
