@@ -1,5 +1,6 @@
 // The stable-C mapper backend: locks, fences, plane layouts.
 #include "tests/backends/BackendTest.h"
+#include "tests/support/PlaneCases.h"
 
 namespace zelkcam::test {
 
@@ -31,19 +32,6 @@ class MapperV5Test : public BackendTest {
     static std::vector<PlaneLayout> nv12() {
         return {plane(0, 8, 1920, {component(Y, 0)}),
                 plane(4096, 16, 2048, {component(CB, 0), component(CR, 8)})};
-    }
-
-    // "y cb cr ystride cstride step", addresses from the start of the buffer, "-" for null.
-    std::string described() {
-        std::string text;
-        for (const void* const address : {ycbcr.y, ycbcr.cb, ycbcr.cr})
-            text += address == nullptr ? "- "
-                                       : std::to_string(static_cast<const char*>(address) -
-                                                        mapperScript().base) +
-                                                 " ";
-        for (const size_t number : {ycbcr.ystride, ycbcr.cstride, ycbcr.chroma_step})
-            text += std::to_string(number) + " ";
-        return text;
     }
 
     int pixel = 77, stride = 77;
@@ -131,36 +119,16 @@ TEST_F(MapperV5Test, WhenOutYcbcrIsNullOrTheLayoutsCannotBeReadAcquireFenceStays
 }
 
 TEST_F(MapperV5Test, BytesOfAPixelAndOfARow) {
-    constexpr int64_t kFar = int64_t{1} << 32;
-    const struct {
-        std::vector<std::pair<int64_t, int64_t>> planes;  // increment and stride
-        int pixel, stride;
-    } cases[] = {
-            {{{8, 4096}, {16, 2048}}, -1, -1},
-            {{{24, 512}, {24, 512}, {24, 512}}, 3, 512},
-            {{{12, 7}}, -1, 7},
-            {{{0, 0}}, 0, 0},
-            {{{-8, -512}}, -1, -1},
-            // Once mixed, always mixed.
-            {{{8, 4}, {16, 2}, {8, 4}}, -1, -1},
-            {{{8, 4}, {-1, -1}, {8, 4}}, -1, -1},
-            // The first plane is cut to 32 bits, and then differs from itself.
-            {{{kFar + 8, kFar + 64}}, -1, -1},
-            {{{-1, -1}}, -1, -1},
-            {{{INT32_MAX - 7, INT32_MAX}}, (INT32_MAX - 7) / 8, INT32_MAX},
-    };
-    for (const auto& c : cases) {
-        std::vector<PlaneLayout> planes;
-        for (const auto& [increment, rowStride] : c.planes)
-            planes.push_back(plane(0, increment, rowStride, {}));
-        describePlanes(planes);
+    for (const PixelAndStrideCase& c : pixelAndStrideCases()) {
+        SCOPED_TRACE(&c - pixelAndStrideCases().data());
+        describePlanes(c.planes);
         EXPECT_EQ(lock(Shape::kLayout), 0);
         EXPECT_EQ(pixel, c.pixel);
         EXPECT_EQ(stride, c.stride);
     }
     void* data = nullptr;
     EXPECT_EQ(mapper->lock(buffer, 3, kRegion, -1, &data, nullptr, nullptr), 0);
-    EXPECT_EQ(data, mapperScript().base);
+    EXPECT_EQ(data, kMapped);
 }
 
 TEST_F(MapperV5Test, TheTwoOutputsAreWrittenAlsoWhenTheLockFailsAndLeftAloneWithoutLayouts) {
@@ -180,59 +148,23 @@ TEST_F(MapperV5Test, TheTwoOutputsAreWrittenAlsoWhenTheLockFailsAndLeftAloneWith
 }
 
 TEST_F(MapperV5Test, YcbcrDescribesWhereThePlanesLie) {
-    const PlaneLayoutComponent foreign = {{"vendor.Type", 1}, 3, 99};
-    const PlaneLayout bare = plane(48, 8, 4096, {});
-    const std::pair<std::vector<PlaneLayout>, const char*> cases[] = {
-            {nv12(), "0 4096 4097 1920 2048 2 "},
-            {{plane(64, 8, 32, {component(Y, 0)}), plane(200, 8, 16, {component(CR, 0)}),
-              plane(300, 8, 16, {component(CB, 0)})},
-             "64 300 200 32 16 1 "},
-            // One plane without components counts as luma, several do not.
-            {{bare}, "48 - - 4096 0 0 "},
-            {{bare, bare}, "- - - 0 0 0 "},
-            {{}, "- - - 0 0 0 "},
-            {{plane(0, 32, 64, {component(R, 0), component(A, 24)})}, "- - - 0 0 0 "},
-            // The given name's length decides: an empty one counts as standard.
-            {{plane(0, 8, 64, {{{"", 1}, 8, 8}})}, "1 - - 64 0 0 "},
-            // A foreign type is not even looked at; chroma may be of any size.
-            {{plane(0, 8, 64, {foreign, component(Y, 8)})}, "1 - - 64 0 0 "},
-            {{plane(8, 16, 64, {component(CB, 16, 99)})}, "- 10 - 0 64 2 "},
-    };
-    for (const auto& [planes, expected] : cases) {
-        describePlanes(planes);
+    std::vector<YcbcrCase> cases = describableLayouts();
+    cases.push_back({"one plane without components counts as luma",
+                     {plane(48, 8, 4096, {})},
+                     "48 - - 4096 0 0"});
+    for (const YcbcrCase& c : cases) {
+        SCOPED_TRACE(c.name);
+        describePlanes(c.planes);
         memset(&ycbcr, 0xFF, sizeof(ycbcr));
         EXPECT_EQ(lock(Shape::kYcbcr), 0);
-        EXPECT_EQ(described(), expected);
+        EXPECT_EQ(ycbcrText(ycbcr), c.description);
         EXPECT_THAT(ycbcr.reserved, testing::Each(0u));
         EXPECT_EQ(journal().times("unlock"), 0u) << "stays locked";
     }
 }
 
 TEST_F(MapperV5Test, YcbcrRefusesWhatItCannotSayAndUnlocksDroppingTheFenceUnclosed) {
-    const auto one = [](int64_t increment, int64_t rowStride, PlaneLayoutComponentType type,
-                        int64_t offset = 0, int64_t size = 8) {
-        return plane(0, increment, rowStride, {component(type, offset, size)});
-    };
-    const struct {
-        const char* name;
-        std::vector<PlaneLayout> planes;
-    } cases[] = {
-            {"a component between bytes", {one(8, 8, Y, 4)}},
-            {"a negative one between bytes", {one(8, 8, Y, -1)}},
-            {"of any standard type", {one(32, 8, A, 4)}},
-            {"luma twice", {one(8, 8, Y), one(8, 8, Y)}},
-            {"luma of 10 bits", {one(8, 8, Y, 0, 10)}},
-            {"luma that is not packed", {one(16, 8, Y)}},
-            {"chroma step 24", {one(24, 8, CB)}},
-            {"chroma step 12", {one(12, 8, CR)}},
-            {"chroma step 0", {one(0, 8, CR)}},
-            {"chroma step -8", {one(-8, 8, CB)}},
-            {"chroma of two strides", {one(8, 64, CB), one(8, 32, CR)}},
-            {"chroma of two steps", {one(8, 64, CB), one(16, 64, CR)}},
-            {"Cb twice", {one(8, 64, CB), one(8, 64, CB)}},
-            {"Cr twice", {one(8, 64, CR), one(8, 64, CR)}},
-    };
-    for (const auto& c : cases) {
+    for (const YcbcrCase& c : indescribableLayouts()) {
         SCOPED_TRACE(c.name);
         describePlanes(c.planes);
         const WatchedFd fence("acquire");
@@ -250,17 +182,13 @@ TEST_F(MapperV5Test, YcbcrRefusesWhatItCannotSayAndUnlocksDroppingTheFenceUnclos
     }
 }
 
-TEST_F(MapperV5Test, ALayoutIsDumpedOnlyWhenPropertyLevelAndMaskAllowIt) {
+TEST_F(MapperV5Test, ALayoutIsDumpedOnlyWhenThePropertyAndTheGateAllowIt) {
     describePlanes({plane(0, 8, 1920, {component(Y, 0)}), plane(-1, 0, 0, {{{"", 7}, -1, 0}})});
     const struct {
         int property;
         LogSettings log;
         size_t lines;
-    } cases[] = {{1, kDebugLog, 2},
-                 {-1, kDebugLog, 2},
-                 {0, kDebugLog, 0},
-                 {1, {.details = 4}, 0},
-                 {1, {.details = 5, .mask = 0x40000000}, 0}};
+    } cases[] = {{-1, kDebugLog, 2}, {0, kDebugLog, 0}, {1, {.details = 4}, 0}};
     for (const auto& c : cases) {
         platformScript().properties["debug.zelkcam.utils.gralloc.loglevel"] = c.property;
         const NSCam::GrallocMapperAidlV2::MapperV5 logging(scriptedAllocator());

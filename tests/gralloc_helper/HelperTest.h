@@ -1,13 +1,9 @@
 // The fixture of the facade's tests: the helper over a scripted platform.
 #pragma once
 
-#include <fcntl.h>
-
 #include <sstream>
 
-#include "tests/support/DoublesTest.h"
-#include "tests/support/PlatformDoubles.h"
-#include "tests/support/ScriptedGralloc.h"
+#include "tests/support/GrallocTest.h"
 #include "utils/gralloc/IGrallocHelper.h"
 
 namespace zelkcam::test {
@@ -20,22 +16,14 @@ struct OneFdHandle {
     int data[2] = {0, 0};
 };
 
-class HelperTest : public DoublesTest {
+class HelperTest : public GrallocTest {
   protected:
     void SetUp() override {
-        DoublesTest::SetUp();
-        resetScripts();
+        GrallocTest::SetUp();
         [[maybe_unused]] static const bool once = (registerScriptedAllocator(), true);
         helper = NSCam::IGrallocHelper::singleton();
-        touchEveryDouble();
-        resetScripts();
-    }
-
-    void TearDown() override {
-        EXPECT_TRUE(mapperScript().imports.empty()) << "a buffer was not freed";
-        EXPECT_EQ(platformScript().wrongPresets, 0);
-        for (const int fd : allocatorScript().descriptors)
-            EXPECT_EQ(fcntl(fd, F_GETFD), -1) << "a raw buffer's descriptor was not closed";
+        helper->clearMap();
+        forget();
     }
 
     // Both put the answer into `info`.
@@ -60,26 +48,6 @@ class HelperTest : public DoublesTest {
     const native_handle* const handle = &foreign.header;
     NSCam::IGrallocHelper* helper = nullptr;
     zcam::GrallocStaticInfo info;
-
-  private:
-    static void resetScripts() {
-        platformScript() = {};
-        mapperScript() = {};
-        allocatorScript() = {};
-    }
-
-    void touchEveryDouble() {
-        describeBuffers({.format = 1, .width = 1, .height = 1});
-        EXPECT_EQ(request({0, 1, 1, 1}), 0);
-        helper->query(nullptr, nullptr, nullptr);
-        helper->unlock(handle);
-        helper->setBufferStatus(handle, 0, 0);
-        expectConnected({"plexa_query", "plexa_perform", "plexa_sf_set_status", "allocate2",
-                         "importBuffer", "freeBuffer", "flush", "sync_wait", "close", "systemTime",
-                         "property_get_int32", "__android_log_print", "ULogger::write"});
-        helper->clearMap();
-        forget();
-    }
 };
 
 }  // namespace zelkcam::test

@@ -8,7 +8,6 @@
 #include <numeric>
 
 #include "tests/hdr/HdrTest.h"
-#include "tests/support/Journal.h"
 #include "utils/gralloc/aidl/v2/allocator/allocator.h"
 #include "zelkcam/host/handle_transport.h"
 
@@ -110,20 +109,6 @@ TEST(HdrHostTest, WhatOneProcessSetsAnotherReadsBitForBit) {
     EXPECT_TRUE(holds(platform.mapper, buffer, 1, 8, text(kOddFloats + 8, 8)));
     EXPECT_TRUE(holds(platform.mapper, buffer, 0, 40, "")) << "taken away by the other";
     EXPECT_TRUE(holds(platform.mapper, buffer, 2, 224, text(hdr10Plus))) << "left alone";
-    platform.allocator.free(buffer);
-}
-
-// Each call of the mapper is followed by one flush, which the double notes.
-TEST(HdrHostTest, ReadingTakesASecondCallBeyond512Bytes) {
-    const Platform platform;
-    const native_handle* const buffer = platform.allocate();
-    for (const auto& [size, calls] : {std::pair(0u, 1u), {435u, 1u}, {436u, 2u}, {900u, 2u}}) {
-        const Payload payload = counted(size, 1);
-        EXPECT_EQ(set(platform.mapper, buffer, 2, &payload, 0), 0);
-        journal().take();
-        EXPECT_TRUE(holds(platform.mapper, buffer, 2, 224, text(payload)));
-        EXPECT_EQ(journal().times("flush"), calls) << size;
-    }
     platform.allocator.free(buffer);
 }
 

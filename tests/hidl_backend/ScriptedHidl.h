@@ -68,7 +68,6 @@ class HidlBackendTest : public DoublesTest {
     static constexpr Shape kShapes[] = {Shape::kPlain, Shape::kLayout, Shape::kYcbcr};
 
     void SetUp() override;
-    void TearDown() override;
 
     int32_t lock(Shape shape, int fence = -1);
 
@@ -78,14 +77,6 @@ class HidlBackendTest : public DoublesTest {
     void* data = nullptr;
     int pixel = 77, stride = 77;
     android_ycbcr ycbcr = {};
-
-  private:
-    void reachEveryDouble();
-
-    int mFlushes = 0;  // before the pair was used
 };
-
-// Where every lock answers that the buffer lies.
-inline char* const kMapped = reinterpret_cast<char*>(0x7000'0000);
 
 }  // namespace zelkcam::test

@@ -42,11 +42,6 @@ void Journal::add(const std::string& entry) {
     state().entries.push_back(entry);
 }
 
-void Journal::count(const std::string& name) {
-    const std::lock_guard guard(state().lock);
-    ++state().calls[name];
-}
-
 Calls Journal::take() {
     const std::lock_guard guard(state().lock);
     return std::exchange(state().entries, {});

@@ -14,12 +14,10 @@ class Journal {
   public:
     // Notes one call: the double's name, a blank, the arguments that matter.
     void add(const std::string& entry);
-    // Counts a call that says nothing about order.
-    void count(const std::string& name);
     // The entries since the last take; and how often one of them is `entry`, without taking.
     Calls take();
     size_t times(const std::string& entry) const;
-    // Calls of a double since the process began: 0 says that it is not connected.
+    // Calls of a double since the process began.
     int calls(const std::string& name) const;
 };
 

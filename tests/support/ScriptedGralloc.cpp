@@ -49,7 +49,7 @@ AIMapper_Error lock(buffer_handle_t, uint64_t usage, ARect rect, int fence, void
     journal().add(text);
     if (mapperScript().onLock)
         mapperScript().onLock();
-    *out = mapperScript().base;
+    *out = kMapped;  // a failed lock writes, too
     return toError(mapperScript().lockResult);
 }
 

@@ -20,6 +20,9 @@ using aidl::android::hardware::graphics::common::PlaneLayoutComponent;
 using aidl::android::hardware::graphics::common::PlaneLayoutComponentType;
 using aidl::android::hardware::graphics::common::StandardMetadataType;
 
+// Where every lock answers that the buffer lies.
+inline char* const kMapped = reinterpret_cast<char*>(0x7000'0000);
+
 // What the mapper answers. Calls reach the journal as "importBuffer", "freeBuffer", "lock usage=3
 // rect=0,0,640,480 fence=-1", "unlock", "getStandardMetadata 15 512", "setStandardMetadata 19 109".
 struct MapperScript {
@@ -30,7 +33,6 @@ struct MapperScript {
     bool importGivesNull = false;  // a success without a handle
     int32_t freeResult = 0;
     int32_t lockResult = 0;
-    char* base = reinterpret_cast<char*>(0x7000'0000);  // what a lock answers, and a failed one too
     int32_t unlockResult = 0;
     int unlockFence = -1;  // written by unlock unless -1, also by a failing one
     int32_t setResult = 0;

@@ -1,19 +1,16 @@
-// The doubles and matchers themselves: a check that cannot fail is worse than none.
+// The doubles themselves: a check that cannot fail is worse than none.
 #include <fcntl.h>
-#include <gtest/gtest-spi.h>
 #include <unistd.h>
 
 #include "platform/log.h"
 #include "platform/ulog.h"
 #include "tests/support/DoublesTest.h"
-#include "tests/support/PlatformDoubles.h"
 
 namespace zelkcam::test {
 
 namespace {
 
 using NSCam::Utils::ULog::ULogger;
-using testing::ContainsRegex;
 using testing::ElementsAre;
 
 class SupportTest : public DoublesTest {
@@ -66,27 +63,6 @@ TEST_F(SupportTest, AWatchedDescriptorKnowsWhenItIsClosedAlsoWhenItsNumberIsTake
     EXPECT_EQ(fcntl(other, F_GETFD), 0);
     close(-1);
     EXPECT_THAT(journal().take(), ElementsAre("close release", "close -1"));
-}
-
-TEST_F(SupportTest, AFatalStatementIsSeenWithItsTextAndASurvivedOneFails) {
-    EXPECT_FATAL(__android_log_assert("1", "tag", "(%s)", "lock"),
-                 ContainsRegex("assert\\(1\\) tag \\(lock\\)"));
-    EXPECT_NONFATAL_FAILURE(EXPECT_FATAL(exit(0), ""), "Exited with exit status 0");
-}
-
-TEST_F(SupportTest, ADoubleThatWasNeverReachedFailsTheFixture) {
-    EXPECT_NONFATAL_FAILURE(expectConnected({"sync_wait"}), "sync_wait is not connected");
-    journal().add("sync_wait 3");
-    expectConnected({"sync_wait"});
-}
-
-TEST_F(SupportTest, TheExtensionAnswersInTurnAndSeesAWrongPreset) {
-    describeBuffers({.height = 10, .height32 = 20});
-    int32_t slots[] = {0, 0, 7};
-    for (int32_t& slot : slots)
-        plexa_query(nullptr, PLEXA_GET_HEIGHT, &slot);
-    EXPECT_THAT(slots, ElementsAre(10, 20, 10));
-    EXPECT_EQ(platformScript().wrongPresets, 1);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "tools/grallocinfo/output.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -32,12 +33,26 @@ bool colourWanted() {
            !(terminal && strcmp(terminal, "dumb") == 0);
 }
 
+size_t outputWidth() {
+    constexpr size_t kPlenty = 1000;
+    winsize size{};
+    if (!isatty(STDOUT_FILENO))
+        return kPlenty;
+    const char* const columns = getenv("COLUMNS");
+    const long asked = columns ? strtol(columns, nullptr, 10) : 0;
+    if (asked > 0)
+        return static_cast<size_t>(asked);
+    return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : kPlenty;
+}
+
 void remark(const std::string& text) {
     std::cerr << "grallocinfo: " << text << std::endl;
 }
 
 void flushOutput() {
-    errno = 0;
+    // A stream that has failed before left its reason.
+    if (std::cout)
+        errno = 0;
     if (!std::cout.flush())
         throw systemFailure("cannot write to standard output", errno ? errno : EIO);
 }

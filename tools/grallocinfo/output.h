@@ -2,6 +2,7 @@
 // it goes to standard error.
 #pragma once
 
+#include <cstddef>
 #include <fstream>
 #include <functional>
 #include <ostream>
@@ -17,6 +18,10 @@ bool documentWritten();
 
 // Whether standard output is a terminal that wants colours.
 bool colourWanted();
+
+// How many characters a line of standard output has room for: a terminal's width, COLUMNS if set;
+// plenty where it is no terminal.
+size_t outputWidth();
 
 // One line on standard error, led by the program's name.
 void remark(const std::string& text);

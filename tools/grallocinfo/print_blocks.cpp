@@ -4,12 +4,14 @@
 #include <array>
 #include <cmath>
 #include <string>
+#include <string_view>
 
 namespace grallocinfo {
 
 namespace {
 
-constexpr size_t kColumns = 64;
+constexpr size_t kMostColumns = 64;
+constexpr size_t kFewestColumns = 16;
 constexpr size_t kLines = 24;
 
 constexpr std::array<const char*, 3> kColours{"\033[34m", "\033[33m", "\033[32m"};
@@ -19,6 +21,7 @@ constexpr char kPicture[] = "█";
 constexpr char kStridePadding[] = "░";
 constexpr char kVerticalPadding[] = "▒";
 constexpr char kTail[] = "·";
+constexpr std::string_view kLabelGap = "  ";
 
 // `part` of `whole`, of which `cells` are drawn: a padding that is there costs a cell, and so does
 // a picture.
@@ -36,11 +39,13 @@ void repeat(std::string& line, const char* character, size_t count) {
 
 class BlockDrawing {
   public:
-    BlockDrawing(std::ostream& out, const BufferGeometry& buffer, bool colour);
+    BlockDrawing(std::ostream& out, const BufferGeometry& buffer, bool colour, size_t lineWidth);
 
     void print();
 
   private:
+    std::string labelOf(size_t index) const;
+    std::string tailLabel() const { return "tail at " + std::to_string(mBuffer.planesEnd); }
     void printPlane(size_t index);
     void printLine(size_t index, const std::string& cells, const std::string& label);
     size_t linesOf(double rows) const;
@@ -48,17 +53,31 @@ class BlockDrawing {
     std::ostream& mOut;
     const BufferGeometry& mBuffer;
     const bool mColour;
+    size_t mColumns = kMostColumns;
     uint64_t mWidest = 1;
     double mRows = 0;
 };
 
-BlockDrawing::BlockDrawing(std::ostream& out, const BufferGeometry& buffer, bool colour)
+// The labels stand right of the cells, which leave them room.
+BlockDrawing::BlockDrawing(std::ostream& out, const BufferGeometry& buffer, bool colour,
+                           size_t lineWidth)
     : mOut(out), mBuffer(buffer), mColour(colour) {
-    for (const PlaneGeometry& plane : buffer.planes) {
+    size_t label = buffer.tail() > 0 ? tailLabel().size() : 0;
+    for (size_t i = 0; i < buffer.planes.size(); ++i) {
+        const PlaneGeometry& plane = buffer.planes[i];
         mWidest = std::max(mWidest, plane.rowStride);
         mRows += double(plane.size) / double(plane.rowStride);
+        label = std::max(label, labelOf(i).size());
     }
     mRows += double(buffer.tail()) / double(mWidest);
+    const size_t taken = label + kLabelGap.size();
+    mColumns = std::clamp(lineWidth > taken ? lineWidth - taken : 0, kFewestColumns, kMostColumns);
+}
+
+std::string BlockDrawing::labelOf(size_t index) const {
+    const PlaneGeometry& plane = mBuffer.planes[index];
+    return "plane " + std::to_string(index) + " " + std::string(plane.components) + " at " +
+           std::to_string(plane.offset);
 }
 
 size_t BlockDrawing::linesOf(double rows) const {
@@ -68,16 +87,17 @@ size_t BlockDrawing::linesOf(double rows) const {
 
 void BlockDrawing::printLine(size_t index, const std::string& cells, const std::string& label) {
     const char* const colour = mColour ? kColours[index % kColours.size()] : "";
-    mOut << colour << cells << (mColour ? kColourOff : "") << (label.empty() ? "" : "  ") << label
-         << '\n';
+    mOut << colour << cells << (mColour ? kColourOff : "") << (label.empty() ? "" : kLabelGap)
+         << label << '\n';
 }
 
 void BlockDrawing::printPlane(size_t index) {
     const PlaneGeometry& plane = mBuffer.planes[index];
     const size_t lines = linesOf(double(plane.size) / double(plane.rowStride));
-    const size_t columns = std::max<size_t>(1, cellsOf(plane.rowStride, mWidest, kColumns));
+    const size_t columns = std::max<size_t>(1, cellsOf(plane.rowStride, mWidest, mColumns));
     const size_t pictureColumns = cellsOf(plane.pictureRowBytes, plane.rowStride, columns);
-    const size_t tailLines = plane.tailBytes > 0 && lines > 1 ? 1 : 0;
+    // A plane without one whole row is all tail.
+    const size_t tailLines = plane.rows == 0 ? lines : plane.tailBytes > 0 && lines > 1 ? 1 : 0;
     const size_t tailColumns = cellsOf(plane.tailBytes, plane.rowStride, columns);
     const size_t pictureLines = cellsOf(plane.pictureRows, plane.rows, lines - tailLines);
     for (size_t line = 0; line < lines; ++line) {
@@ -89,12 +109,7 @@ void BlockDrawing::printPlane(size_t index) {
             const bool isTail = line >= lines - tailLines;
             repeat(cells, isTail ? kTail : kVerticalPadding, isTail ? tailColumns : columns);
         }
-        std::string label;
-        if (line == 0) {
-            label = "plane " + std::to_string(index) + " " + std::string(plane.components) +
-                    " at " + std::to_string(plane.offset);
-        }
-        printLine(index, cells, label);
+        printLine(index, cells, line == 0 ? labelOf(index) : "");
     }
 }
 
@@ -103,8 +118,8 @@ void BlockDrawing::print() {
         printPlane(i);
     if (mBuffer.tail() > 0) {
         std::string cells;
-        repeat(cells, kTail, kColumns);
-        printLine(mBuffer.planes.size(), cells, "tail at " + std::to_string(mBuffer.planesEnd));
+        repeat(cells, kTail, mColumns);
+        printLine(mBuffer.planes.size(), cells, tailLabel());
     }
     mOut << kPicture << " picture  " << kStridePadding << " stride padding  " << kVerticalPadding
          << " vertical padding  " << kTail << " tail\n";
@@ -112,8 +127,8 @@ void BlockDrawing::print() {
 
 }  // namespace
 
-void printBlocks(std::ostream& out, const BufferGeometry& buffer, bool colour) {
-    BlockDrawing(out, buffer, colour).print();
+void printBlocks(std::ostream& out, const BufferGeometry& buffer, bool colour, size_t lineWidth) {
+    BlockDrawing(out, buffer, colour, lineWidth).print();
 }
 
 }  // namespace grallocinfo

@@ -8,7 +8,8 @@
 namespace grallocinfo {
 
 // Bytes of a row run across, rows run down, to scale; whatever is smaller than a character, but
-// there, is drawn as one. With `colour` every plane has its own.
-void printBlocks(std::ostream& out, const BufferGeometry& buffer, bool colour);
+// there, is drawn as one. With `colour` every plane has its own. Lines stay within `lineWidth`
+// characters, unless that is too few to draw anything.
+void printBlocks(std::ostream& out, const BufferGeometry& buffer, bool colour, size_t lineWidth);
 
 }  // namespace grallocinfo

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <initializer_list>
 #include <sstream>
 #include <vector>
 
@@ -13,13 +14,13 @@ namespace grallocinfo {
 namespace {
 
 // The page, in pixels. The picture stands between the offsets and the descriptions.
-constexpr double kPageWidth = 1020;
-constexpr double kPictureLeft = 184;
+constexpr double kPageWidth = 1032;
+constexpr double kPictureLeft = 196;
 constexpr double kPictureTop = 92;
 constexpr double kPictureWidth = 470;
 constexpr double kPictureHeight = 460;
 constexpr double kTallestRow = 48;
-constexpr double kDescriptionLeft = 698;
+constexpr double kDescriptionLeft = 710;
 constexpr double kLineHeight = 17;
 constexpr double kDescriptionGap = 14;
 constexpr double kOffsetGap = 16;
@@ -34,9 +35,24 @@ struct Scale {
     double pixelsPerRow;
 };
 
+struct Point {
+    double x, y;
+};
+
 struct Box {
     double x, y, width, height;
 };
+
+// What a pixel of the page stands for, or the other way round where it stands for less than one.
+std::string scaleText(const std::string& unit, double pixels) {
+    const auto text = [](double value) {
+        char digits[40];
+        (void)snprintf(digits, sizeof(digits), value < 100 ? "%.2f" : "%.0f", value);
+        return std::string(digits);
+    };
+    return pixels < 1 ? "1 px is " + text(1 / pixels) + " " + unit + "s"
+                      : "1 " + unit + " is " + text(pixels) + " px";
+}
 
 std::string number(double value) {
     char text[40];
@@ -79,9 +95,9 @@ class SvgPage {
                          const std::string& suffix);
     void printBufferTail();
     void printLegend();
-    void describe(double top, const std::vector<std::string>& lines, const std::string& colour);
+    void describe(Point corner, const std::vector<std::string>& lines, const std::string& colour);
     void printOffset(double top, uint64_t offset);
-    void printLeader(double x, double fromY, double toX, double toY);
+    void printLeader(std::initializer_list<Point> points);
     void printArea(const char* kind, const Box& box, const std::string& fill);
     void printOutline(const Box& box, const std::string& colour);
     void printText(const char* kind, double x, double y, const std::string& text);
@@ -95,13 +111,18 @@ class SvgPage {
     double mBottom = kPictureTop;        // of everything, known when the legend is drawn
 };
 
-std::vector<std::string> descriptionOf(const PlaneGeometry& plane, size_t index) {
+std::vector<std::string> descriptionOf(const PlaneGeometry& plane, size_t index,
+                                       bool pictureKnown) {
     const auto text = [](uint64_t value) { return std::to_string(value); };
     std::vector<std::string> lines;
     lines.push_back("plane " + text(index) +
                     (plane.components.empty() ? "" : ": " + std::string(plane.components)));
     lines.push_back(text(plane.size) + " bytes from offset " + text(plane.offset));
     lines.push_back(text(plane.rows) + " rows, row stride " + text(plane.rowStride) + " bytes");
+    if (!pictureKnown) {
+        lines.push_back("what is padding in it is not known");
+        return lines;
+    }
     lines.push_back("picture: " + text(plane.pictureRows) + " rows of " +
                     text(plane.pictureRowBytes) + " bytes");
     lines.push_back("padding: " + text(plane.stridePadding()) + " bytes a row, " +
@@ -166,7 +187,8 @@ void SvgPage::printPlane(size_t index) {
           << "\">\n";
     printPlaneAreas(plane, colour, suffix);
     printOffset(mY, plane.offset);
-    describe(mY, descriptionOf(plane, index), colour);
+    describe({kPictureLeft + double(plane.rowStride) * mScale.pixelsPerByte, mY},
+             descriptionOf(plane, index, mBuffer.pictureKnown), colour);
     mBody << "</g>\n";
     mY += rowsOf(plane) * mScale.pixelsPerRow;
 }
@@ -198,7 +220,8 @@ void SvgPage::printBufferTail() {
     printArea("tail", box, kTailColour);
     printOutline(box, kTailColour);
     printOffset(mY, mBuffer.planesEnd);
-    describe(mY, {"tail of the buffer", std::to_string(mBuffer.tail()) + " bytes in no plane"},
+    describe({kPictureLeft + kPictureWidth, mY},
+             {"tail of the buffer", std::to_string(mBuffer.tail()) + " bytes in no plane"},
              kTailColour);
     mBody << "</g>\n";
     mY += box.height;
@@ -213,7 +236,7 @@ void SvgPage::printLegend() {
     static constexpr Entry kEntries[] = {{kPlaneColours[0], "picture"},
                                          {"url(#stride0)", "stride padding"},
                                          {"url(#vertical0)", "vertical padding"},
-                                         {"url(#tail0)", "less than a row"}};
+                                         {"url(#tail0)", "tail"}};
     double x = kPictureLeft;
     for (const Entry& entry : kEntries) {
         printArea("legend", {x, y - 11, 14, 14}, entry.fill);
@@ -222,14 +245,17 @@ void SvgPage::printLegend() {
     }
     mBottom = y;
     printText("note", kDescriptionLeft, y,
-              "1 px is " + number(1 / mScale.pixelsPerByte) + " bytes across, " +
-                      number(1 / mScale.pixelsPerRow) + " rows down");
+              "across " + scaleText("byte", mScale.pixelsPerByte) + ", down " +
+                      scaleText("row", mScale.pixelsPerRow));
 }
 
-void SvgPage::describe(double top, const std::vector<std::string>& lines,
+// Of the area whose upper right corner is `corner`.
+void SvgPage::describe(Point corner, const std::vector<std::string>& lines,
                        const std::string& colour) {
-    const double y = std::max(top, mDescriptionY);
-    printLeader(kPictureLeft + kPictureWidth + 6, top + 0.5, kDescriptionLeft - 10, y + 8);
+    const double y = std::max(corner.y, mDescriptionY);
+    printLeader({{corner.x + 6, corner.y + 0.5},
+                 {kPictureLeft + kPictureWidth + 6, corner.y + 0.5},
+                 {kDescriptionLeft - 10, y + 8}});
     mBody << "<rect x=\"" << number(kDescriptionLeft - 10) << "\" y=\"" << number(y + 1)
           << "\" width=\"4\" height=\"" << number(double(lines.size()) * kLineHeight)
           << "\" fill=\"" << colour << "\"/>\n";
@@ -242,14 +268,17 @@ void SvgPage::describe(double top, const std::vector<std::string>& lines,
 
 void SvgPage::printOffset(double top, uint64_t offset) {
     const double y = std::max(top, mOffsetY);
-    printLeader(kPictureLeft - 24, y, kPictureLeft - 4, top);
+    printLeader({{kPictureLeft - 24, y}, {kPictureLeft - 4, top}});
     printText("offset", kPictureLeft - 30, y + 4, std::to_string(offset) + " " + hex(offset));
     mOffsetY = y + kOffsetGap;
 }
 
-void SvgPage::printLeader(double x, double y, double toX, double toY) {
-    mBody << "<path class=\"leader\" d=\"M" << number(x) << " " << number(y) << "L" << number(toX)
-          << " " << number(toY) << "\"/>\n";
+void SvgPage::printLeader(std::initializer_list<Point> points) {
+    mBody << "<path class=\"leader\" d=\"";
+    for (const Point& point : points)
+        mBody << (&point == points.begin() ? "M" : "L") << number(point.x) << " "
+              << number(point.y);
+    mBody << "\"/>\n";
 }
 
 void SvgPage::printArea(const char* kind, const Box& box, const std::string& fill) {

@@ -88,6 +88,30 @@ std::string textOrNone(const std::optional<Value>& value) {
     return value ? textOf(*value) : "none";
 }
 
+struct GeometryRow {
+    const char* title;
+    bool isOfPicture;  // unknown where a vendor keeps the inside of a format to itself
+    std::string (*textOf)(const PlaneGeometry&);
+};
+
+constexpr GeometryRow kGeometryRows[] = {
+        {"holds", false, [](const PlaneGeometry& plane) { return std::string(plane.components); }},
+        {"offset", false, [](const PlaneGeometry& plane) { return std::to_string(plane.offset); }},
+        {"size", false, [](const PlaneGeometry& plane) { return std::to_string(plane.size); }},
+        {"row stride", false,
+         [](const PlaneGeometry& plane) { return std::to_string(plane.rowStride); }},
+        {"rows", false, [](const PlaneGeometry& plane) { return std::to_string(plane.rows); }},
+        {"picture row", true,
+         [](const PlaneGeometry& plane) { return std::to_string(plane.pictureRowBytes); }},
+        {"picture rows", true,
+         [](const PlaneGeometry& plane) { return std::to_string(plane.pictureRows); }},
+        {"stride padding", true,
+         [](const PlaneGeometry& plane) { return std::to_string(plane.stridePadding()); }},
+        {"vertical padding", true,
+         [](const PlaneGeometry& plane) { return std::to_string(plane.verticalPadding()); }},
+        {"tail", false, [](const PlaneGeometry& plane) { return std::to_string(plane.tailBytes); }},
+};
+
 void printHdr(std::ostream& out, const HdrMetadata& hdr) {
     out << "SMPTE2086     " << textOrNone(hdr.smpte2086) << "\nCTA861_3      "
         << textOrNone(hdr.cta861_3) << "\nSMPTE2094_40  " << textOrNone(hdr.smpte2094_40) << '\n';
@@ -162,25 +186,17 @@ void printBuffer(std::ostream& out, const BufferAnswer& buffer) {
     printHdr(out, buffer.hdr);
 }
 
+// A column a plane: three rows of all these numbers would be wider than a terminal.
 void printGeometry(std::ostream& out, const BufferGeometry& buffer) {
-    Table table({{"plane"},
-                 {"holds", Align::kLeft},
-                 {"offset"},
-                 {"size"},
-                 {"row stride"},
-                 {"rows"},
-                 {"picture"},
-                 {"stride padding"},
-                 {"vertical padding"},
-                 {"tail"}});
-    for (size_t i = 0; i < buffer.planes.size(); ++i) {
-        const PlaneGeometry& plane = buffer.planes[i];
-        table.add({std::to_string(i), std::string(plane.components), std::to_string(plane.offset),
-                   std::to_string(plane.size), std::to_string(plane.rowStride),
-                   std::to_string(plane.rows),
-                   std::to_string(plane.pictureRowBytes) + "x" + std::to_string(plane.pictureRows),
-                   std::to_string(plane.stridePadding()), std::to_string(plane.verticalPadding()),
-                   std::to_string(plane.tailBytes)});
+    std::vector<Table::Column> columns{{"plane", Align::kLeft}};
+    for (size_t i = 0; i < buffer.planes.size(); ++i)
+        columns.push_back({std::to_string(i)});
+    Table table(columns);
+    for (const auto& [title, isOfPicture, textOf] : kGeometryRows) {
+        std::vector<std::string> cells{title};
+        for (const PlaneGeometry& plane : buffer.planes)
+            cells.push_back(isOfPicture && !buffer.pictureKnown ? "-" : textOf(plane));
+        table.add(cells);
     }
     table.print(out);
     out << "planes end at " << buffer.planesEnd;

@@ -77,7 +77,7 @@ void printOutcome(const QueryOutcome& outcome, const QueryOptions& options) {
     if (!options.draw)
         return;
     std::cout << '\n';
-    printBlocks(std::cout, outcome.geometry, colourWanted());
+    printBlocks(std::cout, outcome.geometry, colourWanted(), outputWidth());
     std::cout << '\n';
     printGeometry(std::cout, outcome.geometry);
 }
