@@ -85,14 +85,13 @@ TEST_F(HidlMapperTest, ALockPassesItsArgumentsOnAndClosesTheFenceAfterTheCall) {
             EXPECT_EQ(asked.region, (IMapper::Rect{1, 2, 3, 4}));
             EXPECT_EQ(asked.fence, "acquire");
             EXPECT_TRUE(asked.fenceIsOpen);
-            EXPECT_FALSE(fence.isOpen());
-            Calls calls = journal().take();
+            const Calls calls = journal().take();
             EXPECT_THAT(Calls(calls.end() - 3, calls.end()),
                         ElementsAre("lock", "lock is over", "close acquire"));
 
             EXPECT_EQ(lock(shape), static_cast<int32_t>(error));
             EXPECT_EQ(hidlScript().lock.fence, "none");
-            EXPECT_EQ(journal().times("close -1"), 0u);
+            EXPECT_EQ(journal().take().back(), "lock is over") << "nothing to close";
         }
     for (const Transport transport : {Transport::kFailsOnTheWay, Transport::kFailsOnTheWayBack})
         for (const Shape shape : {Shape::kPlain, Shape::kLayout}) {
@@ -227,8 +226,7 @@ TEST_F(HidlMapperTest, UnlockAnswersACopyOfAFenceThatIsTheOnlyDescriptor) {
     for (const auto& c : cases) {
         SCOPED_TRACE(&c - cases);
         const FenceHandle handle(fence, c.fds, c.ints);
-        hidlScript() = {
-                .transport = c.transport, .error = c.error, .releaseFence = handle.get()};
+        hidlScript() = {.transport = c.transport, .error = c.error, .releaseFence = handle.get()};
         const int copy = mapper->unlock(buffer);
         EXPECT_TRUE(fence.isOpen()) << "the mapper's own";
         EXPECT_NE(copy, fence.get());
@@ -251,10 +249,10 @@ TEST_F(HidlMapperTest, AFenceThatCannotBeCopiedIsWaitedForWithoutLimit) {
         platformScript().syncWaitResult = told ? 0 : -1;
         EXPECT_EQ(mapper->unlock(buffer), -1);
         EXPECT_THAT(journal().take(), ElementsAre("unlock", "sync_wait release", "unlock is over"));
-        EXPECT_THAT(takeLog(),
-                    ElementsAreArray(std::vector<std::string>(
-                            told, "D GrallocMapper [operator()] failed to dup unlock release "
-                                  "fence")));
+        EXPECT_THAT(takeLog(), ElementsAreArray(std::vector<std::string>(
+                                       told,
+                                       "D GrallocMapper [operator()] failed to dup unlock release "
+                                       "fence")));
         EXPECT_TRUE(fence.isOpen());
     }
 }
@@ -264,7 +262,9 @@ TEST_F(HidlMapperTest, TwoLinesPassByTheGatesAndTheSwitchboardTheOthersDoNot) {
             "E(android) GrallocMapper get(android.hardware.graphics.common.StandardMetadataType, "
             "15, ...) failed with # without its location";
     const std::string lockLine = "W(android) GrallocMapper lock(0x77, ...) failed: ";
-    const auto getLine = [&](char code) { return std::string(get).replace(get.find('#'), 1, 1, code); };
+    const auto getLine = [&](char code) {
+        return std::string(get).replace(get.find('#'), 1, 1, code);
+    };
     for (const uint32_t mode : {0x9, 0x8}) {
         setLog({.details = 0, .mask = 0, .mode = mode});
         hidlScript() = {.error = Error::BAD_BUFFER, .lockError = Error::BAD_VALUE};
@@ -274,11 +274,12 @@ TEST_F(HidlMapperTest, TwoLinesPassByTheGatesAndTheSwitchboardTheOthersDoNot) {
         mapper->unlock(buffer);
         lock(Shape::kPlain);
         const std::string output = mode == 0x9 ? "E " : "E(switchboard) ";
-        EXPECT_THAT(takeLog(),
-                    ElementsAre(output + "GrallocMapper [freeBuffer] freeBuffer(0x77) failed with 2",
-                                output + "GrallocMapper [unlock] unlock(0x77) failed with 2",
-                                output + "GrallocMapper [operator()] IMapper->lock error happen, "
-                                         "err=3"));
+        EXPECT_THAT(
+                takeLog(),
+                ElementsAre(output + "GrallocMapper [freeBuffer] freeBuffer(0x77) failed with 2",
+                            output + "GrallocMapper [unlock] unlock(0x77) failed with 2",
+                            output + "GrallocMapper [operator()] IMapper->lock error happen, "
+                                     "err=3"));
     }
     hidlScript() = {.transport = Transport::kFailsOnTheWay};
     lock(Shape::kPlain);
@@ -293,8 +294,7 @@ TEST_F(HidlMapperTest, AMapperOfAnotherProcessEndsTheProcess) {
                 makeMapperRemote();
                 NSCam::GrallocMapper::Mapper();
             },
-            AllOf(HasSubstr("testLog ZelkCam/GrallocMapper 69
-android 6 ZelkCam/GrallocMapper "
+            AllOf(HasSubstr("testLog ZelkCam/GrallocMapper 69\nandroid 6 ZelkCam/GrallocMapper "
                             "[Fatal] [Mapper] gralloc-mapper must be in passthrough mode "
                             "(Mapper){#"),
                   HasSubstr("assert(1) ZelkCam/GrallocMapper (Mapper){#"),

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-
 namespace zelkcam::test {
 
 namespace {
