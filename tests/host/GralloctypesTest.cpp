@@ -58,8 +58,9 @@ void check(const char* name, status_t (*encode)(Argument, Bytes*),
     wrong[3][60] ^= 0x40;  // and its number
     for (const Blob& each : wrong)
         EXPECT_EQ(decode(each, &decoded), BAD_VALUE);
-    if constexpr (std::is_class_v<T>)
+    if constexpr (std::is_class_v<T>) {
         EXPECT_EQ(decoded, T()) << "emptied";
+    }
 }
 
 #define CHECK(NAME, TYPE, ...)                            \
