@@ -23,20 +23,7 @@ using HidlMapper = android::hardware::graphics::mapper::V4_0::IMapper;
 using HidlPixelFormat = android::hardware::graphics::common::V1_2::PixelFormat;
 using Bytes = android::hardware::hidl_vec<uint8_t>;
 
-constexpr int32_t kBlob = 0x21;
-constexpr int32_t kNv21 = 0x11;
-constexpr uint64_t kCpu = 0x33;
-constexpr uint32_t kUntouched = 0x5a5a5a5a;
 constexpr uint32_t kCount = 3;
-
-std::vector<Failure> codes(const char* message) {
-    return {{1, message}, {2, message}, {3, message}, {5, message}, {7, message}};
-}
-
-std::vector<Failure> with(std::vector<Failure> failures, Failure more) {
-    failures.push_back(more);
-    return failures;
-}
 
 // The pairs, built once; never destroyed, as the process may end at any point of a trial.
 const MapperV5& mapperV5() {
@@ -70,16 +57,14 @@ int64_t closed(int fence) {
     return 1;
 }
 
+int64_t createDescriptor(Bytes* out) {
+    return hidlMapper().createDescriptor({"", 64, 1, 1, HidlPixelFormat::BLOB, kCpu, 0}, out);
+}
+
 Bytes encodedDescriptor() {
     const Pause pause;
-    HidlMapper::BufferDescriptorInfo info = {};
-    info.width = 64;
-    info.height = 1;
-    info.layerCount = 1;
-    info.format = HidlPixelFormat::BLOB;
-    info.usage = kCpu;
     Bytes bytes;
-    hidlMapper().createDescriptor(info, &bytes);
+    createDescriptor(&bytes);
     return bytes;
 }
 
@@ -219,19 +204,14 @@ int64_t getMeta(Stage& stage, int type) {
                                      kSizes[type]);
 }
 
-int64_t createDescriptor(Stage&) {
-    HidlMapper::BufferDescriptorInfo info = {};
-    info.width = 64;
-    info.height = info.layerCount = 1;
-    info.format = HidlPixelFormat::BLOB;
-    info.usage = kCpu;
+int64_t describe(Stage&) {
     Bytes bytes;
-    const int32_t result = hidlMapper().createDescriptor(info, &bytes);
+    const int64_t result = createDescriptor(&bytes);
     return (bytes.size() != 0) == (result == 0) ? result : kWrongOutputs;
 }
 
-Operation operation(const std::string& name, std::function<int64_t(Stage&)> run,
-                    std::vector<Failure> failures, int32_t format = kBlob) {
+Operation operation(const std::string& name, std::function<int64_t(Stage&)> run, Failures failures,
+                    int32_t format = kBlob) {
     Operation made = {.name = name, .run = std::move(run), .failures = std::move(failures)};
     made.format = format;
     made.prepare = build;
@@ -251,27 +231,26 @@ std::vector<Operation> pairOperations() {
     const std::string name = Pair::kName;
     const char* const unread = kIsHidl ? "get(android." : nullptr;
     auto planes =
-            kIsHidl ? with(codes(unread), {-EINVAL, nullptr}) : std::vector<Failure>{{3, nullptr}};
-    auto ycbcr = codes("failed: ");
-    ycbcr.insert(ycbcr.end(), planes.begin(), planes.end());
+            kIsHidl ? with(mapperCodes(unread), {{-EINVAL, nullptr}}) : Failures{{3, nullptr}};
+    auto ycbcr = with(mapperCodes("failed: "), planes);
     // A call that does not get through never reaches the callback, which is what tells.
-    auto plain = codes("IMapper->lock error happen");
+    auto plain = mapperCodes("IMapper->lock error happen");
     if (kIsHidl)
         plain.insert(plain.end(), {{5, nullptr}, {5, "native_handle_init return null"}});
-    auto outputs = codes("failed: ");
+    auto outputs = mapperCodes("failed: ");
     if (kIsHidl) {
         outputs.push_back({5, "native_handle_init return null"});
         ycbcr.push_back({5, "native_handle_init return null"});
     }
     Operation unlocking = operation(name + "unlock", unlock<Pair>, {{-1, nullptr}}, kNv21);
     unlocking.locked = true;
-    auto many = kIsHidl ? codes(nullptr) : std::vector<Failure>{{5, nullptr}, {2, nullptr}};
-    auto one = std::vector<Failure>{{-ENOMEM, "Failed to allocate ("}};
+    auto many = kIsHidl ? mapperCodes(nullptr) : Failures{{5, nullptr}, {2, nullptr}};
+    auto one = Failures{{-ENOMEM, "Failed to allocate ("}};
     if (kIsHidl)
         one.push_back({-ENOMEM, "Failed to createDescriptor"});
     return {
-            operation(name + "importBuffer", import <Pair>, codes(nullptr)),
-            operation(name + "freeBuffer", free<Pair>, codes("freeBuffer(")),
+            operation(name + "importBuffer", import <Pair>, mapperCodes(nullptr)),
+            operation(name + "freeBuffer", free<Pair>, mapperCodes("freeBuffer(")),
             locking(operation(name + "lock", lock<Pair>, plain)),
             locking(operation(name + "lock with outputs", lockWithOutputs<Pair>, outputs, kNv21)),
             locking(operation(name + "lock as YCbCr", lockYcbcr<Pair>, ycbcr, kNv21)),
@@ -323,11 +302,11 @@ std::vector<Operation> backendOperations() {
         const std::string kind = " of kind " + std::to_string(type);
         all.push_back(operation(
                 "setGrallocMeta" + kind, [=](Stage& stage) { return setMeta(stage, type); },
-                codes(nullptr)));
+                mapperCodes(nullptr)));
         all.push_back(operation("getGrallocMeta" + kind,
                                 [=](Stage& stage) { return getMeta(stage, type); }, {}));
     }
-    all.push_back(operation("createDescriptor", createDescriptor, codes(nullptr)));
+    all.push_back(operation("createDescriptor", describe, mapperCodes(nullptr)));
     return all;
 }
 

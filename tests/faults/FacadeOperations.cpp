@@ -14,30 +14,18 @@ using NSCam::IGrallocHelper;
 using zcam::GrallocRequest;
 using zcam::GrallocStaticInfo;
 
-constexpr int32_t kUntouched = 0x5a5a5a5a;
-constexpr int32_t kBlob = 0x21;
-constexpr int32_t kNv21 = 0x11;
 constexpr int32_t kYv12 = 0x32315659;
 constexpr int32_t kImplementationDefined = 0x22;
 
-const std::vector<Failure> kDerivationFailures = {
+const Failures kDerivationFailures = {
         {INT32_MIN, "plexa_query returns"},
         {INT32_MIN, "format from plexa_query should not be"},
         {-ENOENT, "Not support format"},
 };
-const std::vector<Failure> kMarkFailures = {
+const Failures kMarkFailures = {
         {-EINVAL, nullptr}, {-ENODEV, nullptr}, {-EIO, nullptr},
         {-ERANGE, nullptr}, {-EBADF, nullptr},  {1, nullptr},
 };
-// The codes of a mapper, told by `message`.
-std::vector<Failure> mapperFailures(const char* message) {
-    return {{1, message}, {2, message}, {3, message}, {5, message}, {7, message}};
-}
-
-std::vector<Failure> with(std::vector<Failure> failures, const std::vector<Failure>& more) {
-    failures.insert(failures.end(), more.begin(), more.end());
-    return failures;
-}
 
 IGrallocHelper& helper() {
     return *IGrallocHelper::singleton();
@@ -97,6 +85,15 @@ int64_t lock(Stage& stage) {
     return helper().lock(stage.buffer, 3, 64, 1, &stage.address);
 }
 
+template <auto Setter, auto... Arguments>
+int64_t mark(Stage& stage) {
+    return (helper().*Setter)(stage.buffer, Arguments...);
+}
+
+int64_t unlock(Stage& stage) {
+    return helper().unlock(stage.buffer);
+}
+
 Operation query(const std::string& name, int32_t format, uint32_t usage = 0) {
     Operation operation = {.name = "query of " + name, .run = request(format, usage)};
     operation.failures = with(kDerivationFailures, {{-ENOMEM, "Bad allcation handle"}});
@@ -120,8 +117,7 @@ Operation description(const std::string& name, int32_t format) {
     return operation;
 }
 
-Operation simple(const std::string& name, std::function<int64_t(Stage&)> run,
-                 std::vector<Failure> failures) {
+Operation simple(const std::string& name, std::function<int64_t(Stage&)> run, Failures failures) {
     Operation operation = {.name = name, .run = std::move(run), .failures = std::move(failures)};
     operation.prepare = buildHelper;
     return operation;
@@ -141,19 +137,6 @@ Operation start() {
     return operation;
 }
 
-Operation facadeLock() {
-    Operation operation = simple("lock", lock, mapperFailures("lock(...) failed"));
-    operation.locks = 1;
-    return operation;
-}
-
-Operation facadeUnlock() {
-    Operation operation =
-            simple("unlock", [](Stage& stage) { return helper().unlock(stage.buffer); }, {});
-    operation.locked = true;
-    return operation;
-}
-
 int64_t nameAll(Stage&) {
     helper().queryPixelFormatName(kNv21);
     helper().queryGrallocUsageName(0x33);
@@ -170,6 +153,10 @@ int64_t dumpAndClear(Stage&) {
 }  // namespace
 
 std::vector<Operation> facadeOperations() {
+    Operation locking = simple("lock", lock, mapperCodes("lock(...) failed"));
+    locking.locks = 1;
+    Operation unlocking = simple("unlock", unlock, {});
+    unlocking.locked = true;
     return {
             start(),
             query("a blob", kBlob),
@@ -179,26 +166,14 @@ std::vector<Operation> facadeOperations() {
             description("a blob", kBlob),
             description("YCrCb_420_SP", kNv21),
             description("YV12", kYv12),
-            simple(
-                    "setDirtyCamera",
-                    [](Stage& stage) { return helper().setDirtyCamera(stage.buffer); },
-                    kMarkFailures),
-            simple(
-                    "setColorspace_JFIF",
-                    [](Stage& stage) { return helper().setColorspace_JFIF(stage.buffer); },
-                    kMarkFailures),
-            simple(
-                    "setBufferSOF",
-                    [](Stage& stage) { return helper().setBufferSOF(stage.buffer, 5); },
-                    kMarkFailures),
-            simple(
-                    "setBufferStatus",
-                    [](Stage& stage) { return helper().setBufferStatus(stage.buffer, 3, 1); },
-                    kMarkFailures),
+            simple("setDirtyCamera", mark<&IGrallocHelper::setDirtyCamera>, kMarkFailures),
+            simple("setColorspace_JFIF", mark<&IGrallocHelper::setColorspace_JFIF>, kMarkFailures),
+            simple("setBufferSOF", mark<&IGrallocHelper::setBufferSOF, 5>, kMarkFailures),
+            simple("setBufferStatus", mark<&IGrallocHelper::setBufferStatus, 3, 1>, kMarkFailures),
             simple("importBuffer", import, {{0, "importBuffer("}}),
-            simple("freeBuffer", free, mapperFailures("freeBuffer(")),
-            facadeLock(),
-            facadeUnlock(),
+            simple("freeBuffer", free, mapperCodes("freeBuffer(")),
+            locking,
+            unlocking,
             simple("names", nameAll, {}),
             simple("dumpToLog and clearMap", dumpAndClear, {}),
     };

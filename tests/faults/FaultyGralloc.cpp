@@ -9,9 +9,10 @@
 #include <cstring>
 #include <string>
 
+#include "host/hidl_gralloc/HidlAllocatorService.h"
+#include "host/hidl_gralloc/MapperService.h"
 #include "platform/utils.h"
 #include "tests/faults/Doors.h"
-#include "tests/host/RecordingMapper.h"
 
 #include <aidl/android/hardware/graphics/allocator/AllocationError.h>
 #include <aidl/android/hardware/graphics/allocator/BnAllocator.h>
@@ -27,11 +28,12 @@ using android::hardware::hidl_handle;
 using android::hardware::hidl_vec;
 using android::hardware::Return;
 using android::hardware::Status;
+using android::hardware::Void;
+using android::hardware::graphics::mapper::V4_0::Error;
 using common::PlaneLayout;
 using common::PlaneLayoutComponentType;
 using common::StandardMetadataType;
-using recording::Bytes;
-using recording::Error;
+using Bytes = hidl_vec<uint8_t>;
 
 // A fault's number is what the call answers; those of other kinds are beyond the codes.
 enum Kind : int64_t {
@@ -141,6 +143,14 @@ void spoil(uint8_t* bytes, size_t size) {
         bytes[i] ^= 0xa5;
 }
 
+// Makes the platform's call, or answers the fault's code in its place.
+template <typename... Parameters, typename... Arguments>
+AIMapper_Error callOrFail(const Door& door, AIMapper_Error (*real)(Parameters...),
+                          const Arguments&... arguments) {
+    const Fault* const fault = pass(door);
+    return fault ? code(*fault) : real(arguments...);
+}
+
 AIMapper_Error importBuffer(const native_handle_t* raw, buffer_handle_t* out) {
     const Fault* const fault = pass(kImport);
     if (fault == nullptr)
@@ -162,8 +172,7 @@ AIMapper_Error freeBuffer(buffer_handle_t buffer) {
 }
 
 AIMapper_Error lock(buffer_handle_t buffer, uint64_t usage, ARect region, int fence, void** out) {
-    const Fault* const fault = pass(kLock);
-    return fault ? code(*fault) : gReal->lock(buffer, usage, region, fence, out);
+    return callOrFail(kLock, gReal->lock, buffer, usage, region, fence, out);
 }
 
 AIMapper_Error unlock(buffer_handle_t buffer, int* releaseFence) {
@@ -215,8 +224,7 @@ int32_t getStandardMetadata(buffer_handle_t buffer, int64_t type, void* destinat
 
 AIMapper_Error setStandardMetadata(buffer_handle_t buffer, int64_t type, const void* bytes,
                                    size_t size) {
-    const Fault* const fault = pass(kSetStandard);
-    return fault ? code(*fault) : gReal->setStandardMetadata(buffer, type, bytes, size);
+    return callOrFail(kSetStandard, gReal->setStandardMetadata, buffer, type, bytes, size);
 }
 
 int32_t getMetadata(buffer_handle_t buffer, AIMapper_MetadataType type, void* out, size_t size) {
@@ -232,8 +240,7 @@ int32_t getMetadata(buffer_handle_t buffer, AIMapper_MetadataType type, void* ou
 
 AIMapper_Error setMetadata(buffer_handle_t buffer, AIMapper_MetadataType type, const void* bytes,
                            size_t size) {
-    const Fault* const fault = pass(kSetNote);
-    return fault ? code(*fault) : gReal->setMetadata(buffer, type, bytes, size);
+    return callOrFail(kSetNote, gReal->setMetadata, buffer, type, bytes, size);
 }
 
 ndk::ScopedAStatus refusal(int64_t kind) {
@@ -289,12 +296,18 @@ class FaultyAllocator final : public alloc::BnAllocator {
     }
 };
 
-Status deadObject() {
-    return Status::fromStatusT(android::DEAD_OBJECT);
-}
-
 Error hidlCode(const Fault& fault) {
     return static_cast<Error>(fault.value);
+}
+
+// What a call that fails answers: the fault's code, or a success, in either case without a result;
+// or that it did not get through.
+template <typename Callback, typename... Results>
+Return<void> refused(const Fault& fault, const Callback& callback, const Results&... empty) {
+    if (fault.value == kTransport)
+        return Status::fromStatusT(android::DEAD_OBJECT);
+    callback(isCode(fault) ? hidlCode(fault) : Error::NONE, empty...);
+    return Void();
 }
 
 // A native handle that closes its descriptors.
@@ -321,108 +334,78 @@ Bytes spoilt(const Bytes& bytes, int64_t kind) {
     return result;
 }
 
-class FaultyMapper final : public recording::RecordingMapper {
+class FaultyMapper final : public host::MapperService {
   public:
-    explicit FaultyMapper(sp<IMapper> real) : mReal(std::move(real)) {}
-
     bool isRemote() const override { return pass(kHidlIsRemote) != nullptr; }
 
-    Return<void> createDescriptor(const recording::Description& description,
+    Return<void> createDescriptor(const BufferDescriptorInfo& description,
                                   createDescriptor_cb callback) override {
         const Fault* const fault = pass(kHidlCreateDescriptor);
-        if (fault == nullptr)
-            return mReal->createDescriptor(description, callback);
-        if (!isCode(*fault))
-            return deadObject();
-        callback(hidlCode(*fault), {});
-        return recording::Void();
+        return fault ? refused(*fault, callback, Bytes())
+                     : MapperService::createDescriptor(description, callback);
     }
 
     Return<void> importBuffer(const hidl_handle& raw, importBuffer_cb callback) override {
         const Fault* const fault = pass(kHidlImport);
-        if (fault == nullptr)
-            return mReal->importBuffer(raw, callback);
-        if (fault->value == kTransport)
-            return deadObject();
-        callback(isCode(*fault) ? hidlCode(*fault) : Error::NONE, nullptr);
-        return recording::Void();
+        return fault ? refused(*fault, callback, nullptr)
+                     : MapperService::importBuffer(raw, callback);
     }
 
     Return<Error> freeBuffer(void* buffer) override {
         const Fault* const fault = pass(kHidlFree);
         if (fault == nullptr)
-            return mReal->freeBuffer(buffer);
+            return MapperService::freeBuffer(buffer);
         const Pause pause;
-        mReal->freeBuffer(buffer).isOk();
-        return isCode(*fault) ? Return<Error>(hidlCode(*fault)) : Return<Error>(deadObject());
+        MapperService::freeBuffer(buffer).isOk();
+        return isCode(*fault) ? Return<Error>(hidlCode(*fault))
+                              : Return<Error>(Status::fromStatusT(android::DEAD_OBJECT));
     }
 
     Return<void> lock(void* buffer, uint64_t usage, const Rect& region, const hidl_handle& fence,
                       lock_cb callback) override {
         const Fault* const fault = pass(kHidlLock);
-        if (fault == nullptr)
-            return mReal->lock(buffer, usage, region, fence, callback);
-        if (!isCode(*fault))
-            return deadObject();
-        callback(hidlCode(*fault), nullptr);
-        return recording::Void();
+        return fault ? refused(*fault, callback, nullptr)
+                     : MapperService::lock(buffer, usage, region, fence, callback);
     }
 
     Return<void> unlock(void* buffer, unlock_cb callback) override {
         const Fault* const fault = pass(kHidlUnlock);
-        Error error = Error::NONE;
         hidl_handle fence;
         {
             const Pause pause;
-            mReal->unlock(buffer, [&](Error answer, const hidl_handle&) { error = answer; }).isOk();
+            MapperService::unlock(buffer, [](Error, const hidl_handle&) {}).isOk();
             if (fault == nullptr || fault->value == kTwoFences)
                 fence = fences(fault == nullptr ? 1 : 2);
         }
-        if (fault != nullptr && fault->value == kTransport)
-            return deadObject();
-        callback(fault != nullptr && isCode(*fault) ? hidlCode(*fault) : error, fence);
+        if (fault != nullptr && fault->value < kNoFence)
+            return refused(*fault, callback, hidl_handle());
+        callback(Error::NONE, fence);
         const Pause pause;
         fence = nullptr;
-        return recording::Void();
+        return Void();
     }
 
     Return<void> get(void* buffer, const MetadataType& type, get_cb callback) override {
         const Fault* const fault = pass(kHidlGet);
         if (fault == nullptr)
-            return mReal->get(buffer, type, callback);
-        if (fault->value == kTransport)
-            return deadObject();
-        if (isCode(*fault)) {
-            callback(hidlCode(*fault), {});
-            return recording::Void();
-        }
-        return mReal->get(buffer, type, [&](Error error, const Bytes& bytes) {
+            return MapperService::get(buffer, type, callback);
+        if (isCode(*fault) || fault->value == kTransport)
+            return refused(*fault, callback, Bytes());
+        return MapperService::get(buffer, type, [&](Error error, const Bytes& bytes) {
             callback(error, spoilt(bytes, fault->value));
         });
     }
-
-  private:
-    const sp<IMapper> mReal;
 };
 
-class FaultyHidlAllocator final : public recording::RecordingAllocator {
+class FaultyHidlAllocator final : public host::HidlAllocatorService {
   public:
-    explicit FaultyHidlAllocator(sp<IAllocator> real) : mReal(std::move(real)) {}
-
     Return<void> allocate(const Bytes& descriptor, uint32_t count, allocate_cb callback) override {
         const Fault* const fault = pass(kHidlAllocate);
         if (fault == nullptr)
-            return mReal->allocate(descriptor, count, callback);
-        if (fault->value == kTransport)
-            return deadObject();
-        hidl_vec<hidl_handle> nothing;
-        nothing.resize(isCode(*fault) ? 0 : count);
-        callback(isCode(*fault) ? hidlCode(*fault) : Error::NONE, 64, nothing);
-        return recording::Void();
+            return HidlAllocatorService::allocate(descriptor, count, callback);
+        const hidl_vec<hidl_handle> nothing(isCode(*fault) ? 0 : count);
+        return refused(*fault, callback, 64, nothing);
     }
-
-  private:
-    const sp<IAllocator> mReal;
 };
 
 void findReal() {
@@ -444,10 +427,8 @@ void findReal() {
 void installFaultyGralloc() {
     setenv("ZELKCAM_HOST_SPHAL_PATH", FAULTY_MAPPER_FOLDER, 1);
     findReal();
-    const sp<recording::IMapper> mapper =
-            new FaultyMapper(recording::IMapper::tryGetService("default"));
-    const sp<recording::IAllocator> allocator =
-            new FaultyHidlAllocator(recording::IAllocator::tryGetService("default"));
+    const sp<FaultyMapper> mapper = new FaultyMapper;
+    const sp<FaultyHidlAllocator> allocator = new FaultyHidlAllocator;
     if (mapper->registerAsService() != android::OK || allocator->registerAsService() != android::OK)
         abort();
 }

@@ -9,13 +9,11 @@ namespace zelkcam::faults {
 
 namespace {
 
-constexpr uint64_t kCpu = 0x33;
-
 void importBuffer(int32_t format, Stage& stage) {
     aidl::android::hardware::graphics::allocator::BufferDescriptorInfo info;
     info.width = 64;
     // A blob has one row.
-    info.height = format == 0x21 ? 1 : 32;
+    info.height = format == kBlob ? 1 : 32;
     info.layerCount = 1;
     info.format = static_cast<decltype(info.format)>(format);
     info.usage = static_cast<decltype(info.usage)>(kCpu);

@@ -18,11 +18,28 @@ namespace zelkcam::faults {
 inline constexpr int64_t kFatal = INT64_C(1) << 40;
 inline constexpr int64_t kWrongOutputs = kFatal + 1;
 
+inline constexpr int32_t kBlob = 0x21;
+inline constexpr int32_t kNv21 = 0x11;
+inline constexpr uint64_t kCpu = 0x33;
+// What an output holds beforehand.
+inline constexpr int32_t kUntouched = 0x5a5a5a5a;
+
 // A documented failure, and the words in the log that tell it; null when it is not told.
 struct Failure {
     int64_t result;
     const char* message;
 };
+using Failures = std::vector<Failure>;
+
+// The codes of a mapper, told by `message`.
+inline Failures mapperCodes(const char* message) {
+    return {{1, message}, {2, message}, {3, message}, {5, message}, {7, message}};
+}
+
+inline Failures with(Failures failures, const Failures& more) {
+    failures.insert(failures.end(), more.begin(), more.end());
+    return failures;
+}
 
 // What one trial works on. Made and released behind the doors' back.
 struct Stage {
@@ -36,14 +53,14 @@ struct Stage {
 struct Operation {
     std::string name;
     std::function<int64_t(Stage&)> run;
-    std::vector<Failure> failures = {};
+    Failures failures = {};
     // What the stage holds besides the imported buffer.
     bool withFence = false;
     bool locked = false;
     // Locks that are left on the buffer when it succeeds.
     int locks = 0;
     // The format of the stage's buffer; 0 for none.
-    int32_t format = 0x21;
+    int32_t format = kBlob;
     // Needs a process that has not built the helper yet.
     bool fresh = false;
     bool mayEndProcess = false;

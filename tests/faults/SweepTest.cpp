@@ -6,7 +6,6 @@
 // a mapper announces for a value that it then leaves unwritten, and that a HIDL call whose
 // transport failed has not called back. So is what has no result to look at: munmap, the log, the
 // switchboard.
-#include <dirent.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -14,11 +13,11 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
 
 #include "platform/ulog.h"
 #include "tests/faults/Doors.h"
 #include "tests/faults/Operations.h"
+#include "tests/support/Holdings.h"
 
 namespace zelkcam::faults {
 
@@ -148,23 +147,6 @@ const Rule& ruleOf(const Operation& operation, const Door& door, const Fault& fa
     return found == std::end(kRules) ? kAny : *found;
 }
 
-long openDescriptors() {
-    DIR* const folder = opendir("/proc/self/fd");
-    long count = 0;
-    while (readdir(folder) != nullptr)
-        ++count;
-    closedir(folder);
-    return count;
-}
-
-long bufferMappings() {
-    std::ifstream maps("/proc/self/maps");
-    long count = 0;
-    for (std::string line; std::getline(maps, line);)
-        count += line.find("memfd:zelkcam") != std::string::npos;
-    return count;
-}
-
 // Runs the operation once, on a stage of its own.
 void run(const Operation& operation, size_t failingCall, size_t fault) {
     Trial& now = trial();
@@ -172,8 +154,7 @@ void run(const Operation& operation, size_t failingCall, size_t fault) {
     now.failingCall = failingCall;
     now.fault = fault;
     operation.prepare();
-    const long descriptors = openDescriptors();
-    const long mappings = bufferMappings();
+    const test::Holdings before = test::holdings();
     Stage stage;
     setStage(operation, stage);
     now.lines = 0;
@@ -184,8 +165,9 @@ void run(const Operation& operation, size_t failingCall, size_t fault) {
     now.armed = false;
 
     now.locks = clearStage(stage);
-    now.descriptors = openDescriptors() - descriptors;
-    now.mappings = bufferMappings() - mappings;
+    const test::Holdings after = test::holdings();
+    now.descriptors = after.descriptors - before.descriptors;
+    now.mappings = after.mappings - before.mappings;
     now.done = true;
 }
 

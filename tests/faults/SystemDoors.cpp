@@ -46,6 +46,13 @@ int failed(const Fault& fault) {
     return -1;
 }
 
+// Makes the system's call, or fails in its place.
+template <typename Next, typename... Arguments>
+int callOrFail(const Door& door, Next next, Arguments... arguments) {
+    const Fault* const fault = pass(door);
+    return fault ? failed(*fault) : next(arguments...);
+}
+
 }  // namespace
 
 }  // namespace zelkcam::faults
@@ -63,13 +70,11 @@ void* mmap(void* address, size_t size, int protection, int flags, int fd, off_t 
 }
 
 int memfd_create(const char* name, unsigned int flags) noexcept {
-    const Fault* const fault = pass(kMemfdCreate);
-    return fault ? failed(*fault) : ZELKCAM_NEXT(memfd_create)(name, flags);
+    return callOrFail(kMemfdCreate, ZELKCAM_NEXT(memfd_create), name, flags);
 }
 
 int ftruncate(int fd, off_t size) noexcept {
-    const Fault* const fault = pass(kFtruncate);
-    return fault ? failed(*fault) : ZELKCAM_NEXT(ftruncate)(fd, size);
+    return callOrFail(kFtruncate, ZELKCAM_NEXT(ftruncate), fd, size);
 }
 
 int fcntl(int fd, int command, ...) {
@@ -77,18 +82,15 @@ int fcntl(int fd, int command, ...) {
     va_start(arguments, command);
     void* const argument = va_arg(arguments, void*);
     va_end(arguments);
-    const Fault* const fault = pass(kFcntl);
-    return fault ? failed(*fault) : ZELKCAM_NEXT(fcntl)(fd, command, argument);
+    return callOrFail(kFcntl, ZELKCAM_NEXT(fcntl), fd, command, argument);
 }
 
 int fstat(int fd, struct stat* status) noexcept {
-    const Fault* const fault = pass(kFstat);
-    return fault ? failed(*fault) : ZELKCAM_NEXT(fstat)(fd, status);
+    return callOrFail(kFstat, ZELKCAM_NEXT(fstat), fd, status);
 }
 
 int fstatfs(int fd, struct statfs* status) noexcept {
-    const Fault* const fault = pass(kFstatfs);
-    return fault ? failed(*fault) : ZELKCAM_NEXT(fstatfs)(fd, status);
+    return callOrFail(kFstatfs, ZELKCAM_NEXT(fstatfs), fd, status);
 }
 
 ssize_t pread(int fd, void* data, size_t size, off_t offset) {
@@ -103,18 +105,15 @@ int open(const char* path, int flags, ...) {
     va_start(arguments, flags);
     const auto mode = va_arg(arguments, mode_t);
     va_end(arguments);
-    const Fault* const fault = pass(kOpen);
-    return fault ? failed(*fault) : ZELKCAM_NEXT(open)(path, flags, mode);
+    return callOrFail(kOpen, ZELKCAM_NEXT(open), path, flags, mode);
 }
 
 int poll(struct pollfd* requests, nfds_t count, int timeout) {
-    const Fault* const fault = pass(kPoll);
-    return fault ? failed(*fault) : ZELKCAM_NEXT(poll)(requests, count, timeout);
+    return callOrFail(kPoll, ZELKCAM_NEXT(poll), requests, count, timeout);
 }
 
 int dup(int fd) noexcept {
-    const Fault* const fault = pass(kDup);
-    return fault ? failed(*fault) : ZELKCAM_NEXT(dup)(fd);
+    return callOrFail(kDup, ZELKCAM_NEXT(dup), fd);
 }
 
 // Linux has closed the descriptor whatever it answers: who tries again closes somebody else's.
