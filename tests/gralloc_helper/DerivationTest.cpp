@@ -97,7 +97,8 @@ TEST_F(DerivationTest, EveryFormatHasItsRule) {
             {{0x25, 0, 3000, 5008, 0, 7}, {{15024000, 5008}}},
             {{0x25, 0, -1, -1}, {{0xFFFFFFFE00000001, 0xFFFFFFFF}}},
             {{0x25, 0, 4, 5, 0, 0, 0, 0, 9, 9}, {{20, 5}}},
-            // The row of RAW16 wraps at 32 bits, its size does not.
+            // RAW16 does not look at the stride. Its row wraps at 32 bits, its size does not.
+            {{0x20, 4000, 3000, 4096}, {{24000000, 8000}}},
             {{0x20, 0x40000000, 2}, {{0xFFFFFFFF00000000, 0xFFFFFFFF80000000}}},
             {{0x20, INT32_MAX, 3}, {{kMinus6, kMinus2}}},
             {{0x20, 0x10000, 0x10000}, {{0x200000000, 0x20000}}},
@@ -146,10 +147,6 @@ TEST_F(DerivationTest, EveryFormatHasItsRule) {
     }
 }
 
-TEST_F(DerivationTest, TheStrideOfARaw16BufferIsNotLookedAt) {
-    EXPECT_THAT(planesOf({0x20, 4000, 3000, 4096}), ElementsAre(Plane{24000000, 8000}));
-}
-
 TEST_F(DerivationTest, OnlyTheTwoFormatsThatNeedItAreLockedAndAProtectedOneIsNot) {
     const struct {
         int32_t format, usage;
@@ -167,12 +164,6 @@ TEST_F(DerivationTest, OnlyTheTwoFormatsThatNeedItAreLockedAndAProtectedOneIsNot
         EXPECT_EQ(journal().times("lock usage=3 rect=0,0,8,6 fence=-1"), c.locks) << c.format;
         EXPECT_EQ(journal().times("unlock"), c.locks) << c.format;
     }
-}
-
-TEST_F(DerivationTest, AttributesThatAreNotWrittenReadAsZeros) {
-    platformScript().attributes = {{PLEXA_GET_FORMAT, {0x1000}}};
-    EXPECT_EQ(describe(), 0);
-    EXPECT_EQ(info.planes.at(0).sizeInBytes + info.planes.at(1).rowStrideInBytes, 0u);
 }
 
 TEST_F(DerivationTest, APlaneWhoseSizeIsNotThatOfItsRowsIsReportedAndKept) {
@@ -203,6 +194,10 @@ TEST_F(DerivationTest, APlaneWhoseSizeIsNotThatOfItsRowsIsReportedAndKept) {
              {"checkPlaneSize] [YV12:0] sizeInBytes:17 != 4 x 4",
               "checkPlaneSize] [YV12:1] sizeInBytes:5 != 2 x 2",
               "checkPlaneSize] [YV12:2] sizeInBytes:3 != 2 x 2"}},
+            // Checked before the aligned frame replaces the size, and not again.
+            {{kYv12, 32, 32, 0, 4, 25, 0, kAlignedFrame},
+             {0, 16, 20, 4, 2},
+             {"checkPlaneSize] [YV12:2] sizeInBytes:5 != 2 x 2"}},
     };
     for (const auto& c : cases) {
         planesOf(c.attributes, c.located);
@@ -211,13 +206,6 @@ TEST_F(DerivationTest, APlaneWhoseSizeIsNotThatOfItsRowsIsReportedAndKept) {
             expected.push_back("W GrallocHelper [" + warning);
         EXPECT_THAT(derivationLog(), ElementsAreArray(expected));
     }
-}
-
-TEST_F(DerivationTest, TheSizeHasBeenCheckedBeforeThisReplacementWhichIsNotCheckedAgain) {
-    planesOf({kYv12, 32, 32, 0, 4, 25, 0, kAlignedFrame}, {0, 16, 20, 4, 2});
-    EXPECT_THAT(derivationLog(),
-                ElementsAre("W GrallocHelper [checkPlaneSize] [YV12:2] sizeInBytes:5 != 2 x 2"));
-    EXPECT_EQ(info.planes[2].sizeInBytes, 32u * 32 * 3 / 2 - 20);
 }
 
 TEST_F(DerivationTest, TheDebugLinesOfTheRules) {
@@ -283,15 +271,6 @@ TEST_F(DerivationTest, EveryAttributeIsReadAlsoAfterAFailureAndTheResultsAreJoin
     EXPECT_THAT(takeLog(), ElementsAre(testing::MatchesRegex(
                                    "E GrallocHelper .gQueryExtra. Given buffer_handle_t:0x.*, "
                                    "plexa_query returns 52")));
-}
-
-TEST_F(DerivationTest, TheFenceOfTheLockIsWaitedForAndClosed) {
-    const WatchedFd fence("release");
-    mapperScript().unlockFence = fence.get();
-    planesOf({.format = kNv21, .width = 8, .height = 6});
-    const Calls calls = journal().take();
-    EXPECT_THAT(Calls(calls.end() - 4, calls.end()),
-                ElementsAre("unlock", "flush", "sync_wait release", "close release"));
 }
 
 TEST_F(DerivationTest, ABufferThatCannotBeLockedIsUnlockedAndEndsTheProcess) {

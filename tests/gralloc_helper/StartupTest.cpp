@@ -66,15 +66,10 @@ TEST_F(StartupTest, BothAccessorsAnswerOneObjectFromAnyThread) {
     EXPECT_EQ(journal().calls("AIMapper_loadIMapper"), 1) << "built once";
 }
 
-TEST_F(StartupTest, TheProviderAccessorMayComeFirst) {
-    registerScriptedAllocator();
-    const void* const provider = IGrallocInfoProvider::getInstance();
-    EXPECT_EQ(provider, IGrallocHelper::singleton());
-}
-
 TEST_F(StartupTest, AMissingServiceIsToldInTwoLinesAndNotLookedForAgain) {
     dropServices();
-    EXPECT_EQ(IGrallocHelper::singleton(), IGrallocInfoProvider::getInstance());
+    const void* const provider = IGrallocInfoProvider::getInstance();
+    EXPECT_EQ(provider, IGrallocHelper::singleton());
     EXPECT_THAT(takeLog(),
                 ElementsAre("E GrallocAllocatorAidlV2 [createInstance] gralloc-alloc is missing ",
                             "E GrallocHelper [initialize] Failed to create allocator instance",
@@ -127,53 +122,38 @@ TEST_F(StartupTest, TheHelperIsDestroyedAtExit) {
                       "[~GrallocHelperImp] -"));
 }
 
-struct LoaderFault {
-    const char* name;
-    void (*arrange)();
-    const char* message;
-};
-
-void PrintTo(const LoaderFault& fault, std::ostream* out) {
-    *out << fault.name;
-}
-
-void answerSuffix(ndk::ScopedAStatus (*status)()) {
-    allocatorScript().suffixStatus = status;
-}
-
-constexpr LoaderFault kLoaderFaults[] = {
-        {"SuffixRefused",
-         [] { answerSuffix([] { return ndk::ScopedAStatus::fromServiceSpecificError(0); }); },
-         "getIMapperLibrarySuffix fail"},
-        {"SuffixStatusNull", [] { answerSuffix([] { return ndk::ScopedAStatus(); }); },
-         "getIMapperLibrarySuffix fail"},
-        {"LibraryMissing", [] { allocatorScript().suffix = "absent"; },
-         "android_load_sphal_library fail"},
-        {"EntryMissing", [] { allocatorScript().suffix = "empty"; },
-         "AIMapper_loadIMapper missing"},
-        {"EntryGivesNothing", [] { mapperScript().entryGivesNull = true; },
-         "AIMapper_loadIMapper fail"},
-};
-
-class LoaderTest : public StartupTest, public testing::WithParamInterface<LoaderFault> {};
-
-INSTANTIATE_TEST_SUITE_P(Faults, LoaderTest, testing::ValuesIn(kLoaderFaults),
-                         [](const auto& fault) { return std::string(fault.param.name); });
-
 // Unlike other fatal lines: the switchboard is written and flushed, and nobody is asked.
-TEST_P(LoaderTest, ABrokenMapperEndsTheProcessWithTheStepThatFailed) {
+TEST_F(StartupTest, ABrokenMapperEndsTheProcessWithTheStepThatFailed) {
+    const struct {
+        const char* message;
+        const char* suffix;
+        std::function<ndk::ScopedAStatus()> suffixStatus = {};
+        bool entryGivesNull = false;
+    } faults[] = {
+            {"getIMapperLibrarySuffix fail", "scripted",
+             [] { return ndk::ScopedAStatus::fromServiceSpecificError(0); }},
+            {"getIMapperLibrarySuffix fail", "scripted", [] { return ndk::ScopedAStatus(); }},
+            {"android_load_sphal_library fail", "absent"},
+            {"AIMapper_loadIMapper missing", "empty"},
+            {"AIMapper_loadIMapper fail", "scripted", {}, true},
+    };
+    const std::string start = " ZelkCam/GrallocMapperAidlV2 [MapperV5] ";
     registerScriptedAllocator();
-    GetParam().arrange();
-    const std::string line =
-            std::string(" ZelkCam/GrallocMapperAidlV2 [MapperV5] ") + GetParam().message;
-    const std::string assertion = "assert(null)" + line + " (MapperV5){#";
-    EXPECT_FATAL(startWith({.mode = 8}),
-                 AllOf(HasSubstr("switchboard 1" + line + "\nflush 1\n" + assertion),
-                       HasSubstr(":utils/gralloc/aidl/v2/mapper/mapper}"),
-                       Not(HasSubstr("[Fatal]")), Not(HasSubstr("testLog"))));
-    EXPECT_FATAL(startWith({.mode = 8, .object = false}), HasSubstr(assertion));
-    EXPECT_FATAL(startWith({.mode = 1}), AllOf(HasSubstr(assertion), Not(HasSubstr("switchboard")),
-                                               Not(HasSubstr("flush 1"))));
+    for (const auto& fault : faults) {
+        allocatorScript().suffix = fault.suffix;
+        allocatorScript().suffixStatus = fault.suffixStatus;
+        mapperScript().entryGivesNull = fault.entryGivesNull;
+        EXPECT_FATAL(startWith({.mode = 8}),
+                     AllOf(HasSubstr("switchboard 1" + start + fault.message +
+                                     "\nflush 1\nassert(null)" + start + fault.message +
+                                     " (MapperV5){#"),
+                           HasSubstr(":utils/gralloc/aidl/v2/mapper/mapper}"),
+                           Not(HasSubstr("[Fatal]")), Not(HasSubstr("testLog"))));
+    }
+    for (const LogSettings& settings : {LogSettings{.mode = 8, .object = false}, {.mode = 1}})
+        EXPECT_FATAL(startWith(settings),
+                     AllOf(HasSubstr("assert(null)" + start), Not(HasSubstr("switchboard")),
+                           Not(HasSubstr("flush 1"))));
 }
 
 }  // namespace
