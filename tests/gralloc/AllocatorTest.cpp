@@ -1,6 +1,4 @@
 // The AIDL allocator service: what it serves, what it refuses and how.
-#include <sys/resource.h>
-
 #include <aidl/android/hardware/graphics/allocator/AllocationError.h>
 #include <gralloctypes/Gralloc4.h>
 
@@ -41,13 +39,10 @@ std::vector<Refusal> refusals() {
     add("zero width", [](auto& info) { info.width = 0; });
     add("zero height", [](auto& info) { info.height = 0; });
     add("negative width", [](auto& info) { info.width = -1; });
-    add("lowest height", [](auto& info) { info.height = INT32_MIN; });
     add("no layer", [](auto& info) { info.layerCount = 0; });
     add("two layers", [](auto& info) { info.layerCount = 2; });
-    add("negative layers", [](auto& info) { info.layerCount = -1; });
     add("unspecified format", [](auto& info) { info.format = PixelFormat::UNSPECIFIED; });
     add("unknown format", [](auto& info) { info.format = static_cast<PixelFormat>(0x7777); });
-    add("negative format", [](auto& info) { info.format = static_cast<PixelFormat>(-1); });
     add("size beyond 31 bits", [](auto& info) { info.width = info.height = 1 << 15; });
     add("product beyond 64 bits", [](auto& info) { info.width = info.height = INT32_MAX; });
     add("product that wraps to zero", [](auto& info) {
@@ -67,7 +62,7 @@ std::vector<Refusal> refusals() {
 }
 
 TEST(Allocator, refusesWhatItDoesNotSupportWithANonZeroCode) {
-    const size_t descriptors = openDescriptors();
+    const Holdings before = holdings();
     for (const auto& [what, info] : refusals()) {
         AllocationResult result;
         const auto status = allocator().allocate2(info, 1, &result);
@@ -78,7 +73,7 @@ TEST(Allocator, refusesWhatItDoesNotSupportWithANonZeroCode) {
         EXPECT_TRUE(result.buffers.empty()) << what;
         EXPECT_FALSE(isSupported(info)) << what;
     }
-    EXPECT_EQ(openDescriptors(), descriptors);
+    EXPECT_EQ(holdings(), before);
 }
 
 TEST(Allocator, supportsTheUsagesOfCameraAndVendors) {
@@ -107,18 +102,17 @@ TEST(Allocator, givesAsManyBuffersAsAsked) {
 }
 
 TEST(Allocator, runsOutOfDescriptorsWithoutLosingAny) {
-    const size_t descriptors = openDescriptors();
-    rlimit old{};
-    getrlimit(RLIMIT_NOFILE, &old);
-    const rlimit few{descriptors + 8, old.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &few);
+    const Holdings before = holdings();
     AllocationResult result;
-    const auto status = allocator().allocate2(plain(), 32, &result);
-    setrlimit(RLIMIT_NOFILE, &old);
+    ndk::ScopedAStatus status;
+    {
+        const FewDescriptors few(8);
+        status = allocator().allocate2(plain(), 32, &result);
+    }
     EXPECT_EQ(status.getServiceSpecificError(),
               static_cast<int32_t>(AllocationError::NO_RESOURCES));
     EXPECT_TRUE(result.buffers.empty());
-    EXPECT_EQ(openDescriptors(), descriptors);
+    EXPECT_EQ(holdings(), before);
 }
 
 TEST(Allocator, takesTheOldDescriptorOfTheHidlMapper) {

@@ -4,7 +4,6 @@
 
 #include <dlfcn.h>
 
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -14,6 +13,7 @@
 
 #include "platform/allocator.h"
 #include "platform/mapper.h"
+#include "tests/support/Holdings.h"
 
 namespace zelkcam::test {
 
@@ -155,26 +155,6 @@ std::vector<uint8_t> encode(const typename StandardMetadata<T>::value_type& valu
     EXPECT_EQ(Encoding::encode(value, bytes.data(), bytes.size()),
               static_cast<int32_t>(bytes.size()));
     return bytes;
-}
-
-inline size_t countEntries(const char* folder) {
-    const std::filesystem::directory_iterator entries(folder);
-    return static_cast<size_t>(std::distance(begin(entries), end(entries)));
-}
-
-inline size_t openDescriptors() {
-    return countEntries("/proc/self/fd");
-}
-
-inline size_t bufferMappings() {
-    FILE* maps = fopen("/proc/self/maps", "re");
-    char line[512];
-    size_t count = 0;
-    while (fgets(line, sizeof(line), maps) != nullptr) {
-        count += std::string_view(line).find("memfd:zelkcam") != std::string_view::npos;
-    }
-    fclose(maps);
-    return count;
 }
 
 }  // namespace zelkcam::test

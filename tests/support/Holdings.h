@@ -2,6 +2,8 @@
 #pragma once
 
 #include <dirent.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <ostream>
@@ -30,5 +32,23 @@ inline Holdings holdings() {
 inline std::ostream& operator<<(std::ostream& out, const Holdings& held) {
     return out << held.descriptors << " descriptors, " << held.mappings << " mappings";
 }
+
+// As long as one of these lives, the process can open no more than `left` descriptors.
+class FewDescriptors {
+  public:
+    explicit FewDescriptors(rlim_t left) {
+        getrlimit(RLIMIT_NOFILE, &mOld);
+        const int lowestFree = dup(0);
+        close(lowestFree);
+        const rlimit few{static_cast<rlim_t>(lowestFree) + left, mOld.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &few);
+    }
+    ~FewDescriptors() { setrlimit(RLIMIT_NOFILE, &mOld); }
+    FewDescriptors(const FewDescriptors&) = delete;
+    FewDescriptors& operator=(const FewDescriptors&) = delete;
+
+  private:
+    rlimit mOld{};
+};
 
 }  // namespace zelkcam::test
