@@ -39,8 +39,10 @@ report "The device is told apart by the build, not by the preprocessor" \
 report "The library reaches the platform through platform/*.h only" \
     "$(platform_includes)"
 report "Only *_linux.cpp of the tool know of the host platform" \
-    "$(search '"host/|zelkcam/host/|zelkcam::host' utils plexa tools platform |
+    "$(search '"host/|zelkcam/host/|zelkcam::host|ZELKCAM_HOST_|zelkcam_host' utils plexa tools platform |
         grep -v '^tools/[^:]*_linux\.cpp:')"
+report "Lines and fatal ends go by Log.h: liblog's macros have other names on the device" \
+    "$(search '\b(LOG_FATAL|LOG_ALWAYS_FATAL|LOG_ASSERT|ALOG[A-Z]+)(_IF)?\(' utils plexa)"
 report "String8 is read through c_str() and length(): the rest went away with Android 15" \
     "$(search 'String8::empty\(|(\.|->)string\(\)' utils plexa tools)"
 report "Every header begins with #pragma once (after its comment)" \
