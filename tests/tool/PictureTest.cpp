@@ -2,9 +2,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <regex>
+#include <sstream>
 
 #include "tests/tool/Tool.h"
+#include "tools/grallocinfo/geometry.h"
 
 namespace zelkcam::test {
 
@@ -47,20 +50,40 @@ std::vector<DrawnPlane> planesIn(const std::string& svg) {
     return planes;
 }
 
+using Extent = std::pair<uint64_t, uint64_t>;  // bytes of a row, and rows
+
 struct Case {
     const char* format;
-    // Bytes of a row, and rows, that are picture in each plane of 1921 x 1083.
-    std::vector<std::pair<double, double>> picture;
+    std::vector<Extent> picture;  // in each plane of 1921 x 1083
 };
 
 const Case kCases[] = {
-        {"RGBA_8888", {{1921 * 4, 1083}}},
         {"RGB_888", {{1921 * 3, 1083}}},
         {"RAW10", {{2402, 1083}}},
-        {"YCrCb_420_SP", {{1921, 1083}, {1920, 541}}},
         {"YCBCR_P010", {{3842, 1083}, {3840, 541}}},
         {"YV12", {{1921, 1083}, {960, 541}, {960, 541}}},
 };
+
+// What is picture in planes that have room for more, in each direction, than the host's ever have.
+std::vector<Extent> pictureIn(int32_t format, size_t planes, int32_t width, int32_t height) {
+    zcam::GrallocStaticInfo layout;
+    layout.format = format;
+    layout.widthInPixels = width;
+    layout.heightInPixels = height;
+    layout.planes.assign(planes, {1000 * 1000 + 1, 1000});
+    std::vector<Extent> picture;
+    for (const grallocinfo::PlaneGeometry& plane : grallocinfo::geometryOf(layout).planes) {
+        EXPECT_EQ(plane.stridePadding(), 1000 - plane.pictureRowBytes);
+        EXPECT_EQ(plane.verticalPadding(), 1000 - plane.pictureRows);
+        EXPECT_EQ(plane.tailBytes, 1u);
+        picture.push_back({plane.pictureRowBytes, plane.pictureRows});
+    }
+    return picture;
+}
+
+auto charactersOf(const std::string& line) {
+    return std::count_if(line.begin(), line.end(), [](char byte) { return (byte & 0xC0) != 0x80; });
+}
 
 }  // namespace
 
@@ -88,27 +111,46 @@ TEST(Picture, ShowsTheQuerysNumbersToScale) {
             EXPECT_NEAR(outline.width, double(rowStride) * across, 0.1);
             EXPECT_NEAR(outline.height, double(size) / double(rowStride) * down, 0.1);
             EXPECT_NEAR(outline.y, y, 0.1);
-            EXPECT_NEAR(picture.width, drawn.picture[i].first * across, 0.1);
-            EXPECT_NEAR(picture.height, drawn.picture[i].second * down, 0.1);
+            EXPECT_NEAR(picture.width, double(drawn.picture[i].first) * across, 0.1);
+            EXPECT_NEAR(picture.height, double(drawn.picture[i].second) * down, 0.1);
             offset += size;
             y += outline.height;
         }
     }
 }
 
-TEST(Picture, InTheTerminalListsTheSameNumbers) {
+TEST(Picture, TellsPaddingOfBothDirectionsFromPictureInEveryFormat) {
+    const std::vector<Extent> bytes{{61, 47}}, raw10{{77, 47}}, twoBytes{{122, 47}},
+            threeBytes{{183, 47}}, fourBytes{{244, 47}}, unknown{{1000, 1000}},
+            semiPlanar{{61, 47}, {60, 23}}, tenBits{{122, 47}, {120, 23}},
+            planar{{61, 47}, {30, 23}, {30, 23}};
+    const std::pair<int32_t, std::vector<Extent>> kFormats[] = {
+            {0x1, fourBytes},   {0x3, threeBytes},   {0x5, fourBytes},    {0x11, semiPlanar},
+            {0x14, twoBytes},   {0x20, twoBytes},    {0x21, bytes},       {0x24, unknown},
+            {0x25, raw10},      {0x36, tenBits},     {0x111, raw10},      {0x1000, semiPlanar},
+            {0x12345, unknown}, {0x20203859, bytes}, {0x32315659, planar}};
+    for (const auto& [format, picture] : kFormats)
+        EXPECT_EQ(pictureIn(format, picture.size(), 61, 47), picture) << format;
+}
+
+TEST(Picture, InTheTerminalListsTheSameNumbersWithinItsWidth) {
     const Json planes = runForDocument({"query", "YV12", "1921x1083"}, "query")["planes"];
-    const std::string drawing = runTool({"query", "YV12", "1921x1083", "--draw"}).out;
+    const Words draw{"query", "YV12", "1921x1083", "--draw"};
+    const std::string drawing = runOnTerminal(draw, {"COLUMNS=60", "NO_COLOR=1"});
+    std::string offsets = "offset +", sizes = "size +", strides = "row stride +";
     uint64_t offset = 0;
-    for (size_t i = 0; i < planes.size(); ++i) {
-        const std::string size = planes[i]["sizeInBytes"].dump();
-        const std::string stride = planes[i]["rowStrideInBytes"].dump();
-        EXPECT_THAT(drawing, testing::ContainsRegex(std::to_string(i) + "  C?[Yrb] +" +
-                                                    std::to_string(offset) + " +" + size + " +" +
-                                                    stride + " "));
-        EXPECT_THAT(drawing, testing::HasSubstr(" at " + std::to_string(offset) + "\n"));
-        offset += planes[i]["sizeInBytes"].get<uint64_t>();
+    for (const Json& plane : planes) {
+        offsets += std::to_string(offset) + " *";
+        sizes += plane["sizeInBytes"].dump() + " *";
+        strides += plane["rowStrideInBytes"].dump() + " *";
+        EXPECT_THAT(drawing, testing::HasSubstr(" at " + std::to_string(offset) + "\r\n"));
+        offset += plane["sizeInBytes"].get<uint64_t>();
     }
+    for (const std::string& row : {offsets, sizes, strides})
+        EXPECT_THAT(drawing, testing::ContainsRegex(row + "\r"));
+    std::istringstream lines(drawing);
+    for (std::string line; std::getline(lines, line);)
+        EXPECT_TRUE(line.find("█") == std::string::npos || charactersOf(line) <= 60 + 1) << line;
 }
 
 TEST(Picture, ASizeOfOnePixelCanBeDrawn) {

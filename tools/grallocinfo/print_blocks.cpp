@@ -15,6 +15,7 @@ constexpr size_t kFewestColumns = 16;
 constexpr size_t kLines = 24;
 
 constexpr std::array<const char*, 3> kColours{"\033[34m", "\033[33m", "\033[32m"};
+constexpr char kTailColour[] = "\033[90m";
 constexpr char kColourOff[] = "\033[0m";
 
 constexpr char kPicture[] = "█";
@@ -47,7 +48,8 @@ class BlockDrawing {
     std::string labelOf(size_t index) const;
     std::string tailLabel() const { return "tail at " + std::to_string(mBuffer.planesEnd); }
     void printPlane(size_t index);
-    void printLine(size_t index, const std::string& cells, const std::string& label);
+    void printTail();
+    void printLine(const char* colour, const std::string& cells, const std::string& label);
     size_t linesOf(double rows) const;
 
     std::ostream& mOut;
@@ -85,10 +87,10 @@ size_t BlockDrawing::linesOf(double rows) const {
             1, static_cast<size_t>(std::llround(rows / std::max(mRows, 1e-9) * kLines)));
 }
 
-void BlockDrawing::printLine(size_t index, const std::string& cells, const std::string& label) {
-    const char* const colour = mColour ? kColours[index % kColours.size()] : "";
-    mOut << colour << cells << (mColour ? kColourOff : "") << (label.empty() ? "" : kLabelGap)
-         << label << '\n';
+void BlockDrawing::printLine(const char* colour, const std::string& cells,
+                             const std::string& label) {
+    mOut << (mColour ? colour : "") << cells << (mColour ? kColourOff : "")
+         << (label.empty() ? "" : kLabelGap) << label << '\n';
 }
 
 void BlockDrawing::printPlane(size_t index) {
@@ -109,18 +111,23 @@ void BlockDrawing::printPlane(size_t index) {
             const bool isTail = line >= lines - tailLines;
             repeat(cells, isTail ? kTail : kVerticalPadding, isTail ? tailColumns : columns);
         }
-        printLine(index, cells, line == 0 ? labelOf(index) : "");
+        printLine(kColours[index % kColours.size()], cells, line == 0 ? labelOf(index) : "");
     }
+}
+
+void BlockDrawing::printTail() {
+    const size_t lines = linesOf(double(mBuffer.tail()) / double(mWidest));
+    std::string cells;
+    repeat(cells, kTail, mColumns);
+    for (size_t line = 0; line < lines; ++line)
+        printLine(kTailColour, cells, line == 0 ? tailLabel() : "");
 }
 
 void BlockDrawing::print() {
     for (size_t i = 0; i < mBuffer.planes.size(); ++i)
         printPlane(i);
-    if (mBuffer.tail() > 0) {
-        std::string cells;
-        repeat(cells, kTail, mColumns);
-        printLine(mBuffer.planes.size(), cells, tailLabel());
-    }
+    if (mBuffer.tail() > 0)
+        printTail();
     mOut << kPicture << " picture  " << kStridePadding << " stride padding  " << kVerticalPadding
          << " vertical padding  " << kTail << " tail\n";
 }
