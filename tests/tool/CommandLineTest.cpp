@@ -28,28 +28,22 @@ struct UnusableCase {
 
 const UnusableCase kUnusable[] = {
         {{}, "one of query, formats, name"},
-        {{"bogus"}, "one of query, formats, name"},
-        {{"query"}, "grallocinfo query FORMAT WIDTHxHEIGHT"},
+        {{"bogus"}, "'bogus' is not a command: expected a command, one of query, formats, name"},
         {{"query", "NV12"}, "grallocinfo query FORMAT WIDTHxHEIGHT"},
         {{"query", "NV12", "64x64", "more"}, "grallocinfo query FORMAT WIDTHxHEIGHT"},
-        {{"query", "NV12", "64x64", "--bogus"}, "grallocinfo query FORMAT WIDTHxHEIGHT"},
         {{"query", "NV13", "64x64"}, "a name that 'grallocinfo formats' lists"},
         {{"query", "nv12", "64x64"}, "a name that 'grallocinfo formats' lists"},
         {{"query", "", "64x64"}, "a number from 0 to 0xffffffff"},
         {{"query", "-1", "64x64"}, "a number from 0 to 0xffffffff"},
         {{"query", "0x100000000", "64x64"}, "a number from 0 to 0xffffffff"},
-        {{"query", "0x", "64x64"}, "a number from 0 to 0xffffffff"},
         {{"query", "1\nNV12", "64x64"}, "a number from 0 to 0xffffffff"},
         {{"query", std::string(9999, 'A'), "64x64"}, "a number from 0 to 0xffffffff"},
         {{"query", "NV12", "0x0"}, "WIDTHxHEIGHT"},
-        {{"query", "NV12", "64x0"}, "WIDTHxHEIGHT"},
         {{"query", "NV12", "-64x64"}, "WIDTHxHEIGHT"},
         {{"query", "NV12", "64x-64"}, "WIDTHxHEIGHT"},
-        {{"query", "NV12", "99999999999x1"}, "WIDTHxHEIGHT"},
         {{"query", "NV12", "2147483648x1"}, "WIDTHxHEIGHT"},
         {{"query", "NV12", "1x18446744073709551617"}, "WIDTHxHEIGHT"},
         {{"query", "NV12", "64"}, "WIDTHxHEIGHT"},
-        {{"query", "NV12", "64x"}, "WIDTHxHEIGHT"},
         {{"query", "NV12", "64x64x64"}, "WIDTHxHEIGHT"},
         {{"query", "NV12", "64x64 "}, "WIDTHxHEIGHT"},
         {{"query", "NV12", "0x40x64"}, "WIDTHxHEIGHT"},
@@ -57,15 +51,9 @@ const UnusableCase kUnusable[] = {
         {{"query", "NV12", "64x64", "--usage", "SW_READ_OFTEN|"}, "names joined by '|'"},
         {{"query", "NV12", "64x64", "--usage", "0x100000000"}, "a number from 0 to 0xffffffff"},
         {{"query", "NV12", "64x64", "--usage", "-1"}, "a number from 0 to 0xffffffff"},
-        {{"query", "NV12", "64x64", "--usage", "1", "--usage", "2"}, "grallocinfo query"},
         {{"query", "NV12", "64x64", "--backend", "gl"}, "aidl or hidl"},
         {{"query", "NV12", "64x64", "--svg", ""}, "grallocinfo query"},
-        {{"query", "NV12", "64x64", "--svg"}, "grallocinfo query"},
-        {{"formats", "0x0"}, "WIDTHxHEIGHT"},
-        {{"formats", "--usage", "junk"}, "names joined by '|'"},
-        {{"name"}, "grallocinfo name"},
         {{"name", "--format", "1", "--usage", "1"}, "grallocinfo name"},
-        {{"name", "--format", "NV13"}, "a name that 'grallocinfo formats' lists"},
         {{"name", "--dataspace", "-2147483649"}, "a number of 32 bits"},
         {{"name", "--dataspace", "STANDARD_BT2021"}, "names joined by '|'"},
         {{"diff", "/nonexistent/a.json", "/nonexistent/b.json"}, "grallocinfo formats --json"},
@@ -83,26 +71,20 @@ const UnusableCase kUnusable[] = {
 
 }  // namespace
 
-TEST(CommandLine, UnusableArgumentsGetOneLineThatSaysWhatWasExpected) {
+TEST(CommandLine, UnusableArgumentsGetOneLineThatSaysWhatWasExpectedAndWithJsonADocument) {
     for (const UnusableCase& unusable : kUnusable) {
         SCOPED_TRACE(testing::PrintToString(unusable.arguments));
-        const Outcome outcome = runTool(unusable.arguments);
+        Words arguments = unusable.arguments;
+        const Outcome outcome = runTool(arguments);
         EXPECT_EQ(outcome.status, 2);
         EXPECT_THAT(outcome.out, IsEmpty());
         EXPECT_EQ(linesOf(outcome.err), 1u) << outcome.err;
         EXPECT_THAT(outcome.err, AllOf(StartsWith("grallocinfo: "), HasSubstr("expected "),
                                        HasSubstr(unusable.expected)));
-    }
-}
-
-TEST(CommandLine, UnusableArgumentsWithJsonGetOneDocument) {
-    for (const UnusableCase& unusable : kUnusable) {
-        SCOPED_TRACE(testing::PrintToString(unusable.arguments));
-        Words arguments = unusable.arguments;
         arguments.insert(arguments.begin() + (arguments.empty() ? 0 : 1), "--json");
-        const Outcome outcome = runTool(arguments);
-        EXPECT_EQ(outcome.status, 2);
-        const Json document = outcome.document();
+        const Outcome forPrograms = runTool(arguments);
+        EXPECT_EQ(forPrograms.status, 2);
+        const Json document = forPrograms.document();
         EXPECT_EQ(schemaError(document, "failure"), "");
         EXPECT_EQ(document["error"]["code"], "UNUSABLE_ARGUMENTS");
         EXPECT_EQ(document["error"]["status"], nullptr);
@@ -166,15 +148,9 @@ TEST(CommandLine, FailuresOfTheLibraryGiveTheirStatusAndMeaning) {
     }
 }
 
-TEST(CommandLine, AMissingServiceIsReportedOnceByTheHelperAndOnceByTheTool) {
-    const std::string err = runTool({"formats"}, {kNoServices}).err;
-    size_t facadeLines = 0;
-    for (size_t at = 0; (at = err.find("ZelkCam/GrallocHelper", at)) != std::string::npos; ++at)
-        ++facadeLines;
-    EXPECT_EQ(facadeLines, 2u) << err;
-    EXPECT_THAT(err, AllOf(HasSubstr("Failed to create allocator instance"),
-                           HasSubstr("GrallocHelperImp initialize fail")));
-    EXPECT_EQ(linesOf(err), 4u) << err;  // the backend's line and the tool's sentence
+TEST(CommandLine, AMissingServiceIsReportedOnceAndNotForEveryFormat) {
+    // The backend's line, two of the helper's and the tool's sentence.
+    EXPECT_EQ(linesOf(runTool({"formats"}, {kNoServices}).err), 4u);
 }
 
 TEST(CommandLine, TheLibrarysWarningsAreKeptBackUnlessVerbose) {
@@ -205,9 +181,21 @@ TEST(CommandLine, HelpAndVersionAreDataAndEveryHelpHasExamples) {
 TEST(CommandLine, OutputThatCannotBeWrittenIsAFailure) {
     const ScratchFolder folder;
     EXPECT_EQ(runTool({"query", "NV12", "64x64", "--svg", folder / "no/such.svg"}).status, 2);
-    const Outcome full = runTool({"query", "NV12", "64x64", "--svg", "/dev/full"});
-    EXPECT_EQ(full.status, 1);
-    EXPECT_THAT(full.err, HasSubstr("No space left on device"));
+    const Words kCommands[] = {{"query", "NV12", "64x64", "--svg", "/dev/full"},
+                               {"query", "YV12", "1921x1083", "--draw"},
+                               {"formats"},
+                               {"formats", "--json"},
+                               {"name", "--format", "17"},
+                               {"watch", "--json"},
+                               {"query", "--help"},
+                               {"--version"}};
+    for (const Words& command : kCommands) {
+        SCOPED_TRACE(testing::PrintToString(command));
+        const Outcome full = runInto("/dev/full", command);
+        EXPECT_EQ(full.status, 1);
+        EXPECT_THAT(full.err, HasSubstr(": No space left on device\n"));
+        EXPECT_EQ(linesOf(full.err), 1u);
+    }
 }
 
 TEST(CommandLine, ColoursAreForTerminalsAndNotWithNoColor) {

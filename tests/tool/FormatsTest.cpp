@@ -3,12 +3,12 @@
 #include <gtest/gtest.h>
 
 #include "tests/tool/Tool.h"
-#include "utils/gralloc/NameTables.h"
 
 namespace zelkcam::test {
 
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
@@ -23,26 +23,6 @@ Json rowOf(const Json& document, const std::string& name) {
 
 }  // namespace
 
-TEST(Formats, EveryNamedFormatHasARowThatAgreesWithItsQuery) {
-    const Json document = runForDocument({"formats", "1921x1083"}, "formats");
-    ASSERT_EQ(document["formats"].size(), NSCam::gralloc::kPixelFormatNames.size());
-    for (const auto& [code, name] : NSCam::gralloc::kPixelFormatNames) {
-        SCOPED_TRACE(name);
-        const Json row = rowOf(document, std::string(name));
-        EXPECT_EQ(row["format"], code);
-        const bool answered = row["status"] == 0;
-        const Json query = runForDocument({"query", std::string(name), "1921x1083"},
-                                          answered ? "query" : "failure");
-        if (answered) {
-            EXPECT_EQ(row["planes"], query["planes"]);
-            EXPECT_EQ(row["resolvedFormat"], query["format"]);
-        } else {
-            EXPECT_EQ(row["status"], query["error"]["status"]);
-            EXPECT_EQ(row["error"]["code"], query["error"]["code"]);
-        }
-    }
-}
-
 TEST(Formats, TellsWhatABufferCostsAndWhatOfItIsPadding) {
     const Json document = runForDocument({"formats", "1920x1080"}, "formats");
     const Json rgba = rowOf(document, "RGBA_8888");
@@ -56,16 +36,6 @@ TEST(Formats, TellsWhatABufferCostsAndWhatOfItIsPadding) {
     const double total = odd["allocationSizeInBytes"];
     EXPECT_NEAR(odd["paddingPercent"].get<double>(), 100 * (total - 25 - 8) / total, 0.01);
     EXPECT_NEAR(odd["bitsPerPixel"].get<double>(), total * 8 / 25, 0.01);
-}
-
-TEST(Formats, RowsForPeopleNameFormatsWithoutALayout) {
-    const Outcome outcome = runTool({"formats", "64x64"});
-    EXPECT_EQ(outcome.status, 0);
-    EXPECT_THAT(outcome.err, IsEmpty());
-    EXPECT_THAT(outcome.out,
-                testing::ContainsRegex("0x1000 +NV12 +2 +64\\+64 +4096\\+2048 +6144 "));
-    EXPECT_THAT(outcome.out, testing::ContainsRegex("0x4 +RGB_565 .*no layout rule"));
-    EXPECT_THAT(outcome.out, HasSubstr("resolved to YCrCb_420_SP (0x11)"));
 }
 
 TEST(Diff, PrintsWhatMovedAndNothingElse) {
@@ -101,19 +71,39 @@ TEST(Diff, AFormatThatOneSideLacksIsADifference) {
     writeContents(folder / "a.json", document.dump());
     document["formats"].erase(document["formats"].begin());
     writeContents(folder / "b.json", document.dump());
-    EXPECT_THAT(runTool({"diff", folder / "a.json", folder / "b.json"}).out,
-                HasSubstr("  format  1 -> nothing\n"));
-    EXPECT_THAT(runTool({"diff", folder / "b.json", folder / "a.json"}).out,
-                HasSubstr("  format  nothing -> 1\n"));
+    const Outcome lost = runTool({"diff", folder / "a.json", folder / "b.json", "--exit-code"});
+    EXPECT_EQ(lost.status, 1);
+    EXPECT_THAT(lost.out, HasSubstr("  format  1 -> nothing\n"));
+    EXPECT_THAT(lost.err, IsEmpty());
+    const Outcome gained = runTool({"diff", folder / "b.json", folder / "a.json"});
+    EXPECT_EQ(gained.status, 0);
+    EXPECT_THAT(gained.out, HasSubstr("  format  nothing -> 1\n"));
+    EXPECT_EQ(runTool({"diff", folder / "a.json", folder / "a.json", "--exit-code"}).status, 0);
 }
 
-TEST(Diff, ListsOfDifferentRequestsCannotBeCompared) {
+TEST(Diff, WhatCannotBeComparedIsRefused) {
     const ScratchFolder folder;
-    writeContents(folder / "a.json", runTool({"formats", "64x64", "--json"}).out);
-    writeContents(folder / "b.json", runTool({"formats", "64x65", "--json"}).out);
-    const Outcome outcome = runTool({"diff", folder / "a.json", folder / "b.json"});
-    EXPECT_EQ(outcome.status, 2);
-    EXPECT_THAT(outcome.err, HasSubstr("another height (64 and 65)"));
+    Json document = runForDocument({"formats", "64x64"}, "formats");
+    writeContents(folder / "a.json", document.dump());
+    document["formats"] = {{{"format", "RGBA_8888"}}};
+    const std::string nameless = document.dump();
+    document["height"] = 65;
+    const std::string request = R"("schemaVersion": 1, "width": 64, "height": 64, "usage": 0)";
+    const std::string deep = "{" + request + R"(, "formats": [{"format": 1, "planes": )" +
+                             std::string(200000, '[') + std::string(200000, ']') + "}]}";
+    const std::pair<std::string, const char*> kFiles[] = {
+            {document.dump(), "height 64 and 65"},
+            {nameless, "a format without a code"},
+            {deep, "of schema version 1"},
+            {"{" + request + "}", "of schema version 1"},
+            {R"({"schemaVersion": 1, "formats": []})", "of schema version 1"},
+            {"[]", "of schema version 1"}};
+    for (const auto& [contents, expected] : kFiles) {
+        writeContents(folder / "b.json", contents);
+        const Outcome outcome = runTool({"diff", folder / "a.json", folder / "b.json"});
+        EXPECT_EQ(outcome.status, 2);
+        EXPECT_THAT(outcome.err, AllOf(HasSubstr("expected "), HasSubstr(expected)));
+    }
 }
 
 }  // namespace zelkcam::test

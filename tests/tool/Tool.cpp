@@ -85,6 +85,14 @@ Outcome runTool(const Words& arguments, const Words& environment) {
     return {status, textOf(out), textOf(err)};
 }
 
+Outcome runInto(const std::string& file, const Words& arguments) {
+    const int out = open(file.c_str(), O_WRONLY | O_CLOEXEC);
+    const int err = memfd_create("err", MFD_CLOEXEC);
+    const int status = statusOf(start(arguments, {}, out, err));
+    close(out);
+    return {status, "", textOf(err)};
+}
+
 Json runForDocument(Words arguments, const std::string& kind, const Words& environment) {
     arguments.push_back("--json");
     const Outcome outcome = runTool(arguments, environment);

@@ -24,7 +24,10 @@ struct Outcome {
 // Runs the program to its end. `environment` holds NAME=VALUE words beside the test's own.
 Outcome runTool(const Words& arguments, const Words& environment = {});
 
-// The same with --json: checks that the outcome is one document of `kind` in the schema.
+// Runs the program with `file` for its standard output.
+Outcome runInto(const std::string& file, const Words& arguments);
+
+// Runs the program with --json: checks that the outcome is one document of `kind` in the schema.
 Json runForDocument(Words arguments, const std::string& kind, const Words& environment = {});
 
 // What the program prints on a terminal.

@@ -28,6 +28,10 @@ CLI::Option* addFile(CLI::App& command, const std::string& name, std::string& pa
     return addText(command, name, path, help)->type_name("FILE")->check(isNamed);
 }
 
+void endWith(int status) {
+    throw CLI::RuntimeError(status);
+}
+
 void addUsage(CLI::App& command, std::string& usage) {
     addText(command, "--usage", usage,
             "Gralloc usage: a number, or names joined by '|'; in a shell, quote them")

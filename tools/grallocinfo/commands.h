@@ -29,6 +29,9 @@ CLI::Option* addText(CLI::App& command, const std::string& name, std::string& va
 CLI::Option* addFile(CLI::App& command, const std::string& name, std::string& path,
                      const std::string& help);
 
+// Ends a command that has an answer with another exit status than 0.
+[[noreturn]] void endWith(int status);
+
 // The options that several commands share.
 void addUsage(CLI::App& command, std::string& usage);
 void addJson(CLI::App& command, bool& json);

@@ -1,6 +1,8 @@
 // grallocinfo diff: what moved between two format lists.
+#include <algorithm>
 #include <fstream>
 #include <iostream>
+#include <iterator>
 #include <map>
 #include <memory>
 
@@ -16,15 +18,22 @@ constexpr char kExamples[] =
         "Examples:\n"
         "  grallocinfo diff last-release.json this-build.json\n"
         "  grallocinfo diff phone.json host.json --json\n"
+        "  grallocinfo diff golden.json this-build.json --exit-code || echo 'a layout moved'\n"
         "The files are what 'grallocinfo formats --json' printed, for one size and usage.";
 
 // What follows from other fields, or is text.
 constexpr const char* kNotCompared[] = {"/bitsPerPixel", "/paddingPercent", "/error/message"};
 
+constexpr int kMoved = 1;  // the exit status with --exit-code, as of other programs that compare
+
+// What both files must have been asked for.
+constexpr const char* kRequest[] = {"width", "height", "usage"};
+
 struct DiffOptions {
     std::string left;
     std::string right;
     bool json = false;
+    bool exitCode = false;
 };
 
 struct Difference {
@@ -42,12 +51,28 @@ struct Comparison {
 
 using Formats = std::map<int32_t, Json>;
 
+// Nothing that the tool printed is nested more deeply; deeper, comparing would not end well.
+constexpr int kMostLevels = 16;
+
+bool isFormatList(const Json& document) {
+    const auto isInteger = [&](const char* field) {
+        return document.value(field, Json()).is_number_integer();
+    };
+    return document.is_object() && document.value("schemaVersion", Json()) == kSchemaVersion &&
+           document.value("formats", Json()).is_array() &&
+           std::all_of(std::begin(kRequest), std::end(kRequest), isInteger);
+}
+
 Json readFile(const std::string& path) {
     const std::string expected = "what 'grallocinfo formats --json' printed";
     std::ifstream file = openFile(path, expected);
-    Json document = Json::parse(file, nullptr, false);
-    if (!document.is_object() || document.value("schemaVersion", Json()) != kSchemaVersion ||
-        !document.value("formats", Json()).is_array()) {
+    bool isTooDeep = false;
+    const auto isTaken = [&](int level, Json::parse_event_t, const Json&) {
+        isTooDeep = isTooDeep || level > kMostLevels;
+        return !isTooDeep;
+    };
+    Json document = Json::parse(file, isTaken, false);
+    if (isTooDeep || !isFormatList(document)) {
         throw unusable(inQuotes(path) + " is not usable: expected " + expected +
                        ", of schema version " + std::to_string(kSchemaVersion));
     }
@@ -72,11 +97,11 @@ Formats formatsOf(const Json& document, const std::string& path) {
 }
 
 void requireSameRequest(const Json& left, const Json& right) {
-    for (const char* const field : {"width", "height", "usage"}) {
-        if (left.value(field, Json()) != right.value(field, Json())) {
-            throw unusable(std::string("the files were asked for another ") + field + " (" +
-                           left.value(field, Json()).dump() + " and " +
-                           right.value(field, Json()).dump() + "): expected one size and usage");
+    for (const char* const field : kRequest) {
+        if (left[field] != right[field]) {
+            throw unusable(std::string("the files are of different requests: ") + field + " " +
+                           left[field].dump() + " and " + right[field].dump() +
+                           ": expected one size and usage");
         }
     }
 }
@@ -175,6 +200,8 @@ void runDiff(const DiffOptions& options) {
         writeDocument(comparisonDocument(comparison));
     else
         printComparison(std::cout, comparison);
+    if (options.exitCode && !comparison.differences.empty())
+        endWith(kMoved);
 }
 
 }  // namespace
@@ -186,6 +213,8 @@ void addDiff(CLI::App& program) {
     addText(*command, "A.json", options->left, "What 'formats --json' printed");
     addText(*command, "B.json", options->right, "The same of another device or build");
     addJson(*command, options->json);
+    command->add_flag("--exit-code", options->exitCode,
+                      "Exit with 1 if something moved, with 0 only if nothing did");
     command->footer(kExamples);
     command->callback([options] { runDiff(*options); });
 }

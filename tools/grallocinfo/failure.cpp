@@ -28,7 +28,7 @@ Failure unusable(std::string message) {
 }
 
 Failure systemFailure(const std::string& what, int error) {
-    return {ExitCode::kLibraryFailure, "SYSTEM_FAILURE", -error, what + ": " + strerror(error)};
+    return {ExitCode::kLibraryFailure, kSystemFailure, -error, what + ": " + strerror(error)};
 }
 
 std::string inQuotes(std::string_view text) {

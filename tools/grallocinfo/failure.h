@@ -24,6 +24,8 @@ struct Failure {
 
 Failure unusable(std::string message);
 
+inline constexpr char kSystemFailure[] = "SYSTEM_FAILURE";
+
 // A failure of the machine that is not an answer of the library: a file, a socket. `error` is
 // errno.
 Failure systemFailure(const std::string& what, int error);

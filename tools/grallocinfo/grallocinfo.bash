@@ -10,7 +10,8 @@ _grallocinfo_options() {
     query) echo --usage --force --json --svg --draw --backend --verbose --help ;;
     formats) echo --usage --json --verbose --help ;;
     name) echo --format --usage --dataspace --json --verbose --help ;;
-    diff | watch) echo --json --help ;;
+    diff) echo --json --exit-code --help ;;
+    watch) echo --json --help ;;
     share) echo --usage --once --json --verbose --help ;;
     attach) echo --json --png --fill --verbose --help ;;
     *) echo query formats name diff watch share attach --help --version ;;

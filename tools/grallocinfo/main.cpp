@@ -24,20 +24,19 @@ bool asksForJson(const std::vector<std::string>& words) {
     return std::find(words.begin(), words.end(), "--json") != words.end();
 }
 
-ExitCode report(const Failure& failure) {
-    if (failure.exit == ExitCode::kLibraryFailure)
+int report(const Failure& failure) {
+    if (failure.exit == ExitCode::kLibraryFailure && failure.code != kSystemFailure)
         showHeldErrors();
     remark(failure.message);
     if (gJson && !documentWritten())
         printJson(std::cout, failureDocument(failure));
     std::cout.flush();
-    return failure.exit;
+    return static_cast<int>(failure.exit);
 }
 
 [[noreturn]] void reportFatal(const std::string& lastWords) {
-    report({ExitCode::kLibraryFailure, "LIBRARY_ENDED_PROCESS", std::nullopt,
-            "the library cannot go on and ended the process: " + lastWords});
-    _exit(static_cast<int>(ExitCode::kLibraryFailure));
+    _exit(report({ExitCode::kLibraryFailure, "LIBRARY_ENDED_PROCESS", std::nullopt,
+                  "the library cannot go on and ended the process: " + lastWords}));
 }
 
 // The innermost command that was named: the one whose help helps.
@@ -67,9 +66,12 @@ std::string synopsisOf(const CLI::App& command) {
     return synopsis + " [OPTIONS]; see '--help'";
 }
 
-Failure parseFailure(const CLI::App& program, const CLI::ParseError& error) {
+Failure parseFailure(const CLI::App& program, const CLI::ParseError& error,
+                     const std::string& firstWord) {
     const CLI::App& command = chosenCommand(program);
     std::string reason = error.what();
+    if (!command.get_parent() && !firstWord.empty() && !firstWord.starts_with('-'))
+        reason = inQuotes(firstWord) + " is not a command";
     std::replace(reason.begin(), reason.end(), '\n', ' ');
     return unusable(reason + ": expected " + synopsisOf(command));
 }
@@ -98,24 +100,31 @@ void declare(CLI::App& program) {
     addAttach(program);
 }
 
-ExitCode run(std::vector<std::string> words) {
+// Runs the command, or prints the help or the version that was asked for.
+int parse(CLI::App& program, const std::vector<std::string>& words) {
+    int status = 0;
+    try {
+        program.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+    } catch (const CLI::Success& help) {
+        program.exit(help);
+    } catch (const CLI::RuntimeError& ended) {
+        status = ended.get_exit_code();
+    } catch (const CLI::ParseError& error) {
+        throw parseFailure(program, error, words.empty() ? "" : words.front());
+    }
+    flushOutput();
+    return status;
+}
+
+int run(const std::vector<std::string>& words) {
     CLI::App program("What graphics buffers look like in memory", "grallocinfo");
     declare(program);
     try {
-        std::reverse(words.begin(), words.end());
-        program.parse(std::move(words));
-        flushOutput();
-        return ExitCode::kOk;
-    } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
-            program.exit(error);
-            return ExitCode::kOk;
-        }
-        return report(parseFailure(program, error));
+        return parse(program, words);
     } catch (const Failure& failure) {
         return report(failure);
     } catch (const std::exception& error) {
-        return report({ExitCode::kLibraryFailure, "SYSTEM_FAILURE", std::nullopt, error.what()});
+        return report({ExitCode::kLibraryFailure, kSystemFailure, std::nullopt, error.what()});
     }
 }
 
@@ -128,7 +137,7 @@ int main(int argc, char** argv) try {
     const std::vector<std::string> words = wordsOf(argc, argv);
     gJson = asksForJson(words);
     onLibraryFatal(reportFatal);
-    return static_cast<int>(run(words));
+    return run(words);
 } catch (...) {
     // Not even the report of a failure fitted into memory.
     return static_cast<int>(grallocinfo::ExitCode::kLibraryFailure);
