@@ -1,14 +1,11 @@
-// What the stress tests share: how long, chance, and what a process holds.
+// What the stress tests share: how long, and chance.
 #pragma once
-
-#include <dirent.h>
 
 #include <chrono>
 #include <cstdlib>
-#include <fstream>
 #include <random>
-#include <string>
 
+#include "tests/support/Holdings.h"
 #include "utils/gralloc/aidl/v2/allocator/allocator.h"
 
 namespace zelkcam::stress {
@@ -17,6 +14,8 @@ using Clock = std::chrono::steady_clock;
 using NSCam::GrallocAllocatorAidlV2::AllocatorAidl;
 using NSCam::GrallocAllocatorAidlV2::PixelFormat;
 using NSCam::GrallocMapperAidlV2::MapperV5;
+using test::Holdings;
+using test::holdings;
 
 inline constexpr uint64_t kCpu = 0x33;
 
@@ -37,27 +36,5 @@ class Chance {
   private:
     std::mt19937_64 mEngine;
 };
-
-struct Holdings {
-    long descriptors = 0;
-    long mappings = 0;  // of buffers
-    bool operator==(const Holdings&) const = default;
-};
-
-inline Holdings holdings() {
-    Holdings held;
-    DIR* const folder = opendir("/proc/self/fd");
-    while (readdir(folder) != nullptr)
-        ++held.descriptors;
-    closedir(folder);
-    std::ifstream maps("/proc/self/maps");
-    for (std::string line; std::getline(maps, line);)
-        held.mappings += line.find("memfd:zelkcam") != std::string::npos;
-    return held;
-}
-
-inline std::ostream& operator<<(std::ostream& out, const Holdings& held) {
-    return out << held.descriptors << " descriptors, " << held.mappings << " mappings";
-}
 
 }  // namespace zelkcam::stress

@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "tests/support/Journal.h"
+#include "tests/support/Holdings.h"
 #include "tests/transport/Connection.h"
 
 namespace zelkcam::test {
@@ -37,9 +37,7 @@ TEST_F(SocketTest, AnotherProcessWritesIntoTheBufferItWasSent) {
     if (peer == 0) {
         const auto socket = connect_to(mPath);
         const auto result = host::receive_handle(socket.value.get());
-        const bool written = result.ok() && pwrite(result.value->data[0], "back", 4, 0) == 4 &&
-                             result.value->data[1] == 11 && result.value->data[2] == 12;
-        _exit(written ? 0 : 1);
+        _exit(result.ok() && pwrite(result.value->data[0], "back", 4, 0) == 4 ? 0 : 1);
     }
     const auto connection = listener.value.accept();
     ASSERT_TRUE(connection.ok());
@@ -53,7 +51,7 @@ TEST_F(SocketTest, AnotherProcessWritesIntoTheBufferItWasSent) {
 }
 
 TEST_F(SocketTest, TheFileIsTheOwnersAloneAndGoesWithTheListener) {
-    const size_t before = openDescriptors();
+    const Holdings before = holdings();
     {
         auto listener = listen_at(mPath);
         ASSERT_TRUE(listener.ok());
@@ -66,7 +64,7 @@ TEST_F(SocketTest, TheFileIsTheOwnersAloneAndGoesWithTheListener) {
     }
     EXPECT_FALSE(fs::exists(mPath));
     EXPECT_EQ(connect_to(mPath).error, -ENOENT);
-    EXPECT_EQ(openDescriptors(), before);
+    EXPECT_EQ(holdings(), before);
 }
 
 TEST_F(SocketTest, ADeadServersSocketIsReplacedButNoOtherFile) {
