@@ -84,8 +84,6 @@ TEST_F(AttributeTest, AFormatLeftToTheAllocatorComesFromTheFourcc) {
             {0x22, 0x3231564e, 0x1000},      // NV12
             {0x23, 0x3132564e, 0x11},        // NV21
             {0x23, 0x32315659, 0x32315659},  // YV12
-            {0x23, 0x30313050, 0x36},        // P010
-            {0x22, 0x34324241, 0x1},         // AB24
             {0x22, 0x51504f43, 0x111},       // COPQ
             {0x22, 0x20203852, 0x22},        // R8: more than one format
             {0x23, 0, 0x23},
@@ -104,10 +102,19 @@ TEST_F(AttributeTest, AFormatLeftToTheAllocatorComesFromTheFourcc) {
     EXPECT_EQ(read(PLEXA_GET_FORMAT), std::nullopt);
 }
 
-TEST_F(AttributeTest, RowsOfAPlaneWithoutRowLengthAreItsHeight) {
-    for (const int64_t stride : {0, -1984}) {
-        describeFirstPlane(stride, 1984 * 1088, 1080);
-        EXPECT_EQ(read(PLEXA_GET_VERTICAL_STRIDE), 1080u) << stride;
+TEST_F(AttributeTest, RowsAreThoseThatTheFirstPlaneHasRoomFor) {
+    const struct {
+        int64_t stride, size, height;
+        std::optional<uint32_t> rows;
+    } kCases[] = {
+            {0, 1984 * 1088, 1080, 1080},  // without a length of row, the plane's height
+            {-1984, 1984 * 1088, 1080, 1080},
+            {1, 0x1'0000'0000, 0, {}},
+            {1984, -1984 * 2, 1080, {}},
+    };
+    for (const auto& expected : kCases) {
+        describeFirstPlane(expected.stride, expected.size, expected.height);
+        EXPECT_EQ(read(PLEXA_GET_VERTICAL_STRIDE), expected.rows) << expected.stride;
     }
     describePlanes({});
     EXPECT_EQ(read(PLEXA_GET_VERTICAL_STRIDE), 1080u) << "no plane described: what was asked for";
@@ -152,10 +159,6 @@ TEST_F(AttributeTest, ANumberBeyondThirtyTwoBitsIsAFailure) {
     EXPECT_EQ(read(PLEXA_GET_WIDTH), 0xffffffff);
     describe<Type::WIDTH>(uint64_t{0x1'0000'0000});
     EXPECT_EQ(read(PLEXA_GET_WIDTH), std::nullopt);
-    describeFirstPlane(1, 0x1'0000'0000, 0);
-    EXPECT_EQ(read(PLEXA_GET_VERTICAL_STRIDE), std::nullopt);
-    describeFirstPlane(1984, -1984 * 2, 1080);
-    EXPECT_EQ(read(PLEXA_GET_VERTICAL_STRIDE), std::nullopt);
 }
 
 TEST_F(AttributeTest, WhatTheMapperDoesNotAnswerIsAFailure) {
