@@ -3,12 +3,15 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "host/hidl_gralloc/HidlAllocatorService.h"
+#include "host/hidl_gralloc/MapperService.h"
+
 namespace zelkcam::test {
 
 namespace {
 
+using android::hardware::Return;
 using android::hardware::Status;
-using recording::Return;
 using Transport = HidlScript::Transport;
 
 Status transportStatus() {
@@ -26,8 +29,10 @@ Return<void> answer(const char* call, const Callback& callback) {
     return Return<void>(transportStatus());
 }
 
-class ScriptedMapper final : public recording::RecordingMapper {
+class ScriptedMapper final : public host::MapperService {
   public:
+    bool isRemote() const override { return remote; }
+
     Return<void> createDescriptor(const Description& description,
                                   createDescriptor_cb callback) override {
         hidlScript().descriptions.push_back(description);
@@ -78,9 +83,11 @@ class ScriptedMapper final : public recording::RecordingMapper {
                      script.metadata ? *script.metadata : Bytes(encoded(script.planes)));
         });
     }
+
+    bool remote = false;
 };
 
-class ScriptedAllocator final : public recording::RecordingAllocator {
+class ScriptedAllocator final : public host::HidlAllocatorService {
   public:
     Return<void> allocate(const Bytes& descriptor, uint32_t count, allocate_cb callback) override {
         HidlScript& script = hidlScript();

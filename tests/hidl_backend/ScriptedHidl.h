@@ -6,7 +6,6 @@
 #include <functional>
 #include <optional>
 
-#include "tests/host/RecordingMapper.h"
 #include "tests/support/DoublesTest.h"
 #include "tests/support/PlatformDoubles.h"
 #include "tests/support/ScriptedGralloc.h"
@@ -15,12 +14,12 @@
 
 namespace zelkcam::test {
 
-using recording::Bytes;
-using recording::Description;
-using recording::Error;
-using recording::hidl_handle;
-using recording::hidl_vec;
-using recording::IMapper;
+using android::hardware::hidl_handle;
+using android::hardware::hidl_vec;
+using android::hardware::graphics::mapper::V4_0::Error;
+using android::hardware::graphics::mapper::V4_0::IMapper;
+using Bytes = hidl_vec<uint8_t>;
+using Description = IMapper::BufferDescriptorInfo;
 
 // Calls reach the journal by their names: "get", "lock", "freeBuffer 0x1001".
 struct HidlScript {
