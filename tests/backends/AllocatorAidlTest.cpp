@@ -45,6 +45,7 @@ class AllocatorAidlTest : public BackendTest {
 };
 
 TEST_F(AllocatorAidlTest, EachBufferIsImportedAndItsRawDescriptorsAreClosed) {
+    allocatorScript().surplus = 1;  // nobody looks at the length of the list
     EXPECT_EQ(allocate(2), 0);
     EXPECT_EQ(stride, 128u);
     EXPECT_THAT(allocatorScript().counts, ElementsAre(2));

@@ -12,6 +12,7 @@ class BackendTest : public GrallocTest {
   protected:
     void SetUp() override {
         GrallocTest::SetUp();
+        mapperScript().version = 4;  // nobody looks at it
         mapper.emplace(scriptedAllocator());
         forget();
     }

@@ -46,6 +46,8 @@ TEST_F(BufferOperationsTest, AHandleOfNothingImportsToNullWithoutACall) {
     EXPECT_EQ(helper->importBuffer(reference), 1);
     EXPECT_NE(reference, nullptr);
     EXPECT_EQ(helper->freeBuffer(reference), 0);
+    reference = nullptr;
+    EXPECT_DEATH(helper->importBuffer(reference), "") << "the handle itself is not tested";
 }
 
 TEST_F(BufferOperationsTest, AFreeOfNullIsRefusedAndAFailedOneAnswersTheMappersCode) {

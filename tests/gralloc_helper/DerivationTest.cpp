@@ -277,6 +277,7 @@ TEST_F(DerivationTest, ABufferThatCannotBeLockedIsUnlockedAndEndsTheProcess) {
     describeBuffers({.format = kNv21, .width = 8, .height = 6});
     locate({});
     mapperScript().lockResult = 5;
+    mapperScript().unlockResult = 2;  // so that the unlock is told
     const std::string location = R"( \(gQueryYCbCr\)\{#[0-9]+:utils/gralloc/GrallocHelper\})";
     EXPECT_FATAL(
             {
@@ -284,6 +285,7 @@ TEST_F(DerivationTest, ABufferThatCannotBeLockedIsUnlockedAndEndsTheProcess) {
                 describe();
             },
             testing::ContainsRegex(
+                    R"(\[unlock\] unlock\(0x[0-9a-f]+\) failed with 2 .*)"
                     "chroma_step:0 status:5\ntestLog ZelkCam/GrallocHelper 69\n"
                     R"(android 6 ZelkCam/GrallocHelper \[Fatal\] \[gQueryYCbCr\] status:-5\()"
                     R"(Unknown error -5\))" +

@@ -55,6 +55,18 @@ TEST_F(HandleQueryTest, ALayoutIsDerivedOnceAndThenTakenFromTheCache) {
     EXPECT_EQ(layout(), "0x1 64x33 8192/384");
 }
 
+TEST_F(HandleQueryTest, WhatIsDerivedIsEnteredByItsOwnSizeUnlessThatIsKnown) {
+    EXPECT_EQ(describe(), 0);
+    // A buffer whose width is another one when it is read again.
+    describeBuffers({0x1, 63, 32, 96, 32, 9999});
+    platformScript().attributes[PLEXA_GET_WIDTH] = {63, 64};
+    EXPECT_EQ(describe(), 0);
+    EXPECT_EQ(layout(), "0x1 64x32 9999/384");
+    platformScript().attributes[PLEXA_GET_WIDTH] = {64};
+    EXPECT_EQ(describe(), 0);
+    EXPECT_EQ(layout(), "0x1 64x32 8192/256") << "as it was entered first";
+}
+
 TEST_F(HandleQueryTest, EntriesAreSharedWithRequestsOfUsageZeroOnly) {
     EXPECT_EQ(describe(), 0);
     EXPECT_EQ(request({3, 0x1, 64, 32}), 0);

@@ -149,6 +149,8 @@ TEST_F(HidlMapperTest, LayoutsAreAskedForOnlyWithAPlaceForThem) {
     hidlScript().planes = planes;
     EXPECT_EQ(mapper->getPlaneLayouts(buffer, &layouts), 0);
     EXPECT_EQ(layouts, planes);
+    EXPECT_EQ(mapper->getPlaneLayouts(buffer, &layouts), 0);
+    EXPECT_EQ(layouts.size(), 4u) << "appended";
     EXPECT_THAT(takeLog(), IsEmpty());
 }
 

@@ -82,7 +82,7 @@ AIMapper_Error setStandardMetadata(buffer_handle_t, int64_t type, const void* by
 
 AIMapper* scriptedMapper() {
     static AIMapper& instance = *new AIMapper{};
-    instance.version = AIMAPPER_VERSION_5;
+    instance.version = static_cast<AIMapper_Version>(mapperScript().version);
     instance.v5.importBuffer = importBuffer;
     instance.v5.freeBuffer = freeBuffer;
     instance.v5.lock = lock;
@@ -108,7 +108,7 @@ class ScriptedAllocator final : public alloc::BnAllocator {
         if (script.onAllocate)
             script.onAllocate();
         result->stride = script.stride;
-        for (int i = 0; i < count; ++i)
+        for (int i = 0; i < count + script.surplus; ++i)
             result->buffers.push_back(newBuffer());
         return script.allocateStatus ? script.allocateStatus() : ndk::ScopedAStatus::ok();
     }

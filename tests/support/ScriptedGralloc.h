@@ -27,6 +27,7 @@ inline char* const kMapped = reinterpret_cast<char*>(0x7000'0000);
 // rect=0,0,640,480 fence=-1", "unlock", "getStandardMetadata 15 512", "setStandardMetadata 19 109".
 struct MapperScript {
     bool entryGivesNull = false;
+    uint32_t version = AIMAPPER_VERSION_5;
     std::deque<int32_t> importResults;  // one a call; 0 when it has run dry
     // What a failed import leaves in the slot.
     const native_handle* failedImport = nullptr;
@@ -52,6 +53,7 @@ struct AllocatorScript {
     std::function<ndk::ScopedAStatus()> suffixStatus;    // OK unless set
     std::function<ndk::ScopedAStatus()> allocateStatus;  // OK unless set
     int32_t stride = 0;
+    int32_t surplus = 0;  // buffers beyond those asked for
     std::vector<aidl::android::hardware::graphics::allocator::BufferDescriptorInfo> requests;
     std::vector<int32_t> counts;
     std::vector<int> descriptors;  // every descriptor that a result carried, one a buffer
