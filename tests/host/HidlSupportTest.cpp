@@ -55,16 +55,11 @@ class HidlHandle : public testing::Test {
     native_handle_t* const raw = newHandle();
 };
 
-TEST_F(HidlHandle, RefersToARawHandleWithoutOwningIt) {
-    hidl_handle handle(raw);
-    handle = static_cast<const native_handle_t*>(raw);
-    const hidl_handle moved(std::move(handle));
-    EXPECT_EQ(moved.getNativeHandle(), raw);
-    EXPECT_EQ(handle.getNativeHandle(), nullptr);
-}
-
 TEST_F(HidlHandle, CopiesOwnDescriptorsOfTheirOwn) {
-    const hidl_handle reference(raw);
+    hidl_handle source(raw);
+    const hidl_handle reference(std::move(source));
+    EXPECT_EQ(reference.getNativeHandle(), raw);
+    EXPECT_EQ(source.getNativeHandle(), nullptr);
     hidl_handle copy(reference);
     ASSERT_NE(copy.getNativeHandle(), raw);
     EXPECT_NE(copy->data[0], raw->data[0]);
@@ -109,12 +104,8 @@ TEST_F(HidlHandle, AFailedCloneEndsTheProcess) {
 TEST(HidlString, CopiesOwnMovesEmptyTheSource) {
     char text[] = "buffer";
     hidl_string copy(text);
-    hidl_string reference;
-    reference.setToExternal(text, 6);
     text[0] = 'B';
     EXPECT_STREQ(copy.c_str(), "buffer");
-    EXPECT_STREQ(reference.c_str(), "Buffer");
-
     hidl_string moved(std::move(copy));
     EXPECT_STREQ(copy.c_str(), "");
     moved = moved.c_str() + 3;  // the source lies in what is replaced
@@ -185,11 +176,6 @@ TEST(HidlReturn, IgnoredFailuresMatterOnlyWhenTheProcessAsksForIt) {
         _exit(0);
     };
     EXPECT_DEATH(underRestriction([] { failed(); }), "DEAD_OBJECT");
-    EXPECT_DEATH(underRestriction([] {
-                     Return<Error> call = failed();
-                     call = Return<Error>(Error::NONE);
-                 }),
-                 "DEAD_OBJECT");
     EXPECT_EXIT(underRestriction([] {
                     Return<Error> first = failed();
                     const Return<Error> second = std::move(first);  // only the target counts
