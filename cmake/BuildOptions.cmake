@@ -42,11 +42,6 @@ if(ZELKCAM_SANITIZE)
     add_compile_options(-fsanitize=${ZELKCAM_SANITIZE} -fno-omit-frame-pointer
                         -fno-sanitize-recover=undefined -fno-sanitize=vptr)
     add_link_options(-fsanitize=${ZELKCAM_SANITIZE})
-    if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
-        # Instrumentation hides from GCC's flow analysis what it needs to know: it warns of the standard
-        # library's own <regex> and of vectors. The other presets make these warnings errors.
-        add_compile_options(-Wno-maybe-uninitialized -Wno-array-bounds -Wno-stringop-overflow)
-    endif()
 endif()
 
 # Nothing leaves `target`, a shared library, but what the version script `map` names.
