@@ -59,6 +59,8 @@ class Text {
     size_t mLength = 0;
 };
 
+constexpr int kEveryUsage = 0x28071F33;
+
 String8 everyUsage() {
     Text text;
     text.append("0");
@@ -76,6 +78,51 @@ String8 everyUsage() {
     return text.text();
 }
 
+// The same with the decisions that the text rests on, written out by hand.
+String8 usageByItsBits(uint32_t usage) {
+    Text text;
+    text.append("0");
+    if ((usage & 0xF) == 0x2)
+        text.append("|SW_READ_RARELY");
+    if ((usage & 0xF) == 0x3)
+        text.append("|SW_READ_OFTEN");
+    if ((usage & 0xF0) == 0x20)
+        text.append("|SW_WRITE_RARELY");
+    if ((usage & 0xF0) == 0x30)
+        text.append("|SW_WRITE_OFTEN");
+    if ((usage & 0x60000) == 0x20000)
+        text.append("|HW_CAMERA_WRITE");
+    if ((usage & 0x60000) == 0x40000)
+        text.append("|HW_CAMERA_READ");
+    if ((usage & 0x60000) == 0x60000)
+        text.append("|HW_CAMERA_ZSL");
+    if ((usage & 0x71F00) == 0)
+        return text.text();
+    if ((usage & 0x100) != 0)
+        text.append("|HW_TEXTURE");
+    if ((usage & 0x200) != 0)
+        text.append("|HW_RENDER");
+    if ((usage & 0x400) != 0)
+        text.append("|HW_2D");
+    if ((usage & 0x800) != 0)
+        text.append("|HW_COMPOSER");
+    if ((usage & 0x1000) != 0)
+        text.append("|HW_FB");
+    if ((usage & 0x10000) != 0)
+        text.append("|HW_VIDEO_ENCODER");
+    if ((usage & 0x8000000) != 0)
+        text.append("|HW_IMAGE_ENCODER");
+    if ((usage & 0x20000000) != 0)
+        text.append("|SMVR");
+    return text.text();
+}
+
+String8 everyUsageByItsBits() {
+    uint32_t usage = kEveryUsage;
+    benchmark::DoNotOptimize(usage);
+    return usageByItsBits(usage);
+}
+
 String8 namedDataspace() {
     Text text;
     text.append("V0_JFIF");
@@ -88,8 +135,10 @@ String8 namedDataspace() {
 constexpr int kUnnamedDataspace = 0x10C60000;
 
 String8 unnamedDataspace() {
+    uint32_t code = kUnnamedDataspace;
+    benchmark::DoNotOptimize(code);  // or the compiler prints it
     Text text;
-    text.appendHex(kUnnamedDataspace);
+    text.appendHex(code);
     text.append("|STANDARD_BT2020");
     text.append("|TRANSFER_SMPTE_170M");
     text.append("|RANGE_LIMITED");
@@ -120,7 +169,9 @@ void registerNames() {
                            HAL_PIXEL_FORMAT_IMPLEMENTATION_DEFINED, HAL_PIXEL_FORMAT_YV12})
         comparePixelFormat(code);
     using Helper = NSCam::IGrallocHelper;
-    compareBuilt<&Helper::queryGrallocUsageName>("usage_name/all_bits", 0x28071F33, everyUsage);
+    compareBuilt<&Helper::queryGrallocUsageName>("usage_name/all_bits", kEveryUsage, everyUsage);
+    compareBuilt<&Helper::queryGrallocUsageName>("usage_name_decided/all_bits", kEveryUsage,
+                                                 everyUsageByItsBits);
     compareBuilt<&Helper::queryDataspaceName>("dataspace_name/named", 0x8C20000, namedDataspace);
     compareBuilt<&Helper::queryDataspaceName>("dataspace_name/unnamed", kUnnamedDataspace,
                                               unnamedDataspace);

@@ -28,6 +28,7 @@ ROWS = [
     ("ycbcr_lock_stack", "the same, floor reads through the stack", None),
     ("format_name", "pixel format name", 1.5),
     ("usage_name", "usage name", 1.3),
+    ("usage_name_decided", "the same, floor tests the bits", None),
     ("dataspace_name", "dataspace name", 1.3),
     ("hdr_set", "HDR set", 1.5),
     ("hdr_get", "HDR get", 1.5),

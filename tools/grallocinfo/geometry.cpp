@@ -87,7 +87,7 @@ BufferGeometry geometryOf(const zcam::GrallocStaticInfo& layout,
                           std::optional<uint64_t> allocationSize) {
     BufferGeometry buffer;
     buffer.allocationSize = allocationSize;
-    const FormatShape* const shape = NSCam::gralloc::findCode(kShapes, layout.format);
+    const FormatShape* const shape = NSCam::gralloc::findCode<kShapes>(layout.format);
     buffer.pictureKnown = shape && shape->planes[0].bitsPerSample != 0;
     for (size_t i = 0; i < layout.planes.size(); ++i) {
         buffer.planes.push_back(placed(layout.planes[i], buffer.planesEnd));

@@ -266,7 +266,7 @@ void PixelAccess::write(const Picture& picture) const {
 }
 
 const SampleRule* ruleOf(int32_t format) {
-    return NSCam::gralloc::findCode(kRules, format);
+    return NSCam::gralloc::findCode<kRules>(format);
 }
 
 }  // namespace

@@ -235,7 +235,7 @@ int queryStaticInfo(const native_handle* handle, MyStaticInfo& info) {
     info.allocSize = extra.allocSize;
     info.bufferFlags = extra.bufferFlags;
 
-    const FormatRule* const rule = findCode(kFormatRules, extra.format);
+    const FormatRule* const rule = findCode<kFormatRules>(extra.format);
     if (rule == nullptr) {
         LOGE("Not support format: %#x(%s)", static_cast<uint32_t>(extra.format),
              gQueryPixelFormatName(extra.format).c_str());

@@ -23,13 +23,6 @@ struct UsageName {
     std::string_view name;
 };
 
-// A dataspace that has a name and whose fields are spelt out behind it.
-struct CombinedDataspaceName {
-    int32_t code;
-    std::string_view name;
-    std::string_view standard;
-};
-
 inline constexpr std::array kPixelFormatNames{
         CodeName{0x1, "RGBA_8888"},
         CodeName{0x2, "RGBX_8888"},
@@ -95,22 +88,16 @@ inline constexpr std::array kLegacyDataspaceNames{
         CodeName{0x1004, "HEIF"},
 };
 
+// Dataspaces that have a name, behind which their fields are spelt out.
 inline constexpr std::array kCombinedDataspaceNames{
-        CombinedDataspaceName{0x8410000, "V0_SRGB_LINEAR", "STANDARD_BT709"},
-        CombinedDataspaceName{0x8460000, "BT2020_LINEAR", "STANDARD_BT2020"},
-        CombinedDataspaceName{0x84A0000, "DCI_P3_LINEAR", "STANDARD_DCI_P3"},
-        CombinedDataspaceName{0x8810000, "V0_SRGB", "STANDARD_BT709"},
-        CombinedDataspaceName{0x88A0000, "DISPLAY_P3", "STANDARD_DCI_P3"},
-        CombinedDataspaceName{0x8C20000, "V0_JFIF", "STANDARD_BT601_625"},
-        CombinedDataspaceName{0x8C60000, "BT2020", "STANDARD_BT2020"},
-        CombinedDataspaceName{0x90B0000, "ADOBE_RGB", "STANDARD_ADOBE_RGB"},
-        CombinedDataspaceName{0x94A0000, "DCI_P3", "STANDARD_DCI_P3"},
-        CombinedDataspaceName{0x9C60000, "BT2020_PQ", "STANDARD_BT2020"},
-        CombinedDataspaceName{0x10C10000, "V0_BT709", "STANDARD_BT709"},
-        CombinedDataspaceName{0x10C20000, "V0_BT601_625", "STANDARD_BT601_625"},
-        CombinedDataspaceName{0x10C40000, "V0_BT601_525", "STANDARD_BT601_525"},
-        CombinedDataspaceName{0x18410000, "V0_SCRGB_LINEAR", "STANDARD_BT709"},
-        CombinedDataspaceName{0x18810000, "V0_SCRGB", "STANDARD_BT709"},
+        CodeName{0x8410000, "V0_SRGB_LINEAR"}, CodeName{0x8460000, "BT2020_LINEAR"},
+        CodeName{0x84A0000, "DCI_P3_LINEAR"},  CodeName{0x8810000, "V0_SRGB"},
+        CodeName{0x88A0000, "DISPLAY_P3"},     CodeName{0x8C20000, "V0_JFIF"},
+        CodeName{0x8C60000, "BT2020"},         CodeName{0x90B0000, "ADOBE_RGB"},
+        CodeName{0x94A0000, "DCI_P3"},         CodeName{0x9C60000, "BT2020_PQ"},
+        CodeName{0x10C10000, "V0_BT709"},      CodeName{0x10C20000, "V0_BT601_625"},
+        CodeName{0x10C40000, "V0_BT601_525"},  CodeName{0x18410000, "V0_SCRGB_LINEAR"},
+        CodeName{0x18810000, "V0_SCRGB"},
 };
 
 // The fields of the Android dataspace layout, in the order in which they are printed.

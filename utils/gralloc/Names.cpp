@@ -19,16 +19,6 @@ template <size_t Size>
 struct Piece {
     std::array<char, Size> text{};
     size_t length = 0;
-
-    constexpr void append(std::string_view more) {
-        std::copy(more.begin(), more.end(), text.begin() + length);
-        length += more.size();
-    }
-
-    constexpr void appendName(std::string_view name) {
-        append("|");
-        append(name);
-    }
 };
 
 template <typename Row, size_t Rows>
@@ -39,44 +29,25 @@ constexpr size_t longestName(const std::array<Row, Rows>& table) {
     return longest;
 }
 
-// The names of a table, each with what separates it from the text before it.
+// The names of a table, each behind what separates it from the text before it.
 template <const auto& kTable>
 constexpr auto kPieces = [] {
     std::array<Piece<1 + longestName(kTable)>, kTable.size()> pieces;
-    for (size_t row = 0; row < kTable.size(); ++row)
-        pieces[row].appendName(kTable[row].name);
+    for (size_t row = 0; row < kTable.size(); ++row) {
+        const std::string_view name = kTable[row].name;
+        pieces[row].text[0] = '|';
+        std::copy(name.begin(), name.end(), pieces[row].text.begin() + 1);
+        pieces[row].length = 1 + name.size();
+    }
     return pieces;
 }();
 
 template <const auto& kTable>
 constexpr size_t kLongestPiece = sizeof(kPieces<kTable>[0].text);
 
-constexpr size_t kLongestFields = kLongestPiece<kDataspaceStandardNames> +
-                                  kLongestPiece<kDataspaceTransferNames> +
-                                  kLongestPiece<kDataspaceRangeNames>;
-
-// The whole text of each combined dataspace: its code determines the fields as well.
-constexpr auto kCombinedTexts = [] {
-    std::array<Piece<longestName(kCombinedDataspaceNames) + kLongestFields>,
-               kCombinedDataspaceNames.size()>
-            texts;
-    for (size_t row = 0; row < texts.size(); ++row) {
-        const CombinedDataspaceName& dataspace = kCombinedDataspaceNames[row];
-        texts[row].append(dataspace.name);
-        texts[row].appendName(dataspace.standard);
-        for (const CodeName& name : kDataspaceTransferNames)
-            if (name.code == (dataspace.code & kDataspaceTransferMask))
-                texts[row].appendName(name.name);
-        for (const CodeName& name : kDataspaceRangeNames)
-            if (name.code == (dataspace.code & kDataspaceRangeMask))
-                texts[row].appendName(name.name);
-    }
-    return texts;
-}();
-
-// The other texts are put together on the stack, so that the String8 made of one allocates once.
-// Each of these puts something at `end` and answers the new end: a position that lived in an object
-// beside the text would go through memory for every piece.
+// Texts are put together on the stack, so that the String8 made of one allocates once. Each of
+// these puts something at `end` and answers the new end: a position that lived in an object beside
+// the text would go through memory for every piece.
 
 // As "%#x" prints it: for codes other than 0.
 char* appendHex(char* end, int32_t code) {
@@ -104,23 +75,13 @@ char* appendUsageNames(char* end, uint32_t usage) {
     return end;
 }
 
-// Whether the rows name the values of a field from 1 on, none left out.
-template <const auto& kTable, int32_t kMask>
-constexpr bool namesValuesInTurn() {
-    constexpr int32_t unit = kMask & -kMask;
-    for (size_t row = 0; row < kTable.size(); ++row)
-        if (kTable[row].code != static_cast<int32_t>(row + 1) * unit)
-            return false;
-    return true;
-}
-
-template <const auto& kTable, int32_t kMask>
-char* appendFieldName(char* end, int32_t dataspace) {
-    static_assert(namesValuesInTurn<kTable, kMask>());
-    const size_t row = static_cast<uint32_t>(dataspace & kMask) / (kMask & -kMask) - 1;
-    if (row >= kTable.size())
+// Nothing for a code without a name.
+template <const auto& kTable>
+char* appendName(char* end, int32_t code) {
+    const CodeName* const row = findCode<kTable>(code);
+    if (row == nullptr)
         return end;
-    const auto& piece = kPieces<kTable>[row];
+    const auto& piece = kPieces<kTable>[static_cast<size_t>(row - kTable.data())];
     memcpy(end, piece.text.data(), sizeof(piece.text));
     return end + piece.length;
 }
@@ -139,38 +100,11 @@ constexpr auto pixelFormatNameGetters(std::index_sequence<Row...>) {
 constexpr auto kPixelFormatNameGetters =
         pixelFormatNameGetters(std::make_index_sequence<kPixelFormatNames.size()>());
 
-// Rows of the codes that Android gave out first, so small that they need no search.
-constexpr size_t kSmallCodes = 0x40;
-
-// The few behind them, vendors' and four-character codes, are gone through one by one.
-constexpr size_t kFirstLargeRow = static_cast<size_t>(std::count_if(
-        kPixelFormatNames.begin(), kPixelFormatNames.end(),
-        [](const CodeName& row) { return row.code < static_cast<int32_t>(kSmallCodes); }));
-
-constexpr auto kRowOfSmallCode = [] {
-    std::array<uint8_t, kSmallCodes> rows;
-    rows.fill(kPixelFormatNames.size());
-    for (size_t row = 0; row < kFirstLargeRow; ++row)
-        rows[static_cast<size_t>(kPixelFormatNames[row].code)] = static_cast<uint8_t>(row);
-    return rows;
-}();
-
-// The number of rows for a code without a name.
-size_t pixelFormatRow(int format) {
-    const auto code = static_cast<uint32_t>(format);
-    if (code < kSmallCodes)
-        return kRowOfSmallCode[code];
-    size_t row = kFirstLargeRow;
-    while (row < kPixelFormatNames.size() && kPixelFormatNames[row].code != format)
-        ++row;
-    return row;
-}
-
 }  // namespace
 
 String8 gQueryPixelFormatName(int format) {
-    const size_t row = pixelFormatRow(format);
-    return row == kPixelFormatNames.size() ? String8() : kPixelFormatNameGetters[row]();
+    const CodeName* const row = findCode<kPixelFormatNames>(format);
+    return row == nullptr ? String8() : kPixelFormatNameGetters[row - kPixelFormatNames.data()]();
 }
 
 String8 gQueryGrallocUsageName(int usage) {
@@ -186,20 +120,20 @@ String8 gQueryGrallocUsageName(int usage) {
 }
 
 String8 gQueryDataspaceName(int dataspace) {
-    if (const CodeName* legacy = findCode(kLegacyDataspaceNames, dataspace))
+    if (const CodeName* legacy = findCode<kLegacyDataspaceNames>(dataspace))
         return String8(legacy->name.data(), legacy->name.size());
-    if (const auto* combined = findCode(kCombinedDataspaceNames, dataspace)) {
-        const auto& whole =
-                kCombinedTexts[static_cast<size_t>(combined - kCombinedDataspaceNames.data())];
-        return String8(whole.text.data(), whole.length);
-    }
 
-    char text[sizeof("0xffffffff") + kLongestFields];
-    char* end = appendHex(text, dataspace);
-    end = appendFieldName<kDataspaceStandardNames, kDataspaceStandardMask>(end, dataspace);
-    end = appendFieldName<kDataspaceTransferNames, kDataspaceTransferMask>(end, dataspace);
-    end = appendFieldName<kDataspaceRangeNames, kDataspaceRangeMask>(end, dataspace);
-    return String8(text, static_cast<size_t>(end - text));
+    char text[kLongestPiece<kCombinedDataspaceNames> + kLongestPiece<kDataspaceStandardNames> +
+              kLongestPiece<kDataspaceTransferNames> + kLongestPiece<kDataspaceRangeNames>];
+    static_assert(kLongestPiece<kCombinedDataspaceNames> >= sizeof("|0xffffffff") - 1);
+    char* const start = text + 1;  // behind the first separator
+    char* end = appendName<kCombinedDataspaceNames>(text, dataspace);
+    if (end == text)
+        end = appendHex(start, dataspace);
+    end = appendName<kDataspaceStandardNames>(end, dataspace & kDataspaceStandardMask);
+    end = appendName<kDataspaceTransferNames>(end, dataspace & kDataspaceTransferMask);
+    end = appendName<kDataspaceRangeNames>(end, dataspace & kDataspaceRangeMask);
+    return String8(start, static_cast<size_t>(end - start));
 }
 
 }  // namespace NSCam::gralloc
