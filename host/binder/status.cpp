@@ -4,6 +4,8 @@
 #include <cstring>
 #include <string>
 
+#include "host/binder/status_names.h"
+
 struct AStatus {
     binder_exception_t exception = EX_NONE;
     // The service's code or the transport status, as the exception says.
@@ -13,10 +15,9 @@ struct AStatus {
 
 namespace {
 
-struct NamedCode {
-    int32_t code;
-    const char* name;
-};
+using zelkcam::host::findName;
+using zelkcam::host::kTransportStatuses;
+using zelkcam::host::NamedCode;
 
 constexpr NamedCode kExceptions[] = {
         {EX_NONE, "EX_NONE"},
@@ -32,44 +33,12 @@ constexpr NamedCode kExceptions[] = {
         {EX_TRANSACTION_FAILED, "EX_TRANSACTION_FAILED"},
 };
 
-constexpr NamedCode kStatuses[] = {
-        {STATUS_OK, "OK"},
-        {STATUS_UNKNOWN_ERROR, "UNKNOWN_ERROR"},
-        {STATUS_NO_MEMORY, "NO_MEMORY"},
-        {STATUS_INVALID_OPERATION, "INVALID_OPERATION"},
-        {STATUS_BAD_VALUE, "BAD_VALUE"},
-        {STATUS_BAD_TYPE, "BAD_TYPE"},
-        {STATUS_NAME_NOT_FOUND, "NAME_NOT_FOUND"},
-        {STATUS_PERMISSION_DENIED, "PERMISSION_DENIED"},
-        {STATUS_NO_INIT, "NO_INIT"},
-        {STATUS_ALREADY_EXISTS, "ALREADY_EXISTS"},
-        {STATUS_DEAD_OBJECT, "DEAD_OBJECT"},
-        {STATUS_FAILED_TRANSACTION, "FAILED_TRANSACTION"},
-        {STATUS_BAD_INDEX, "BAD_INDEX"},
-        {STATUS_NOT_ENOUGH_DATA, "NOT_ENOUGH_DATA"},
-        {STATUS_WOULD_BLOCK, "WOULD_BLOCK"},
-        {STATUS_TIMED_OUT, "TIMED_OUT"},
-        {STATUS_UNKNOWN_TRANSACTION, "UNKNOWN_TRANSACTION"},
-        {STATUS_FDS_NOT_ALLOWED, "FDS_NOT_ALLOWED"},
-        {STATUS_UNEXPECTED_NULL, "UNEXPECTED_NULL"},
-};
-
-// Null for a code that is not in the table.
-template <size_t N>
-const char* findName(const NamedCode (&table)[N], int32_t code) {
-    for (const NamedCode& entry : table) {
-        if (entry.code == code)
-            return entry.name;
-    }
-    return nullptr;
-}
-
 binder_exception_t knownException(binder_exception_t exception) {
     return findName(kExceptions, exception) != nullptr ? exception : EX_TRANSACTION_FAILED;
 }
 
 binder_status_t knownStatus(binder_status_t status) {
-    return findName(kStatuses, status) != nullptr ? status : STATUS_UNKNOWN_ERROR;
+    return findName(kTransportStatuses, status) != nullptr ? status : STATUS_UNKNOWN_ERROR;
 }
 
 // The one success that AStatus_newOk hands out, never destroyed.
@@ -86,7 +55,7 @@ std::string describe(const AStatus& status) {
     if (status.exception == EX_SERVICE_SPECIFIC)
         text += std::to_string(status.code) + ": ";
     if (status.exception == EX_TRANSACTION_FAILED)
-        text += std::string(findName(kStatuses, status.code)) + ": ";
+        text += std::string(findName(kTransportStatuses, status.code)) + ": ";
     return text + status.message + "'";
 }
 

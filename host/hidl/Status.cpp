@@ -2,19 +2,19 @@
 #include <hidl/Status.h>
 
 #include <atomic>
-#include <span>
+
+#include "host/binder/status_names.h"
 
 namespace android {
 namespace hardware {
 
 namespace {
 
-struct CodeName {
-    int32_t code;
-    const char* name;
-};
+using zelkcam::host::findName;
+using zelkcam::host::kTransportStatuses;
+using zelkcam::host::NamedCode;
 
-constexpr CodeName kExceptions[] = {
+constexpr NamedCode kExceptions[] = {
         {Status::EX_NONE, "EX_NONE"},
         {Status::EX_SECURITY, "EX_SECURITY"},
         {Status::EX_BAD_PARCELABLE, "EX_BAD_PARCELABLE"},
@@ -27,36 +27,11 @@ constexpr CodeName kExceptions[] = {
         {Status::EX_TRANSACTION_FAILED, "EX_TRANSACTION_FAILED"},
 };
 
-// <utils/Errors.h> declares a function for these, which the packaged library does not have.
-constexpr CodeName kErrors[] = {
-        {UNKNOWN_ERROR, "UNKNOWN_ERROR"},
-        {NO_MEMORY, "NO_MEMORY"},
-        {INVALID_OPERATION, "INVALID_OPERATION"},
-        {BAD_VALUE, "BAD_VALUE"},
-        {BAD_TYPE, "BAD_TYPE"},
-        {NAME_NOT_FOUND, "NAME_NOT_FOUND"},
-        {PERMISSION_DENIED, "PERMISSION_DENIED"},
-        {NO_INIT, "NO_INIT"},
-        {ALREADY_EXISTS, "ALREADY_EXISTS"},
-        {DEAD_OBJECT, "DEAD_OBJECT"},
-        {FAILED_TRANSACTION, "FAILED_TRANSACTION"},
-        {BAD_INDEX, "BAD_INDEX"},
-        {NOT_ENOUGH_DATA, "NOT_ENOUGH_DATA"},
-        {WOULD_BLOCK, "WOULD_BLOCK"},
-        {TIMED_OUT, "TIMED_OUT"},
-        {UNKNOWN_TRANSACTION, "UNKNOWN_TRANSACTION"},
-        {FDS_NOT_ALLOWED, "FDS_NOT_ALLOWED"},
-        {UNEXPECTED_NULL, "UNEXPECTED_NULL"},
-};
-
 // The number itself when it has no name.
-std::string nameOf(std::span<const CodeName> names, int32_t code) {
-    for (const CodeName& entry : names) {
-        if (entry.code == code) {
-            return entry.name;
-        }
-    }
-    return std::to_string(code);
+template <size_t N>
+std::string nameOf(const NamedCode (&names)[N], int32_t code) {
+    const char* const name = findName(names, code);
+    return name != nullptr ? name : std::to_string(code);
 }
 
 std::atomic<HidlReturnRestriction> returnRestriction{HidlReturnRestriction::NONE};
@@ -116,7 +91,7 @@ std::string Status::description() const {
     }
     std::string text = "Status(" + nameOf(kExceptions, mException) + "): '";
     if (mException == EX_TRANSACTION_FAILED) {
-        text += nameOf(kErrors, mErrorCode) + ": ";
+        text += nameOf(kTransportStatuses, mErrorCode) + ": ";
     }
     return text + mMessage + "'";
 }
