@@ -2,6 +2,7 @@
 // ZELKCAM_ULOG_MODE, its own lines go to standard error.
 #include "platform/ulog.h"
 
+#include <android/log.h>
 #include <stdio.h>
 #include <unistd.h>
 
@@ -15,6 +16,9 @@ class StandardErrorSwitchboard : public ULogger {
     void write(uint32_t module, const char* tag, int32_t level, const char* text,
                int32_t length) override;
 };
+
+// From this level on the switchboard lets debug lines through.
+constexpr uint32_t kDebugLevel = 5;
 
 // How the levels are written, by their number.
 char letterOf(int32_t level) {
@@ -60,6 +64,10 @@ __attribute__((constructor(101))) void readEnvironment() {
     ULogger::sDetailsLevel = numberOf("ZELKCAM_ULOG_LEVEL", ULogger::sDetailsLevel);
     ULogger::sNormalDetailsMask = numberOf("ZELKCAM_ULOG_MASK", ULogger::sNormalDetailsMask);
     ULogger::sMode = numberOf("ZELKCAM_ULOG_MODE", ULogger::sMode);
+    // Off a device liblog drops debug lines unless told otherwise, and would hide what was asked
+    // for.
+    if (ULogger::sDetailsLevel >= kDebugLevel)
+        __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
 }
 
 }  // namespace
@@ -89,7 +97,7 @@ int zelkcam_testLog(const char* /*tag*/, int level) {
         case 'I':
             return ULogger::sDetailsLevel >= 3;
         case 'D':
-            return ULogger::sDetailsLevel >= 5;
+            return ULogger::sDetailsLevel >= NSCam::Utils::ULog::kDebugLevel;
         default:
             return 0;
     }

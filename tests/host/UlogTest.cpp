@@ -1,3 +1,4 @@
+#include <android/log.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -18,6 +19,9 @@ TEST(Switchboard, StartsFromTheEnvironment) {
     fields << std::hex << ULogger::sDetailsLevel << ' ' << ULogger::sNormalDetailsMask << ' '
            << ULogger::sMode;
     EXPECT_EQ(expected != nullptr ? expected : "2 40007000 1", fields.str());
+    // liblog must not drop what the level lets through.
+    EXPECT_EQ(ULogger::sDetailsLevel >= 5 ? ANDROID_LOG_VERBOSE : ANDROID_LOG_DEFAULT,
+              __android_log_get_minimum_priority());
 }
 
 TEST(Switchboard, WritesItsOwnLinesToStandardError) {

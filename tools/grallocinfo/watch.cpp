@@ -19,8 +19,7 @@ namespace {
 constexpr char kExamples[] =
         "Examples:\n"
         "  adb logcat | grallocinfo watch\n"
-        "  ZELKCAM_ULOG_LEVEL=5 ZELKCAM_ULOG_MODE=2 ./camera-program 2>&1 >/dev/null |\n"
-        "      grallocinfo watch\n"
+        "  ZELKCAM_ULOG_LEVEL=5 ./camera-program 2>&1 >/dev/null | grallocinfo watch\n"
         "  grallocinfo watch saved.log --json\n"
         "The entries are debug lines: the camera log switchboard must let level 5 through.";
 
