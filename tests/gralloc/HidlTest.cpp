@@ -60,16 +60,15 @@ TEST(Hidl, saysTheSameOfABufferAsTheStableMapperAndOfItsDescriptionBeforehand) {
         const Import buffer(asked);
         for (const IMapper::MetadataType& type : listedTypes()) {
             SCOPED_TRACE(testing::Message() << std::hex << format << " " << type.value);
-            const auto [code, bytes] = get(hidl(buffer), type);
-            EXPECT_EQ(code, Error::NONE);
-            EXPECT_EQ(bytes, getStable(buffer, type));
+            const auto read = get(hidl(buffer), type);
+            EXPECT_EQ(read, std::pair(Error::NONE, getStable(buffer, type)));
 
             const bool isId = type == android::gralloc4::MetadataType_BufferId;
             hidlMapper().getFromBufferDescriptorInfo(
                     describeHidl(format, 1921, 1083), type,
                     [&](Error error, const hidl_vec<uint8_t>& predicted) {
                         EXPECT_EQ(error, isId ? Error::UNSUPPORTED : Error::NONE);
-                        EXPECT_TRUE(isId || std::vector<uint8_t>(predicted) == bytes);
+                        EXPECT_TRUE(isId || std::vector<uint8_t>(predicted) == read.second);
                     });
         }
     }

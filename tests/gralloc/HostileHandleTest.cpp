@@ -23,7 +23,6 @@ using ndk::ScopedFileDescriptor;
 
 constexpr int kPixels = 0;
 constexpr int kMetadata = 1;
-constexpr int kExtremes[] = {0, 1, -1, INT32_MAX, INT32_MIN};
 
 class HostileHandle : public testing::Test {
   protected:
@@ -55,10 +54,10 @@ class HostileHandle : public testing::Test {
         EXPECT_EQ(imported, kMadeUp) << what;
     }
 
-    void expectRefusedWith(int position, int fd, const std::string& what) {
+    void expectRefusedWith(int position, int value, const std::string& what) {
         native_handle_t* handle = spoilt();
-        handle->data[position] = fd;
-        expectRefused(handle, what + " as descriptor " + std::to_string(position));
+        handle->data[position] = value;
+        expectRefused(handle, what + " at " + std::to_string(position));
     }
 
     int mCases = 0;
@@ -89,15 +88,10 @@ TEST_F(HostileHandle, ofAnotherShape) {
 
 TEST_F(HostileHandle, withOtherIntegers) {
     for (int i = 2; i < 6; ++i) {
-        std::vector<int> values(std::begin(kExtremes), std::end(kExtremes));
-        values.push_back(good()->data[i] + 1);
-        values.push_back(good()->data[i] ^ 0x100);
-        for (const int value : values) {
-            native_handle_t* handle = spoilt();
-            handle->data[i] = value;
-            if (value != good()->data[i]) {
-                expectRefused(handle, "integer " + std::to_string(i));
-            }
+        const int right = good()->data[i];
+        for (const int wrong : {0, -1, INT32_MAX, INT32_MIN, right + 1, right ^ 0x100}) {
+            if (wrong != right)
+                expectRefusedWith(i, wrong, "an integer");
         }
     }
 }
@@ -273,9 +267,8 @@ bool maySenderChoose(size_t offset) {
 TEST_F(HostileHandle, whoseMetadataDiffersInAnyByte) {
     const SharedImage image = imageOf(good());
     for (size_t offset = 0; offset < sizeof(image); ++offset) {
-        if (maySenderChoose(offset)) {
+        if (maySenderChoose(offset))
             continue;
-        }
         SharedImage forged = image;
         reinterpret_cast<uint8_t*>(&forged)[offset] ^= 0x41;
         expectRefusedWith(kMetadata, forge(forged).get(),
