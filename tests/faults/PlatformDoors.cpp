@@ -72,7 +72,7 @@ bool isOurs(const char* tag) {
     return strncmp(tag, "ZelkCam/", strlen("ZelkCam/")) == 0;
 }
 
-void hear(const char* format, va_list arguments) {
+[[gnu::format(printf, 1, 0)]] void hear(const char* format, va_list arguments) {
     const Pause pause;
     char text[1024];
     vsnprintf(text, sizeof(text), format, arguments);
