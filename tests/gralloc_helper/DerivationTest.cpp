@@ -10,14 +10,7 @@ using testing::ElementsAreArray;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-struct Plane {
-    uint64_t size, rowStride;
-    bool operator==(const Plane&) const = default;
-};
-
-void PrintTo(const Plane& plane, std::ostream* out) {
-    *out << std::hex << "{0x" << plane.size << ", 0x" << plane.rowStride << "}";
-}
+using Plane = std::pair<uint64_t, uint64_t>;  // its size and its row stride
 
 // Where the mapper says the planes of a locked format lie.
 struct Located {
@@ -50,7 +43,7 @@ class DerivationTest : public HelperTest {
         EXPECT_EQ(describe(), 0);
         std::vector<Plane> planes;
         for (const auto& plane : info.planes)
-            planes.push_back({plane.sizeInBytes, plane.rowStrideInBytes});
+            planes.emplace_back(plane.sizeInBytes, plane.rowStrideInBytes);
         return planes;
     }
 

@@ -65,6 +65,9 @@ TEST_F(HandleQueryTest, WhatIsDerivedIsEnteredByItsOwnSizeUnlessThatIsKnown) {
     platformScript().attributes[PLEXA_GET_WIDTH] = {64};
     EXPECT_EQ(describe(), 0);
     EXPECT_EQ(layout(), "0x1 64x32 8192/256") << "as it was entered first";
+    describeBuffers({0x1, 63, 32, 96, 32, 5});
+    EXPECT_EQ(describe(), 0);
+    EXPECT_EQ(layout(), "0x1 63x32 5/384") << "not entered yet";
 }
 
 TEST_F(HandleQueryTest, EntriesAreSharedWithRequestsOfUsageZeroOnly) {

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include "tests/hidl_backend/ScriptedHidl.h"
+#include "tests/support/Holdings.h"
 #include "tests/support/PlaneCases.h"
 
 namespace zelkcam::test {
@@ -196,10 +197,10 @@ TEST_F(HidlMapperTest, YcbcrRefusesTheRestWithMinus22AndUnlocksDroppingTheFence)
         const WatchedFd fence("acquire");
         memset(&ycbcr, 0x55, sizeof(ycbcr));
         const android_ycbcr before = ycbcr;
-        const size_t descriptors = openDescriptors();
+        const Holdings held = holdings();
         EXPECT_EQ(lock(Shape::kYcbcr, fence.get()), -22);
         EXPECT_EQ(memcmp(&before, &ycbcr, sizeof(ycbcr)), 0);
-        EXPECT_EQ(openDescriptors(), descriptors) << "one closed, one dropped unclosed";
+        EXPECT_EQ(holdings(), held) << "one closed, one dropped unclosed";
         EXPECT_THAT(journal().take(),
                     ElementsAre("get", "get is over", "get", "get is over", "lock", "lock is over",
                                 "close acquire", "unlock", "unlock is over"));

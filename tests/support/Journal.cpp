@@ -6,8 +6,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <mutex>
 #include <utility>
@@ -78,16 +76,6 @@ std::string descriptorName(int fd) {
     const std::lock_guard guard(state().lock);
     const auto found = state().names.find(fd);
     return found == state().names.end() ? std::to_string(fd) : found->second;
-}
-
-size_t openDescriptors() {
-    using Folder = std::filesystem::directory_iterator;
-    return static_cast<size_t>(std::distance(Folder("/proc/self/fd"), Folder()));
-}
-
-size_t mappings() {
-    std::ifstream maps("/proc/self/maps");
-    return static_cast<size_t>(std::count(std::istreambuf_iterator<char>(maps), {}, '\n'));
 }
 
 }  // namespace zelkcam::test

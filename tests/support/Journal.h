@@ -45,8 +45,4 @@ class WatchedFd {
 // The name of a watched descriptor, otherwise the number.
 std::string descriptorName(int fd);
 
-// How much of the process's tables is taken.
-size_t openDescriptors();
-size_t mappings();
-
 }  // namespace zelkcam::test

@@ -1,7 +1,4 @@
-// The doubles themselves: a check that cannot fail is worse than none.
-#include <fcntl.h>
-#include <unistd.h>
-
+// The joining of log lines: a check that cannot fail is worse than none.
 #include "platform/log.h"
 #include "platform/ulog.h"
 #include "tests/support/DoublesTest.h"
@@ -49,20 +46,6 @@ TEST_F(SupportTest, TakeLogJoinsTheTwoOutputsAndTellsWhatIsWrongWithThem) {
     EXPECT_FALSE(isJoined()) << "another length";
     __android_log_print(ANDROID_LOG_ERROR, "somebody else", "not ours");
     EXPECT_THAT(takeLog(), ElementsAre());
-}
-
-TEST_F(SupportTest, AWatchedDescriptorKnowsWhenItIsClosedAlsoWhenItsNumberIsTakenAgain) {
-    const size_t before = openDescriptors();
-    const WatchedFd fence("release");
-    EXPECT_TRUE(fence.isOpen());
-    EXPECT_EQ(openDescriptors(), before + 1);
-    close(fence.get());
-    EXPECT_FALSE(fence.isOpen());
-    const int other = dup2(STDERR_FILENO, fence.get());
-    EXPECT_FALSE(fence.isOpen());
-    EXPECT_EQ(fcntl(other, F_GETFD), 0);
-    close(-1);
-    EXPECT_THAT(journal().take(), ElementsAre("close release", "close -1"));
 }
 
 }  // namespace
