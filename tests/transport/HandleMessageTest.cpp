@@ -153,6 +153,7 @@ void expectRefused(const BadMessage& bad) {
 const BadMessage kBadMessages[] = {
         {"Nothing", {}, -ECONNRESET},
         {"WrongMagic", {{{kMagic + 1, kVersion, 1, 1, 5}, 1}}},
+        {"OlderVersion", {{{kMagic, kVersion - 1, 1, 1, 5}, 1}}, -EPROTONOSUPPORT},
         {"NewerVersion", {{{kMagic, kVersion + 1, 1, 1, 5}, 1}}, -EPROTONOSUPPORT},
         {"NoDescriptors", {{{kMagic, kVersion, 2, 1, 5}}}},
         {"MoreDescriptorsThanAnnounced", {{{kMagic, kVersion, 1, 1, 5}, 3}}},
