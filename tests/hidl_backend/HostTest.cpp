@@ -98,7 +98,8 @@ TEST(HidlHostTest, BothMappersDescribeAndLockTheSameBufferAlike) {
 }
 
 TEST(HidlHostTest, TenThousandRoundsLeaveDescriptorsAndMappingsAsTheyWere) {
-    const auto& [mapper, allocator, stableMapper, stableAllocator] = pairs();
+    const Mapper& mapper = pairs().mapper;
+    const Allocator& allocator = pairs().allocator;
     const int signalled = eventfd(1, EFD_CLOEXEC);
     const auto serve = [&] {
         const native_handle* const buffer = pairs().allocate(true, kNv21, 64, 64);

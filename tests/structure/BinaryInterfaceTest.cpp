@@ -150,7 +150,7 @@ void callSlot(const IGrallocInfoProvider& object, const Slot& slot) {
     using Plain = int (*)(const void*, const void*, const void*, const void*, const void*, void*);
     using Text = android::String8 (*)(const void*, int);
     void* const* table = nullptr;
-    std::memcpy(&table, &object, sizeof(table));
+    std::memcpy(&table, static_cast<const void*>(&object), sizeof(table));
     if (slot.returnsText) {
         reinterpret_cast<Text>(table[slot.index])(&object, 0);
     } else {
