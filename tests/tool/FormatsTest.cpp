@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/tool/Tool.h"
+#include "tools/grallocinfo/answers.h"
 
 namespace zelkcam::test {
 
@@ -31,11 +32,14 @@ TEST(Formats, TellsWhatABufferCostsAndWhatOfItIsPadding) {
     EXPECT_EQ(rgba["paddingPercent"], 0.0);
     EXPECT_EQ(rowOf(document, "RAW_OPAQUE")["paddingPercent"], nullptr);  // the vendor's business
 
-    // 64 x 6 bytes allocated for a picture of 5 x 5 and two planes of 2 x 2.
-    const Json odd = rowOf(runForDocument({"formats", "5x5"}, "formats"), "YCrCb_420_SP");
-    const double total = odd["allocationSizeInBytes"];
-    EXPECT_NEAR(odd["paddingPercent"].get<double>(), 100 * (total - 25 - 8) / total, 0.01);
-    EXPECT_NEAR(odd["bitsPerPixel"].get<double>(), total * 8 / 25, 0.01);
+    // A picture of 10 x 10 in two hundred bytes, and as many behind the plane.
+    grallocinfo::FormatRow row;
+    row.answer.layout.format = 0x20203859;
+    row.answer.layout.widthInPixels = row.answer.layout.heightInPixels = 10;
+    row.answer.layout.planes = {{200, 20}};
+    row.geometry = grallocinfo::geometryOf(row.answer.layout, 400);
+    EXPECT_EQ(row.paddingPercent(), 75.0);
+    EXPECT_EQ(row.bitsPerPixel(), 32.0);
 }
 
 TEST(Diff, PrintsWhatMovedAndNothingElse) {
