@@ -2,7 +2,7 @@
 
 #include <fcntl.h>
 
-#include <cstring>
+#include <algorithm>
 
 #include "platform/utils.h"
 #include "tests/support/Journal.h"
@@ -69,7 +69,7 @@ int32_t getStandardMetadata(buffer_handle_t, int64_t type, void* destination, si
     if (found == script.metadata.end())
         return -AIMAPPER_ERROR_UNSUPPORTED;
     if (found->second.size() <= size)
-        memcpy(destination, found->second.data(), found->second.size());
+        std::copy(found->second.begin(), found->second.end(), static_cast<uint8_t*>(destination));
     return static_cast<int32_t>(found->second.size());
 }
 
