@@ -20,7 +20,10 @@ set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64-static -L ${ZELKCAM_SYSROOT})
 
 # What the packaged libraries need in their turn; libbacktrace opens 7-Zip's own folder.
 set(arm64_libraries ${ZELKCAM_SYSROOT}/usr/lib/aarch64-linux-gnu)
-set(CMAKE_EXE_LINKER_FLAGS_INIT
-    "-Wl,-rpath-link,${arm64_libraries}/android:${arm64_libraries}:${ZELKCAM_SYSROOT}/usr/lib/p7zip")
+set(arm64_folders
+    ${arm64_libraries}/android ${arm64_libraries}
+    ${ZELKCAM_SYSROOT}/lib/aarch64-linux-gnu ${ZELKCAM_SYSROOT}/usr/lib/p7zip)
+list(JOIN arm64_folders : arm64_search_path)
+set(CMAKE_EXE_LINKER_FLAGS_INIT -Wl,-rpath-link,${arm64_search_path})
 set(CMAKE_SHARED_LINKER_FLAGS_INIT ${CMAKE_EXE_LINKER_FLAGS_INIT})
 set(CMAKE_MODULE_LINKER_FLAGS_INIT ${CMAKE_EXE_LINKER_FLAGS_INIT})
