@@ -9,9 +9,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <string_view>
 
 #include "tests/tool/Schema.h"
 
@@ -27,10 +29,23 @@ std::vector<char*> pointersTo(const Words& words) {
     return pointers;
 }
 
-pid_t start(Words arguments, Words environment, int out, int err) {
+// `additions` and what of our own environment they do not set: of two variables of one name
+// programs take different ones.
+Words environmentWith(const Words& additions) {
+    Words environment = additions;
+    for (char** variable = environ; *variable; ++variable) {
+        const std::string_view text = *variable;
+        const std::string_view name = text.substr(0, text.find('=') + 1);
+        if (std::none_of(additions.begin(), additions.end(),
+                         [=](const std::string& addition) { return addition.starts_with(name); }))
+            environment.emplace_back(text);
+    }
+    return environment;
+}
+
+pid_t start(Words arguments, const Words& additions, int out, int err) {
     arguments.insert(arguments.begin(), GRALLOCINFO_FILE);
-    for (char** variable = environ; *variable; ++variable)
-        environment.push_back(*variable);
+    const Words environment = environmentWith(additions);
     posix_spawn_file_actions_t files;
     posix_spawn_file_actions_init(&files);
     posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);

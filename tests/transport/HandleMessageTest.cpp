@@ -147,7 +147,9 @@ void expectRefused(const BadMessage& bad) {
     const auto result = receive_handle(connection.receiver.get());
     EXPECT_EQ(result.error, bad.error);
     EXPECT_EQ(result.value, nullptr);
-    EXPECT_EQ(holdings(), before);
+    // The emulator itself keeps the descriptors that a message has no room for.
+    if (!ZELKCAM_EMULATED || bad.pieces.front().numFds <= 16)
+        EXPECT_EQ(holdings(), before);
 }
 
 const BadMessage kBadMessages[] = {
