@@ -148,8 +148,9 @@ void expectRefused(const BadMessage& bad) {
     EXPECT_EQ(result.error, bad.error);
     EXPECT_EQ(result.value, nullptr);
     // The emulator itself keeps the descriptors that a message has no room for.
-    if (!ZELKCAM_EMULATED || bad.pieces.front().numFds <= 16)
+    if (!ZELKCAM_EMULATED || bad.pieces.front().numFds <= 16) {
         EXPECT_EQ(holdings(), before);
+    }
 }
 
 const BadMessage kBadMessages[] = {
