@@ -109,7 +109,7 @@ void registerLogStatements();
 void registerNames();
 
 // Runs in a process of its own, for registerFirstCall: makes the call that `which` names ("ours" or
-// "floor") and prints what it took, in nanoseconds of processor time. Returns the exit status.
+// a floor) and prints what it took, in nanoseconds of processor time. Returns the exit status.
 int runFirstCall(const std::string& which);
 
 }  // namespace zelkcam::bench

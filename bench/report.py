@@ -34,6 +34,7 @@ ROWS = [
     ("hdr_get", "HDR get", 1.5),
     ("hit_two_threads", "hits per second, two threads", -0.9),
     ("first_call", "first accessor call", 1.05),
+    ("first_call_properties", "the same, floor reads the properties too", None),
 ]
 BEGIN, END = "<!-- ratios: written by scripts/bench -->\n", "<!-- end of ratios -->\n"
 
@@ -70,9 +71,10 @@ def natural(case):
 
 
 def verdict(ratio, target):
-    """The ratio as it is held against the target, what the target is, and whether it is met."""
+    """The ratio as it is held against the target, what the target is, and whether it is met: None for
+    a row that only explains another."""
     if target is None:
-        return f"{ratio:.2f}", "none", True
+        return f"{ratio:.2f}", "", None
     if target < 0:
         return f"{1 / ratio:.2f}", f"at least {-target}", 1 / ratio >= -target
     return f"{ratio:.2f}", f"at most {target}", ratio <= target
@@ -88,11 +90,12 @@ def table(cases):
             if case.split("/")[0] != row:
                 continue
             ratio, wanted, met = verdict(pair.ratio, target)
-            missed += not met
+            missed += met is False
+            result = {None: "", True: "met", False: "**missed**"}[met]
             variant = ", ".join(case.split("/")[1:])
             lines.append(f"| {title}{': ' + variant if variant else ''} | {pair.ours:,.1f} "
                          f"| {pair.floor:,.1f} | {ratio} | {pair.spread:.0%} | {wanted} "
-                         f"| {'met' if met else '**missed**'} "
+                         f"| {result} "
                          f"| {pair.ours_allocations:.0f} / {pair.floor_allocations:.0f} |")
     return lines, missed
 
