@@ -1,8 +1,9 @@
 #include <android/log.h>
 #include <hidl/HidlSupport.h>
-#include <inttypes.h>
-#include <stdio.h>
 #include <string.h>
+
+#include <charconv>
+#include <iterator>
 
 namespace android {
 namespace hardware {
@@ -229,9 +230,8 @@ std::string toString(const hidl_string& text) {
 }
 
 std::string toHexString(uint64_t value) {
-    char text[sizeof("0x0123456789abcdef")];
-    snprintf(text, sizeof(text), "0x%" PRIx64, value);
-    return text;
+    char digits[16];
+    return "0x" + std::string(digits, std::to_chars(digits, std::end(digits), value, 16).ptr);
 }
 
 }  // namespace hardware

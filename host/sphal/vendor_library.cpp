@@ -42,7 +42,8 @@ std::string locate(const std::string& name) {
     if (const std::string own = folderOfThisLibrary(); !own.empty())
         folders.push_back(own);
     for (const std::string& folder : folders) {
-        const std::string file = folder + "/" + name;
+        std::string file = folder;
+        file.append("/").append(name);
         if (access(file.c_str(), F_OK) == 0)
             return file;
     }

@@ -24,7 +24,7 @@ class IPCThreadState {
 
   private:
     IPCThreadState();
-    ~IPCThreadState();
+    ~IPCThreadState();  // NOLINT(performance-trivially-destructible): defined by the library
     IPCThreadState(const IPCThreadState&) = delete;
     IPCThreadState& operator=(const IPCThreadState&) = delete;
 
