@@ -202,6 +202,7 @@ void GrallocHelperImp::addToMapLocked(const MyRequest& key, const MyStaticInfo& 
     mMap.add(key, value);
 }
 
+// NOLINTNEXTLINE(readability-function-size): six statements, were they not macros
 void GrallocHelperImp::dump(const MyRequest& key, const MyStaticInfo& value) const {
     LOGD("*****************************************************************************");
     LOGD("!!!gralloc time: %ld us", static_cast<long>(value.allocTimeNs / 1000));

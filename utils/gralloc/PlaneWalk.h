@@ -23,6 +23,7 @@ static_assert(addressAt(1, INT64_MAX) == uintptr_t{1} << 63);
 static_assert(addressAt(UINTPTR_MAX, 1) == 0);
 
 inline void* addressAt(void* base, int64_t offset) {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): pointer arithmetic would not be defined for all
     return reinterpret_cast<void*>(addressAt(reinterpret_cast<uintptr_t>(base), offset));
 }
 

@@ -56,6 +56,7 @@ Allocator::Allocator(const Mapper& mapper)
         LOGF("gralloc-alloc is missing ");
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): binary interface
 int32_t Allocator::allocate(hidl_vec<uint8_t> descriptor, uint32_t count, uint32_t* outStride,
                             const native_handle** outBufferHandles) const {
     int32_t result = kNoResources;
@@ -73,6 +74,7 @@ int32_t Allocator::allocate(hidl_vec<uint8_t> descriptor, uint32_t count, uint32
 int32_t Allocator::allocate(uint32_t width, uint32_t height, PixelFormat format,
                             uint32_t layerCount, uint64_t usage,
                             const native_handle** outBufferHandle, uint32_t* outStride,
+                            // NOLINTNEXTLINE(performance-unnecessary-value-param): as above
                             uint64_t /*reservedSize*/, std::string /*name*/) const {
     LOGD("allocate: %dx%d format(%#x) layerCount(%d) usage(%#lx) handle(%p) stride(%p)", width,
          height, static_cast<unsigned int>(format), layerCount, static_cast<unsigned long>(usage),

@@ -57,6 +57,7 @@ AllocatorAidl::AllocatorAidl(std::shared_ptr<IAllocator> allocator, const Mapper
         LOGF("gralloc-alloc is missing ");
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): binary interface
 int32_t AllocatorAidl::allocate(BufferDescriptorInfo descriptorInfo, uint32_t count,
                                 uint32_t* outStride, const native_handle** outBufferHandles) const {
     AllocationResult result;
@@ -84,6 +85,7 @@ int32_t AllocatorAidl::allocate(BufferDescriptorInfo descriptorInfo, uint32_t co
 int32_t AllocatorAidl::allocate(uint32_t width, uint32_t height, PixelFormat format,
                                 uint32_t layerCount, uint64_t usage,
                                 const native_handle** outBufferHandle, uint32_t* outStride,
+                                // NOLINTNEXTLINE(performance-unnecessary-value-param): as above
                                 uint64_t /*reservedSize*/, std::string /*name*/) const {
     LOGD("allocate: %dx%d format(%#x) layerCount(%d) usage(%#lx) handle(%p) stride(%p)", width,
          height, static_cast<unsigned int>(format), layerCount, static_cast<unsigned long>(usage),

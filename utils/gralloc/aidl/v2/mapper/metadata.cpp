@@ -33,10 +33,11 @@ std::optional<size_t> readStandardMetadata(const MapperV5& self, const AIMapper&
 
     int32_t size = read();
     if (size < 0) {
-        if (size != -AIMAPPER_ERROR_UNSUPPORTED)
+        if (size != -AIMAPPER_ERROR_UNSUPPORTED) {
             LOGE_AS(kFunction,
                     "Received something other than UNSUPPORTED from valid getStandardMetadata "
                     "call");
+        }
         return std::nullopt;
     }
     if (static_cast<size_t>(size) > bytes.size()) {
