@@ -27,10 +27,10 @@ class CodeIndex {
     static_assert(ascendingByCode(kTable));
 
   public:
-    // The row of `code`, or null.
-    static constexpr const auto* find(int32_t code) {
-        const auto& row = kTable[kRows[slotOf(kFactor, code)]];
-        return row.code == code ? &row : nullptr;
+    // The number of the row of `code`, or the number of rows.
+    static constexpr size_t rowOf(int32_t code) {
+        const size_t row = kRows[slotOf(kFactor, code)];
+        return kTable[row].code == code ? row : kTable.size();
     }
 
   private:
@@ -67,7 +67,8 @@ class CodeIndex {
 // The row of `code` in a table in ascending order of codes, or null.
 template <const auto& kTable>
 constexpr const auto* findCode(int32_t code) {
-    return CodeIndex<kTable>::find(code);
+    const size_t row = CodeIndex<kTable>::rowOf(code);
+    return row < kTable.size() ? &kTable[row] : nullptr;
 }
 
 }  // namespace NSCam::gralloc

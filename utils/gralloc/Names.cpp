@@ -78,10 +78,10 @@ char* appendUsageNames(char* end, uint32_t usage) {
 // Nothing for a code without a name.
 template <const auto& kTable>
 char* appendName(char* end, int32_t code) {
-    const CodeName* const row = findCode<kTable>(code);
-    if (row == nullptr)
+    const size_t row = CodeIndex<kTable>::rowOf(code);
+    if (row == kTable.size())
         return end;
-    const auto& piece = kPieces<kTable>[static_cast<size_t>(row - kTable.data())];
+    const auto& piece = kPieces<kTable>[row];
     memcpy(end, piece.text.data(), sizeof(piece.text));
     return end + piece.length;
 }
@@ -103,8 +103,8 @@ constexpr auto kPixelFormatNameGetters =
 }  // namespace
 
 String8 gQueryPixelFormatName(int format) {
-    const CodeName* const row = findCode<kPixelFormatNames>(format);
-    return row == nullptr ? String8() : kPixelFormatNameGetters[row - kPixelFormatNames.data()]();
+    const size_t row = CodeIndex<kPixelFormatNames>::rowOf(format);
+    return row == kPixelFormatNames.size() ? String8() : kPixelFormatNameGetters[row]();
 }
 
 String8 gQueryGrallocUsageName(int usage) {
