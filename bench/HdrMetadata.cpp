@@ -88,15 +88,18 @@ void compareGet(const std::string& name, GRALLOC_STANDARD_METADATA_TYPE kind, co
             benchmark::DoNotOptimize(backend().getGrallocMeta(buffer.get(), kind, &data, size));
         });
     };
-    const auto floor = [&value](auto&& measure) {
-        const FilledBuffer<T, Value> buffer(value);
-        plexa_hdr10p_dynamic_metadata_t data;
-        measure([&] {
-            copyOut(**readMetadata<T>(buffer.get()), &data);
-            benchmark::DoNotOptimize(data);
-        });
+    const auto floor = [&value](auto read) {
+        return [&value, read](auto&& measure) {
+            const FilledBuffer<T, Value> buffer(value);
+            plexa_hdr10p_dynamic_metadata_t data;
+            measure([&] {
+                copyOut(**read(buffer.get()), &data);
+                benchmark::DoNotOptimize(data);
+            });
+        };
     };
-    compare("hdr_get/" + name, ours, floor);
+    compare("hdr_get/" + name, ours, floor(readMetadata<T>));
+    compare("hdr_get_rule/" + name, ours, floor(readMetadataByTheRule<T>));
 }
 
 }  // namespace

@@ -75,23 +75,6 @@ const native_handle* allocateAndImport(const BufferDescriptorInfo& description) 
     return imported;
 }
 
-std::optional<std::vector<PlaneLayout>> readPlaneLayoutsByTheRule(const native_handle* handle) {
-    constexpr auto kType = StandardMetadataType::PLANE_LAYOUTS;
-    std::vector<uint8_t> bytes(512);
-    const auto read = [&] {
-        const int32_t size = mapper().getStandardMetadata(handle, static_cast<int64_t>(kType),
-                                                          bytes.data(), bytes.size());
-        flush();
-        return static_cast<size_t>(size);
-    };
-    size_t size = read();
-    if (size > bytes.size()) {
-        bytes.resize(size);
-        size = read();
-    }
-    return StandardMetadata<kType>::value::decode(bytes.data(), size);
-}
-
 Buffer::Buffer(const BufferDescriptorInfo& description)
     : mHandle(require(allocateAndImport(description))) {}
 

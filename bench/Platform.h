@@ -68,12 +68,32 @@ auto readMetadata(const native_handle* handle) {
     return StandardMetadata<T>::value::decode(many, read(many, sizeof(many)));
 }
 
+// The same, into the vector of zeros that the library is to make, grown when the mapper asks for
+// more.
+template <StandardMetadataType T>
+auto readMetadataByTheRule(const native_handle* handle) {
+    std::vector<uint8_t> bytes(512);
+    const auto read = [&] {
+        const int32_t size = mapper().getStandardMetadata(handle, static_cast<int64_t>(T),
+                                                          bytes.data(), bytes.size());
+        flush();
+        return static_cast<size_t>(size);
+    };
+    size_t size = read();
+    if (size > bytes.size()) {
+        bytes.resize(size);
+        size = read();
+    }
+    return StandardMetadata<T>::value::decode(bytes.data(), size);
+}
+
 inline std::optional<std::vector<PlaneLayout>> readPlaneLayouts(const native_handle* handle) {
     return readMetadata<StandardMetadataType::PLANE_LAYOUTS>(handle);
 }
 
-// The same, into the vector of zeros that the library is to make, grown when the mapper asks for
-// more.
-std::optional<std::vector<PlaneLayout>> readPlaneLayoutsByTheRule(const native_handle* handle);
+inline std::optional<std::vector<PlaneLayout>> readPlaneLayoutsByTheRule(
+        const native_handle* handle) {
+    return readMetadataByTheRule<StandardMetadataType::PLANE_LAYOUTS>(handle);
+}
 
 }  // namespace zelkcam::bench

@@ -32,6 +32,7 @@ ROWS = [
     ("dataspace_name", "dataspace name", 1.3),
     ("hdr_set", "HDR set", 1.5),
     ("hdr_get", "HDR get", 1.5),
+    ("hdr_get_rule", "the same, floor reads into a vector", None),
     ("hit_two_threads", "hits per second, two threads", -0.9),
     ("first_call", "first accessor call", 1.05),
     ("first_call_properties", "the same, floor reads the properties too", None),
