@@ -19,6 +19,11 @@ template <size_t Size>
 struct Piece {
     std::array<char, Size> text{};
     size_t length = 0;
+
+    constexpr void append(std::string_view more) {
+        std::copy(more.begin(), more.end(), text.begin() + length);
+        length += more.size();
+    }
 };
 
 template <typename Row, size_t Rows>
@@ -34,10 +39,8 @@ template <const auto& kTable>
 constexpr auto kPieces = [] {
     std::array<Piece<1 + longestName(kTable)>, kTable.size()> pieces;
     for (size_t row = 0; row < kTable.size(); ++row) {
-        const std::string_view name = kTable[row].name;
-        pieces[row].text[0] = '|';
-        std::copy(name.begin(), name.end(), pieces[row].text.begin() + 1);
-        pieces[row].length = 1 + name.size();
+        pieces[row].append("|");
+        pieces[row].append(kTable[row].name);
     }
     return pieces;
 }();
@@ -45,9 +48,36 @@ constexpr auto kPieces = [] {
 template <const auto& kTable>
 constexpr size_t kLongestPiece = sizeof(kPieces<kTable>[0].text);
 
-// Texts are put together on the stack, so that the String8 made of one allocates once. Each of
-// these puts something at `end` and answers the new end: a position that lived in an object beside
-// the text would go through memory for every piece.
+template <const auto& kTable>
+constexpr std::string_view pieceOf(int32_t code) {
+    const size_t row = CodeIndex<kTable>::rowOf(code);
+    if (row == kTable.size())
+        return {};
+    return {kPieces<kTable>[row].text.data(), kPieces<kTable>[row].length};
+}
+
+constexpr size_t kLongestFields = kLongestPiece<kDataspaceStandardNames> +
+                                  kLongestPiece<kDataspaceTransferNames> +
+                                  kLongestPiece<kDataspaceRangeNames>;
+
+// The whole texts of the dataspaces that have a name: their codes determine the fields as well.
+constexpr auto kCombinedTexts = [] {
+    std::array<Piece<longestName(kCombinedDataspaceNames) + kLongestFields>,
+               kCombinedDataspaceNames.size()>
+            texts;
+    for (size_t row = 0; row < texts.size(); ++row) {
+        const auto& [code, name] = kCombinedDataspaceNames[row];
+        texts[row].append(name);
+        texts[row].append(pieceOf<kDataspaceStandardNames>(code & kDataspaceStandardMask));
+        texts[row].append(pieceOf<kDataspaceTransferNames>(code & kDataspaceTransferMask));
+        texts[row].append(pieceOf<kDataspaceRangeNames>(code & kDataspaceRangeMask));
+    }
+    return texts;
+}();
+
+// The other texts are put together on the stack, so that the String8 made of one allocates once.
+// Each of these puts something at `end` and answers the new end: a position that lived in an object
+// beside the text would go through memory for every piece.
 
 // As "%#x" prints it: for codes other than 0.
 char* appendHex(char* end, int32_t code) {
@@ -123,17 +153,16 @@ String8 gQueryDataspaceName(int dataspace) {
     if (const CodeName* legacy = findCode<kLegacyDataspaceNames>(dataspace))
         return String8(legacy->name.data(), legacy->name.size());
 
-    char text[kLongestPiece<kCombinedDataspaceNames> + kLongestPiece<kDataspaceStandardNames> +
-              kLongestPiece<kDataspaceTransferNames> + kLongestPiece<kDataspaceRangeNames>];
-    static_assert(kLongestPiece<kCombinedDataspaceNames> >= sizeof("|0xffffffff") - 1);
-    char* const start = text + 1;  // behind the first separator
-    char* end = appendName<kCombinedDataspaceNames>(text, dataspace);
-    if (end == text)
-        end = appendHex(start, dataspace);
+    const size_t combined = CodeIndex<kCombinedDataspaceNames>::rowOf(dataspace);
+    if (combined < kCombinedTexts.size())
+        return String8(kCombinedTexts[combined].text.data(), kCombinedTexts[combined].length);
+
+    char text[sizeof("0xffffffff") + kLongestFields];
+    char* end = appendHex(text, dataspace);
     end = appendName<kDataspaceStandardNames>(end, dataspace & kDataspaceStandardMask);
     end = appendName<kDataspaceTransferNames>(end, dataspace & kDataspaceTransferMask);
     end = appendName<kDataspaceRangeNames>(end, dataspace & kDataspaceRangeMask);
-    return String8(start, static_cast<size_t>(end - start));
+    return String8(text, static_cast<size_t>(end - text));
 }
 
 }  // namespace NSCam::gralloc
