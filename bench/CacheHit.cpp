@@ -10,9 +10,13 @@
 
 #include "bench/Cache.h"
 #include "bench/Compare.h"
+#include "utils/gralloc/Log.h"
 
 namespace zelkcam::bench {
 namespace {
+
+constexpr char kLogTag[] = "ZelkCam/Bench";
+constexpr char kSourcePath[] = "bench/CacheHit";
 
 using zcam::GrallocRequest;
 using zcam::GrallocStaticInfo;
@@ -74,9 +78,9 @@ class BareCache {
     std::vector<Planes> mPlanes;
 };
 
-// Both sides reuse the caller's record.
-void compareReused(const std::string& row, size_t entries) {
-    const auto ours = [=](auto&& measure) {
+// A hit that reuses the caller's record.
+auto reusingHit(size_t entries) {
+    return [=](auto&& measure) {
         fillCache(entries);
         const auto* const provider = zcam::IGrallocInfoProvider::getInstance();
         Pick pick(entries, 1);
@@ -86,6 +90,44 @@ void compareReused(const std::string& row, size_t entries) {
             benchmark::DoNotOptimize(provider->query(&request, &info));
         });
     };
+}
+
+// The same floor as an interface would offer it: behind a virtual call, with null refused, a closed
+// debug statement and a status.
+class CalledCache {
+  public:
+    explicit CalledCache(size_t entries) : mCache(entries) {}
+    virtual ~CalledCache() = default;
+
+    [[gnu::noinline]] virtual int query(const GrallocRequest* request, Planes* planes) {
+        if (request == nullptr || planes == nullptr)
+            return -1;
+        LOGD("%d", request->format);
+        mCache.copyPlanes(*request, *planes);
+        return 0;
+    }
+
+  private:
+    BareCache mCache;
+};
+
+void compareCalled(const std::string& row, size_t entries) {
+    const auto floor = [=](auto&& measure) {
+        CalledCache cache(entries);
+        CalledCache* called = &cache;
+        benchmark::DoNotOptimize(called);  // or the compiler knows whose function it is
+        Pick pick(entries, 1);
+        Planes planes;
+        measure([&] {
+            const GrallocRequest request = pick.next();
+            benchmark::DoNotOptimize(called->query(&request, &planes));
+        });
+    };
+    compare(row + "/" + std::to_string(entries), reusingHit(entries), floor);
+}
+
+// Both sides reuse the caller's record.
+void compareReused(const std::string& row, size_t entries) {
     const auto floor = [=](auto&& measure) {
         BareCache cache(entries);
         Pick pick(entries, 1);
@@ -95,7 +137,7 @@ void compareReused(const std::string& row, size_t entries) {
             benchmark::ClobberMemory();
         });
     };
-    compare(row + "/" + std::to_string(entries), ours, floor);
+    compare(row + "/" + std::to_string(entries), reusingHit(entries), floor);
 }
 
 // Both sides fill a record that holds nothing yet.
@@ -190,6 +232,7 @@ void registerCacheHits() {
         compareReused("hit_reused", entries);
         compareFresh("hit_fresh", entries);
     }
+    compareCalled("hit_called", 1);
     benchmark::RegisterBenchmark("hit_two_threads", compareShared)->UseManualTime();
     for (size_t entries = 1; entries <= 65536; entries *= 2)
         compareReused("growth", entries);

@@ -20,6 +20,7 @@ import sys
 # Row, what it says, target ratio. "at least" rows are throughputs.
 ROWS = [
     ("hit_reused", "cache hit, record reused", 1.3),
+    ("hit_called", "the same, floor behind a virtual call", None),
     ("hit_fresh", "cache hit, fresh record", 1.3),
     ("miss", "cache miss", 1.05),
     ("closed_debug", "closed debug statement", None),
