@@ -5,7 +5,7 @@
 #include <aidl/android/hardware/graphics/allocator/AllocationError.h>
 
 #include "host/gralloc/Allocation.h"
-#include "host/hidl_gralloc/descriptions.h"
+#include "host/hidl_gralloc/Descriptions.h"
 
 namespace zelkcam::host {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <stdlib.h>
 
-#include "host/hidl_gralloc/embedded_services.h"
+#include "host/hidl_gralloc/EmbeddedServices.h"
 
 namespace zelkcam::host {
 

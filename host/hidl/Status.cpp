@@ -3,7 +3,7 @@
 
 #include <atomic>
 
-#include "host/binder/status_names.h"
+#include "host/binder/StatusNames.h"
 
 namespace android {
 namespace hardware {

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "host/gralloc/Allocation.h"
-#include "host/hidl_gralloc/descriptions.h"
+#include "host/hidl_gralloc/Descriptions.h"
 
 namespace zelkcam::host {
 namespace {

@@ -7,7 +7,7 @@
 
 #include "host/gralloc/Imports.h"
 #include "host/gralloc/MetadataList.h"
-#include "host/hidl_gralloc/descriptions.h"
+#include "host/hidl_gralloc/Descriptions.h"
 
 namespace zelkcam::host {
 namespace {

@@ -26,7 +26,7 @@ compile() {
 }
 
 run_all() {
-    for program in client replacement published; do
+    for program in Client Replacement Published; do
         echo "$program:"
         run "$1/$program"
     done
@@ -50,7 +50,7 @@ find_package() {
 
 pkg_config() {
     mkdir -p "$WORK/pkg-config"
-    for program in client replacement published; do
+    for program in Client Replacement Published; do
         compile "$here/$program.cpp" "$WORK/pkg-config/$program"
     done
     run_all "$WORK/pkg-config"

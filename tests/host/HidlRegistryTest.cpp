@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "host/hidl_gralloc/MapperService.h"
-#include "host/hidl_gralloc/embedded_services.h"
+#include "host/hidl_gralloc/EmbeddedServices.h"
 #include "platform/hidl.h"
 
 namespace {

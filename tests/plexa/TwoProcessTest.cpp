@@ -9,7 +9,7 @@
 #include "platform/plexa.h"
 #include "utils/gralloc/IGrallocHelper.h"
 #include "utils/gralloc/aidl/v2/allocator/allocator.h"
-#include "zelkcam/host/handle_transport.h"
+#include "zelkcam/host/HandleTransport.h"
 
 namespace zelkcam::test {
 namespace {
@@ -52,7 +52,7 @@ uint32_t statusOf(const native_handle* handle) {
 // In the other process: sees the first one's status word, and leaves a mark and a time of its own.
 // The exit status says how far it came.
 int markAsPeer(int socket) {
-    const auto received = host::receive_handle(socket);
+    const auto received = host::receiveHandle(socket);
     if (!received.ok())
         return 1;
     NSCam::IGrallocHelper* helper = NSCam::IGrallocHelper::singleton();
@@ -80,7 +80,7 @@ TEST(PlexaOnTheHost, TwoProcessesSeeEachOthersMarks) {
     EXPECT_EQ(plexa_sf_set_status(&record, -1, static_cast<int>(0xfffff3fc)), 0);
     EXPECT_EQ(plexa_perform(buffer.handle(), PLEXA_SET_SF_INFO, &record), 0);
     EXPECT_EQ(NSCam::IGrallocHelper::singleton()->setColorspace_JFIF(buffer.handle()), 0);
-    EXPECT_EQ(host::send_handle(mine.get(), buffer.handle()), 0);
+    EXPECT_EQ(host::sendHandle(mine.get(), buffer.handle()), 0);
 
     int status = -1;
     ASSERT_EQ(waitpid(peer, &status, 0), peer);

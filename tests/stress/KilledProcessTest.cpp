@@ -12,7 +12,7 @@
 #include "tests/stress/Stress.h"
 #include "utils/gralloc/IGrallocHelper.h"
 
-#include <zelkcam/host/handle_transport.h>
+#include <zelkcam/host/HandleTransport.h>
 
 namespace zelkcam::stress {
 
@@ -61,7 +61,7 @@ bool isWhole(const Device& device, const native_handle* buffer) {
 // Uses the buffer that it was started with and one that it hands over, until it is killed.
 [[noreturn]] void sharer(const Device& device, const native_handle* inherited, int socket) {
     const native_handle* const own = device.allocate();
-    if (own == nullptr || host::send_handle(socket, own) != 0)
+    if (own == nullptr || host::sendHandle(socket, own) != 0)
         _exit(1);
     for (uint8_t value = 0;; ++value) {
         const native_handle* again = inherited;
@@ -94,7 +94,7 @@ Child start(const Device& device, const native_handle* buffer) {
 
 // Null when the child died before it had sent.
 const native_handle* receive(const Device& device, const Child& child) {
-    const auto received = host::receive_handle(child.socket.get());
+    const auto received = host::receiveHandle(child.socket.get());
     if (!received.ok())
         return nullptr;
     const native_handle* handle = received.value;

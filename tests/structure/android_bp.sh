@@ -4,7 +4,7 @@
 #   android_bp.sh TREE MODULE FOLDER SOURCE...
 #
 # Holds the srcs of MODULE in Android.bp against the SOURCEs of the CMake target, which are given
-# absolute or relative to FOLDER. Only *_linux.cpp may be missing there, and only *_unavailable.cpp
+# absolute or relative to FOLDER. Only *Linux.cpp may be missing there, and only *Unavailable.cpp
 # here.
 set -u
 tree=$1
@@ -41,8 +41,8 @@ if [ ! -s "$work/device" ]; then
     exit 1
 fi
 status=0
-grep -v '_unavailable\.cpp$' "$work/device" >"$work/shared_device"
-grep -v '_linux\.cpp$' "$work/here" >"$work/shared_here"
+grep -v 'Unavailable\.cpp$' "$work/device" >"$work/shared_device"
+grep -v 'Linux\.cpp$' "$work/here" >"$work/shared_here"
 if ! diff "$work/shared_device" "$work/shared_here" >"$work/difference"; then
     echo "Android.bp and CMake build $module from different files (< Android.bp only, > CMake only):"
     grep '^[<>]' "$work/difference"

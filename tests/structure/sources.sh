@@ -38,9 +38,9 @@ report "The device is told apart by the build, not by the preprocessor" \
     "$(search '__ANDROID(_API)?__' utils plexa tools platform)"
 report "The library reaches the platform through platform/*.h only" \
     "$(platform_includes)"
-report "Only *_linux.cpp of the tool know of the host platform" \
+report "Only *Linux.cpp of the tool know of the host platform" \
     "$(search '"host/|zelkcam/host/|zelkcam::host|ZELKCAM_HOST_|zelkcam_host' utils plexa tools platform |
-        grep -v '^tools/[^:]*_linux\.cpp:')"
+        grep -v '^tools/[^:]*Linux\.cpp:')"
 report "Lines and fatal ends go by Log.h: liblog's macros have other names on the device" \
     "$(search '\b(LOG_FATAL|LOG_ALWAYS_FATAL|LOG_ASSERT|ALOG[A-Z]+)(_IF)?\(' utils plexa)"
 report "String8 is read through c_str() and length(): the rest went away with Android 15" \

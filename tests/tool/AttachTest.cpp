@@ -11,7 +11,7 @@
 #include "tests/tool/Tool.h"
 #include "utils/gralloc/IGrallocHelper.h"
 #include "utils/gralloc/aidl/v2/allocator/allocator.h"
-#include "zelkcam/host/handle_transport.h"
+#include "zelkcam/host/HandleTransport.h"
 
 namespace zelkcam::test {
 
@@ -48,10 +48,10 @@ class Buffer {
 class Server {
   public:
     Server(const std::string& path, const native_handle* handle)
-        : mListener(host::listen_at(path).value), mThread([this, handle] {
+        : mListener(host::listenAt(path).value), mThread([this, handle] {
               const auto client = mListener.accept();
               EXPECT_TRUE(client.ok());
-              EXPECT_EQ(host::send_handle(client.value.get(), handle), 0);
+              EXPECT_EQ(host::sendHandle(client.value.get(), handle), 0);
           }) {}
     ~Server() { mThread.join(); }
 
@@ -212,7 +212,7 @@ TEST(Attach, WhatIsNoBufferIsRefusedByTheImport) {
 
 TEST(Attach, AServerThatSendsNothingIsAFailure) {
     const ScratchFolder folder;
-    const auto listener = host::listen_at(folder / "socket");
+    const auto listener = host::listenAt(folder / "socket");
     std::thread server([&] { (void)listener.value.accept(); });
     const Json document = runForDocument({"attach", folder / "socket"}, "failure");
     EXPECT_EQ(document["error"]["code"], "SYSTEM_FAILURE");

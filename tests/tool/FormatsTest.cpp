@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/tool/Tool.h"
-#include "tools/grallocinfo/answers.h"
+#include "tools/grallocinfo/Answers.h"
 
 namespace zelkcam::test {
 

@@ -7,7 +7,7 @@
 #include <sstream>
 
 #include "tests/tool/Tool.h"
-#include "tools/grallocinfo/geometry.h"
+#include "tools/grallocinfo/Geometry.h"
 
 namespace zelkcam::test {
 

@@ -5,9 +5,9 @@
 #include <exception>
 #include <iostream>
 
-#include "tools/grallocinfo/commands.h"
-#include "tools/grallocinfo/library.h"
-#include "tools/grallocinfo/output.h"
+#include "tools/grallocinfo/Commands.h"
+#include "tools/grallocinfo/Library.h"
+#include "tools/grallocinfo/Output.h"
 
 namespace grallocinfo {
 

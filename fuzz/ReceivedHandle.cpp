@@ -1,0 +1,54 @@
+// The message by which a buffer arrives from another process.
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "fuzz/Fuzz.h"
+#include "platform/utils.h"
+
+#include <zelkcam/host/HandleTransport.h>
+
+namespace {
+
+// Not an end of the connection: a connection whose end is on its way to itself never closes.
+int anyDescriptor() {
+    static const int fd = eventfd(0, EFD_CLOEXEC);
+    return fd;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    using namespace zelkcam::host;
+    FuzzedDataProvider input(data, size);
+    int ends[2];
+    zelkcam::fuzz::require(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) == 0);
+    TransportSocket receiver(ends[0]);
+    const auto fds = input.ConsumeIntegralInRange<size_t>(0, 4);
+    auto bytes = input.ConsumeRemainingBytes<uint8_t>();
+    {
+        const TransportSocket sender(ends[1]);
+        iovec part = {bytes.data(), bytes.size()};
+        alignas(cmsghdr) char control[CMSG_SPACE(4 * sizeof(int))] = {};
+        msghdr message = {};
+        message.msg_iov = &part;
+        message.msg_iovlen = 1;
+        if (fds != 0 && !bytes.empty()) {
+            message.msg_control = control;
+            message.msg_controllen = CMSG_SPACE(fds * sizeof(int));
+            cmsghdr* const header = CMSG_FIRSTHDR(&message);
+            header->cmsg_level = SOL_SOCKET;
+            header->cmsg_type = SCM_RIGHTS;
+            header->cmsg_len = CMSG_LEN(fds * sizeof(int));
+            std::fill_n(reinterpret_cast<int*>(CMSG_DATA(header)), fds, anyDescriptor());
+        }
+        sendmsg(ends[1], &message, MSG_DONTWAIT | MSG_NOSIGNAL);
+    }
+    const auto received = receiveHandle(receiver.get());
+    zelkcam::fuzz::require(received.ok() == (received.value != nullptr));
+    if (received.ok()) {
+        native_handle_close(received.value);
+        native_handle_delete(received.value);
+    }
+    return 0;
+}

@@ -1,0 +1,177 @@
+// The service manager of this process: what was registered, and behind it the services that the
+// host platform brings along.
+#include <android/binder_manager.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include "host/allocator/EmbeddedServices.h"
+#include "host/binder/Binder.h"
+#include "host/sphal/VendorLibrary.h"
+
+namespace zelkcam::host {
+namespace {
+
+bool embeddedServicesWanted() {
+    const char* choice = std::getenv("ZELKCAM_HOST_SERVICES");
+    return choice == nullptr || std::strcmp(choice, "none") != 0;
+}
+
+class ServiceManager {
+  public:
+    static ServiceManager& get() {
+        // Never destroyed: services are asked for while exit handlers run.
+        static auto& manager = *new ServiceManager;
+        return manager;
+    }
+
+    void add(const std::string& instance, AIBinder* binder) {
+        retain(binder);
+        AIBinder* replaced = nullptr;
+        {
+            const std::lock_guard lock(mMutex);
+            replaced = std::exchange(mRegistered[instance], binder);
+        }
+        mAdded.notify_all();
+        if (replaced != nullptr)
+            release(replaced);
+    }
+
+    // The service with one strong reference for the caller, or null.
+    AIBinder* check(const std::string& instance) {
+        AIBinder* binder = registered(instance);
+        return binder != nullptr ? binder : embedded(instance);
+    }
+
+    AIBinder* wait(const std::string& instance) {
+        AIBinder* binder = check(instance);
+        if (binder != nullptr)
+            return binder;
+        std::unique_lock lock(mMutex);
+        mAdded.wait(lock, [&] { return mRegistered.count(instance) != 0; });
+        binder = mRegistered[instance];
+        retain(binder);
+        return binder;
+    }
+
+    bool has(const std::string& instance) {
+        AIBinder* binder = check(instance);
+        if (binder != nullptr)
+            release(binder);
+        return binder != nullptr;
+    }
+
+    std::set<std::string> instances(const std::string& interface) {
+        const std::string prefix = interface + "/";
+        std::set<std::string> names;
+        if (has(prefix + "default"))
+            names.insert("default");
+        const std::lock_guard lock(mMutex);
+        for (const auto& [instance, binder] : mRegistered) {
+            if (instance.compare(0, prefix.size(), prefix) == 0)
+                names.insert(instance.substr(prefix.size()));
+        }
+        return names;
+    }
+
+  private:
+    AIBinder* registered(const std::string& instance) {
+        const std::lock_guard lock(mMutex);
+        const auto found = mRegistered.find(instance);
+        if (found == mRegistered.end())
+            return nullptr;
+        retain(found->second);
+        return found->second;
+    }
+
+    AIBinder* embedded(const std::string& instance) {
+        if (!embeddedServicesWanted())
+            return nullptr;
+        const std::lock_guard lock(mEmbeddedMutex);
+        const auto [found, isFirst] = mEmbedded.try_emplace(instance, nullptr);
+        if (isFirst)
+            found->second = embeddedAidlService(instance);
+        if (found->second != nullptr)
+            retain(found->second);
+        return found->second;
+    }
+
+    // Both maps own one strong reference per binder.
+    std::mutex mMutex;
+    std::condition_variable mAdded;
+    std::map<std::string, AIBinder*> mRegistered;
+    std::mutex mEmbeddedMutex;
+    std::map<std::string, AIBinder*> mEmbedded;
+};
+
+// How long, and how often, AServiceManager_getService asks.
+constexpr std::chrono::seconds kGetLimit{5};
+constexpr std::chrono::milliseconds kGetInterval{100};
+
+binder_exception_t add(AIBinder* binder, const char* instance) {
+    if (binder == nullptr || instance == nullptr)
+        return EX_ILLEGAL_ARGUMENT;
+    ServiceManager::get().add(instance, binder);
+    return EX_NONE;
+}
+
+}  // namespace
+}  // namespace zelkcam::host
+
+using namespace zelkcam::host;
+
+binder_exception_t AServiceManager_addService(AIBinder* binder, const char* instance) {
+    return add(binder, instance);
+}
+
+binder_exception_t AServiceManager_addServiceWithFlags(
+        AIBinder* binder, const char* instance, const AServiceManager_AddServiceFlag /*flags*/) {
+    return add(binder, instance);
+}
+
+AIBinder* AServiceManager_checkService(const char* instance) {
+    return instance == nullptr ? nullptr : ServiceManager::get().check(instance);
+}
+
+AIBinder* AServiceManager_getService(const char* instance) {
+    if (instance == nullptr)
+        return nullptr;
+    const auto limit = std::chrono::steady_clock::now() + kGetLimit;
+    AIBinder* binder = ServiceManager::get().check(instance);
+    while (binder == nullptr && std::chrono::steady_clock::now() < limit) {
+        std::this_thread::sleep_for(kGetInterval);
+        binder = ServiceManager::get().check(instance);
+    }
+    return binder;
+}
+
+AIBinder* AServiceManager_waitForService(const char* instance) {
+    return instance == nullptr ? nullptr : ServiceManager::get().wait(instance);
+}
+
+bool AServiceManager_isDeclared(const char* instance) {
+    return instance != nullptr && ServiceManager::get().has(instance);
+}
+
+void AServiceManager_forEachDeclaredInstance(const char* interface, void* context,
+                                             void (*callback)(const char*, void*)) {
+    if (interface == nullptr || callback == nullptr)
+        return;
+    for (const std::string& instance : ServiceManager::get().instances(interface))
+        callback(instance.c_str(), context);
+}
+
+void* AServiceManager_openDeclaredPassthroughHal(const char* interface, const char* instance,
+                                                 int flag) {
+    if (interface == nullptr || instance == nullptr)
+        return nullptr;
+    return openVendorLibrary(std::string(interface) + "." + instance + ".so", flag).handle;
+}

@@ -1,0 +1,280 @@
+// Handles that another process might send. Each case starts from a good handle and spoils one
+// thing; every one has to be refused with BAD_BUFFER, and nothing may stay open.
+#include <fcntl.h>
+#include <sys/eventfd.h>
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <functional>
+
+#include "host/gralloc/Allocation.h"
+#include "tests/host/gralloc/Buffers.h"
+
+namespace zelkcam::test {
+namespace {
+
+using host::gralloc::SharedImage;
+using ndk::ScopedFileDescriptor;
+
+constexpr int kPixels = 0;
+constexpr int kMetadata = 1;
+
+class HostileHandle : public testing::Test {
+  protected:
+    HostileHandle() : mGood(describe(PixelFormat::YCRCB_420_SP, 640, 480)) {
+        native_handle_init(mStorage, 2, 4);
+        mapper();
+        mBefore = holdings();
+    }
+
+    ~HostileHandle() override {
+        EXPECT_EQ(holdings(), mBefore);
+        printf("%d hostile handles\n", mCases);
+        EXPECT_GT(mCases, 0);
+    }
+
+    const native_handle_t* good() const { return mGood.raw(); }
+
+    // A copy of the good handle, with room to lie about its size.
+    native_handle_t* spoilt() {
+        auto* handle = reinterpret_cast<native_handle_t*>(mStorage);
+        std::memcpy(handle, good(), sizeof(native_handle_t) + 6 * sizeof(int));
+        return handle;
+    }
+
+    void expectRefused(const native_handle_t* handle, const std::string& what) {
+        ++mCases;
+        buffer_handle_t imported = kMadeUp;
+        EXPECT_EQ(mapper().importBuffer(handle, &imported), AIMAPPER_ERROR_BAD_BUFFER) << what;
+        EXPECT_EQ(imported, kMadeUp) << what;
+    }
+
+    void expectRefusedWith(int position, int value, const std::string& what) {
+        native_handle_t* handle = spoilt();
+        handle->data[position] = value;
+        expectRefused(handle, what + " at " + std::to_string(position));
+    }
+
+    int mCases = 0;
+
+  private:
+    RawBuffer mGood;
+    alignas(8) char mStorage[sizeof(native_handle_t) + 64 * sizeof(int)] = {};
+    Holdings mBefore;
+};
+
+TEST_F(HostileHandle, ofAnotherShape) {
+    expectRefused(nullptr, "null");
+    const struct {
+        int version, numFds, numInts;
+    } shapes[] = {
+            {12, 0, 0}, {12, 1, 4},         {12, 3, 3},         {12, 2, 5},
+            {12, 6, 0}, {12, -1, 4},        {12, 2, -1},        {0, 2, 4},
+            {13, 2, 4}, {12, INT32_MAX, 4}, {12, 2, INT32_MAX}, {12, INT32_MIN, INT32_MIN},
+    };
+    for (const auto& shape : shapes) {
+        native_handle_t* handle = spoilt();
+        handle->version = shape.version;
+        handle->numFds = shape.numFds;
+        handle->numInts = shape.numInts;
+        expectRefused(handle, "shape");
+    }
+}
+
+TEST_F(HostileHandle, withOtherIntegers) {
+    for (int i = 2; i < 6; ++i) {
+        const int right = good()->data[i];
+        for (const int wrong : {0, -1, INT32_MAX, INT32_MIN, right + 1, right ^ 0x100}) {
+            if (wrong != right)
+                expectRefusedWith(i, wrong, "an integer");
+        }
+    }
+}
+
+// The bytes behind a good descriptor.
+std::vector<uint8_t> contents(int fd) {
+    std::vector<uint8_t> bytes(static_cast<size_t>(lseek(fd, 0, SEEK_END)));
+    EXPECT_EQ(pread(fd, bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
+    return bytes;
+}
+
+ScopedFileDescriptor memory(const std::vector<uint8_t>& bytes, int seals) {
+    ScopedFileDescriptor fd(memfd_create("hostile", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    EXPECT_EQ(write(fd.get(), bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+    EXPECT_EQ(fcntl(fd.get(), F_ADD_SEALS, seals), 0);
+    return fd;
+}
+
+constexpr int kAllSeals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL;
+
+TEST_F(HostileHandle, withDescriptorsThatAreNotTheMemory) {
+    int pipeEnds[2];
+    int sockets[2];
+    ASSERT_EQ(pipe2(pipeEnds, O_CLOEXEC), 0);
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets), 0);
+    const ScopedFileDescriptor owned[] = {
+            ScopedFileDescriptor(pipeEnds[0]),
+            ScopedFileDescriptor(pipeEnds[1]),
+            ScopedFileDescriptor(sockets[0]),
+            ScopedFileDescriptor(sockets[1]),
+            ScopedFileDescriptor(eventfd(0, EFD_CLOEXEC)),
+            ScopedFileDescriptor(open("/dev/zero", O_RDWR | O_CLOEXEC)),
+            ScopedFileDescriptor(open("/dev/null", O_RDWR | O_CLOEXEC)),
+            ScopedFileDescriptor(open("/proc/self/exe", O_RDONLY | O_CLOEXEC)),
+            ScopedFileDescriptor(open("/tmp", O_RDONLY | O_DIRECTORY | O_CLOEXEC))};
+    for (const int position : {kPixels, kMetadata}) {
+        for (const ScopedFileDescriptor& fd : owned) {
+            expectRefusedWith(position, fd.get(), "something else");
+        }
+        for (const int number : {-1, INT32_MIN, INT32_MAX, 100000}) {
+            expectRefusedWith(position, number, "no descriptor");
+        }
+        expectRefusedWith(position, good()->data[1 - position], "the other one");
+    }
+    native_handle_t* swapped = spoilt();
+    std::swap(swapped->data[0], swapped->data[1]);
+    expectRefused(swapped, "swapped");
+}
+
+TEST_F(HostileHandle, withAlmostTheSameMemory) {
+    const RawBuffer twin(describe(PixelFormat::YCRCB_420_SP, 640, 480));
+    for (const int position : {kPixels, kMetadata}) {
+        expectRefusedWith(position, twin.raw()->data[position], "another buffer's memory");
+        const auto bytes = contents(good()->data[position]);
+        for (const int seals : {0, F_SEAL_SHRINK, F_SEAL_GROW, F_SEAL_SHRINK | F_SEAL_GROW,
+                                F_SEAL_GROW | F_SEAL_SEAL, F_SEAL_SHRINK | F_SEAL_SEAL,
+                                kAllSeals | F_SEAL_WRITE, kAllSeals | F_SEAL_FUTURE_WRITE}) {
+            expectRefusedWith(position, memory(bytes, seals).get(), "memory of other seals");
+        }
+        FILE* file = tmpfile();
+        ASSERT_EQ(fwrite(bytes.data(), 1, bytes.size(), file), bytes.size());
+        EXPECT_EQ(fflush(file), 0);
+        expectRefusedWith(position, fileno(file), "a file of the same bytes");
+        EXPECT_EQ(fclose(file), 0);
+        const std::string path = "/proc/self/fd/" + std::to_string(good()->data[position]);
+        const ScopedFileDescriptor readOnly(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+        expectRefusedWith(position, readOnly.get(), "the memory, read-only");
+        for (const size_t size : {size_t{0}, size_t{1}, bytes.size() / 2, bytes.size() - 4096}) {
+            const std::vector<uint8_t> part(bytes.begin(), bytes.begin() + static_cast<long>(size));
+            expectRefusedWith(position, memory(part, kAllSeals).get(), "less memory");
+        }
+    }
+}
+
+SharedImage imageOf(const native_handle_t* handle) {
+    SharedImage image;
+    EXPECT_EQ(pread(handle->data[kMetadata], &image, sizeof(image), 0),
+              static_cast<ssize_t>(sizeof(image)));
+    return image;
+}
+
+ScopedFileDescriptor sealedMemory(size_t size, unsigned flags = 0) {
+    ScopedFileDescriptor fd(memfd_create("forged", MFD_CLOEXEC | MFD_ALLOW_SEALING | flags));
+    EXPECT_EQ(ftruncate(fd.get(), static_cast<off_t>(size)), 0);
+    EXPECT_EQ(fcntl(fd.get(), F_ADD_SEALS, kAllSeals), 0);
+    return fd;
+}
+
+void writeImage(int fd, const SharedImage& image) {
+    EXPECT_EQ(pwrite(fd, &image, sizeof(image), 0), static_cast<ssize_t>(sizeof(image)));
+}
+
+// Metadata memory of the right size with that image at its front.
+ScopedFileDescriptor forge(const SharedImage& image) {
+    ScopedFileDescriptor fd = sealedMemory(host::gralloc::metadataSize({}));
+    writeImage(fd.get(), image);
+    return fd;
+}
+
+uint64_t inodeOf(int fd) {
+    struct stat status {};
+    EXPECT_EQ(fstat(fd, &status), 0);
+    return status.st_ino;
+}
+
+// Forgers who make both memories themselves and know how they refer to each other.
+TEST_F(HostileHandle, madeWholeByAForger) {
+    constexpr size_t kPixelBytes = 640 * 480 * 3 / 2;
+    const auto forgeFor = [&](const ScopedFileDescriptor& pixels) {
+        SharedImage image = imageOf(good());
+        image.header.pixelInode = inodeOf(pixels.get());
+        return forge(image);
+    };
+    const auto handleOf = [&](int pixels, int metadata) {
+        native_handle_t* handle = spoilt();
+        handle->data[kPixels] = pixels;
+        handle->data[kMetadata] = metadata;
+        return handle;
+    };
+    {
+        const ScopedFileDescriptor enough = sealedMemory(kPixelBytes);
+        const Import control(handleOf(enough.get(), forgeFor(enough).get()));
+    }
+    const ScopedFileDescriptor small = sealedMemory(kPixelBytes - 1);
+    expectRefused(handleOf(small.get(), forgeFor(small).get()), "pixels one byte short");
+
+    const ScopedFileDescriptor both = sealedMemory(4 * kPixelBytes);
+    SharedImage image = imageOf(good());
+    image.header.pixelInode = inodeOf(both.get());
+    writeImage(both.get(), image);
+    expectRefused(handleOf(both.get(), both.get()), "one memory for pixels and metadata");
+
+    if (const int hugePages = memfd_create("huge", MFD_CLOEXEC | MFD_HUGETLB); hugePages >= 0) {
+        close(hugePages);
+        const ScopedFileDescriptor huge = sealedMemory(size_t{1} << 30, MFD_HUGETLB);
+        expectRefused(handleOf(huge.get(), forgeFor(huge).get()), "huge pages");
+    }
+}
+
+TEST_F(HostileHandle, whoseMetadataLies) {
+    const SharedImage image = imageOf(good());
+    const std::function<void(SharedImage&)> lies[] = {
+            [](auto& i) { i.header.description.width = 0; },
+            [](auto& i) { i.header.description.width = UINT32_MAX; },
+            [](auto& i) { i.header.description.width = i.header.description.height = 1 << 31; },
+            [](auto& i) { i.header.description.layerCount = 2; },
+            [](auto& i) { i.header.description.format = 0x32315659; },
+            [](auto& i) { i.header.description.usage = UINT64_MAX; },
+            [](auto& i) { i.header.description.reservedSize = 1 << 20; },
+            [](auto& i) { i.header.description.reservedSize = UINT64_MAX; },
+            [](auto& i) { i.header.description.name.fill('x'); },
+            [](auto& i) { i.constants.extents[15].offset = UINT32_MAX; },
+            [](auto& i) { i = {}; },
+            [](auto& i) { std::memset(static_cast<void*>(&i), 0xff, sizeof(i)); },
+    };
+    for (const auto& lie : lies) {
+        SharedImage forged = image;
+        lie(forged);
+        expectRefusedWith(kMetadata, forge(forged).get(), "forged metadata");
+    }
+}
+
+// Only two things may differ, since they are the sender's to choose: what stands behind the end of
+// the name, and how much of the memory's last page is called reserved.
+bool maySenderChoose(size_t offset) {
+    constexpr size_t kDescription = offsetof(SharedImage, header.description);
+    constexpr size_t kName = kDescription + offsetof(host::gralloc::Description, name);
+    constexpr size_t kReserved = kDescription + offsetof(host::gralloc::Description, reservedSize);
+    return (offset > kName && offset < kName + 128) ||
+           (offset >= kReserved && offset < kReserved + 8);
+}
+
+TEST_F(HostileHandle, whoseMetadataDiffersInAnyByte) {
+    const SharedImage image = imageOf(good());
+    for (size_t offset = 0; offset < sizeof(image); ++offset) {
+        if (maySenderChoose(offset))
+            continue;
+        SharedImage forged = image;
+        reinterpret_cast<uint8_t*>(&forged)[offset] ^= 0x41;
+        expectRefusedWith(kMetadata, forge(forged).get(),
+                          "byte " + std::to_string(offset) + " changed");
+    }
+}
+
+}  // namespace
+}  // namespace zelkcam::test

@@ -1,0 +1,240 @@
+#include <fcntl.h>
+#include <sys/time.h>
+
+#include <array>
+#include <climits>
+#include <csignal>
+#include <cstring>
+#include <numeric>
+#include <optional>
+#include <thread>
+
+#include "host/transport/MessageFormat.h"
+#include "tests/support/Holdings.h"
+#include "tests/host/transport/Connection.h"
+
+namespace zelkcam::test {
+namespace {
+
+using host::receiveHandle;
+using host::sendHandle;
+using host::transport::kMagic;
+using host::transport::kVersion;
+using host::transport::MessageHeader;
+
+struct Shape {
+    int numFds;
+    std::vector<int> ints;
+};
+
+void expectRoundTrip(const Shape& shape) {
+    const Connection connection;
+    const OwnedHandle sent(newHandle(shape.numFds, shape.ints));
+    ASSERT_EQ(sendHandle(connection.sender.get(), sent.get()), 0);
+
+    const auto result = receiveHandle(connection.receiver.get());
+    ASSERT_TRUE(result.ok()) << result.error;
+    const OwnedHandle received(result.value);
+    ASSERT_EQ(received->numFds, sent->numFds);
+    EXPECT_EQ(received.ints(), shape.ints);
+    for (int i = 0; i < sent->numFds; ++i) {
+        EXPECT_NE(received->data[i], sent->data[i]);
+        EXPECT_EQ(inodeOf(received->data[i]), inodeOf(sent->data[i])) << "descriptor " << i;
+        EXPECT_EQ(fcntl(received->data[i], F_GETFD), FD_CLOEXEC);
+    }
+}
+
+TEST(Transport, GivesAHandleOfItsOwnOnTheSameFiles) {
+    std::vector<int> most(host::kMaxTransportInts);
+    std::iota(most.begin(), most.end(), INT_MIN);
+    for (const Shape& shape : {Shape{2, {1, -1, INT_MAX, INT_MIN}}, Shape{0, {}}, Shape{0, {7}},
+                               Shape{1, {}}, Shape{host::kMaxTransportFds, most}})
+        expectRoundTrip(shape);
+}
+
+TEST(Transport, KeepsSuccessiveHandlesApartAndOutlivesTheSendersCopy) {
+    const Connection connection;
+    ino_t inodes[3];
+    for (int i = 0; i < 3; ++i) {
+        const OwnedHandle sent(newHandle(1, {i, i}));
+        inodes[i] = inodeOf(sent->data[0]);
+        ASSERT_EQ(sendHandle(connection.sender.get(), sent.get()), 0);
+    }
+    for (int i = 0; i < 3; ++i) {
+        const auto result = receiveHandle(connection.receiver.get());
+        ASSERT_TRUE(result.ok());
+        const OwnedHandle received(result.value);
+        EXPECT_EQ(received.ints(), (std::vector<int>{i, i}));
+        EXPECT_EQ(inodeOf(received->data[0]), inodes[i]);
+    }
+}
+
+TEST(Transport, SendsNothingOfAHandleThatIsNone) {
+    const Connection connection;
+    const OwnedHandle large(newHandle(host::kMaxTransportFds + 1, {}));
+    EXPECT_EQ(sendHandle(connection.sender.get(), nullptr), -EINVAL);
+    EXPECT_EQ(sendHandle(connection.sender.get(), large.get()), -EINVAL);
+    const struct {
+        int version, numFds, numInts;
+    } shapes[] = {{11, 0, 0}, {12, -1, 0}, {12, 0, INT_MIN}, {12, 0, host::kMaxTransportInts + 1}};
+    for (const auto& [version, numFds, numInts] : shapes) {
+        const native_handle_t handle{
+                .version = version, .numFds = numFds, .numInts = numInts, .data = {}};
+        EXPECT_EQ(sendHandle(connection.sender.get(), &handle), -EINVAL);
+    }
+    const OwnedHandle closed(newHandle(2, {}));
+    close(std::exchange(closed->data[1], -1));
+    EXPECT_EQ(sendHandle(connection.sender.get(), closed.get()), -EBADF);
+
+    char byte;
+    EXPECT_EQ(recv(connection.receiver.get(), &byte, 1, MSG_DONTWAIT), -1);
+    EXPECT_EQ(errno, EAGAIN);
+}
+
+TEST(Transport, AnswersAPeerThatHasGoneWithoutASignal) {
+    Connection connection;
+    connection.receiver.reset();
+    const OwnedHandle sent(newHandle(1, {1}));
+    EXPECT_EQ(sendHandle(connection.sender.get(), sent.get()), -EPIPE);
+    EXPECT_EQ(receiveHandle(connection.sender.get()).error, -ECONNRESET);
+}
+
+// What a peer sends instead of a handle: pieces, each with descriptors of its own.
+struct Piece {
+    std::vector<uint32_t> words;
+    int numFds = 0;
+    size_t cut = 0;  // bytes left out at the end
+};
+
+struct BadMessage {
+    const char* name;
+    std::vector<Piece> pieces;
+    int error = -EBADMSG;
+    bool wantsCredentials = false;
+};
+
+void sendPiece(int socket, const Piece& piece) {
+    std::vector<int> fds(piece.numFds);
+    std::generate(fds.begin(), fds.end(), [] { return memfd_create("piece", MFD_CLOEXEC); });
+    alignas(cmsghdr) std::array<char, CMSG_SPACE(64 * sizeof(int))> control{};
+    iovec part{const_cast<uint32_t*>(piece.words.data()), piece.words.size() * 4 - piece.cut};
+    msghdr message{};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    if (!fds.empty()) {
+        message.msg_control = control.data();
+        message.msg_controllen = CMSG_SPACE(fds.size() * sizeof(int));
+        cmsghdr* header = CMSG_FIRSTHDR(&message);
+        header->cmsg_level = SOL_SOCKET;
+        header->cmsg_type = SCM_RIGHTS;
+        header->cmsg_len = CMSG_LEN(fds.size() * sizeof(int));
+        memcpy(CMSG_DATA(header), fds.data(), fds.size() * sizeof(int));
+    }
+    EXPECT_EQ(sendmsg(socket, &message, 0), static_cast<ssize_t>(part.iov_len));
+    std::for_each(fds.begin(), fds.end(), close);
+}
+
+void expectRefused(const BadMessage& bad) {
+    SCOPED_TRACE(bad.name);
+    Connection connection;
+    const int on = bad.wantsCredentials ? 1 : 0;
+    setsockopt(connection.receiver.get(), SOL_SOCKET, SO_PASSCRED, &on, sizeof(on));
+    for (const Piece& piece : bad.pieces) {
+        sendPiece(connection.sender.get(), piece);
+    }
+    shutdown(connection.sender.get(), SHUT_WR);
+    const Holdings before = holdings();
+    const auto result = receiveHandle(connection.receiver.get());
+    EXPECT_EQ(result.error, bad.error);
+    EXPECT_EQ(result.value, nullptr);
+    // The emulator itself keeps the descriptors that a message has no room for.
+    const bool surplus = std::any_of(bad.pieces.begin(), bad.pieces.end(),
+                                     [](const Piece& piece) { return piece.numFds > 16; });
+    if (!ZELKCAM_EMULATED || !surplus) {
+        EXPECT_EQ(holdings(), before);
+    }
+}
+
+const BadMessage kBadMessages[] = {
+        {"Nothing", {}, -ECONNRESET},
+        {"WrongMagic", {{{kMagic + 1, kVersion, 1, 1, 5}, 1}}},
+        {"OlderVersion", {{{kMagic, kVersion - 1, 1, 1, 5}, 1}}, -EPROTONOSUPPORT},
+        {"NewerVersion", {{{kMagic, kVersion + 1, 1, 1, 5}, 1}}, -EPROTONOSUPPORT},
+        {"NoDescriptors", {{{kMagic, kVersion, 2, 1, 5}}}},
+        {"MoreDescriptorsThanAnnounced", {{{kMagic, kVersion, 1, 1, 5}, 3}}},
+        {"DescriptorsBeyondTheLimit", {{{kMagic, kVersion, 17, 1, 5}, 17}}},
+        {"DescriptorsFarBeyondTheLimit", {{{kMagic, kVersion, 1, 1, 5}, 64}}},
+        {"CountOfDescriptorsNegative", {{{kMagic, kVersion, 0xffffffff, 1, 5}, 1}}},
+        {"CountOfDescriptorsWraps", {{{kMagic, kVersion, 0x80000001, 1, 5}, 1}}},
+        {"CountOfIntsNegative", {{{kMagic, kVersion, 1, 0xffffffff, 5}, 1}}},
+        {"CountOfIntsWraps", {{{kMagic, kVersion, 1, 0x40000001, 5}, 1}}},
+        {"CountOfIntsBeyondTheLimit",
+         {{{kMagic, kVersion, 1, 1025}, 1}, {std::vector<uint32_t>(1025)}}},
+        {"HeaderCut", {{{kMagic, kVersion, 1, 1}, 1, 1}}, -ECONNRESET},
+        {"OneByteOnly", {{{kMagic}, 1, 3}}, -ECONNRESET},
+        {"IntsMissing", {{{kMagic, kVersion, 1, 1}, 1}}, -ECONNRESET},
+        {"DescriptorsWithTheInts", {{{kMagic, kVersion, 1, 1}, 1}, {{5}, 1}}},
+        {"DescriptorsTwice", {{{kMagic, kVersion}, 1}, {{1, 1, 5}, 1}}},
+        {"CredentialsBesideDescriptors", {{{kMagic, kVersion, 1, 1, 5}, 1}}, -EBADMSG, true},
+};
+
+TEST(Transport, AMalformedMessageIsRefusedAndNothingStaysOpen) {
+    for (const BadMessage& bad : kBadMessages)
+        expectRefused(bad);
+}
+
+TEST(Transport, DescriptorsThatTheProcessCannotHoldCountAsAFailure) {
+    const Connection connection;
+    const OwnedHandle sent(newHandle(4, {1}));
+    ASSERT_EQ(sendHandle(connection.sender.get(), sent.get()), 0);
+    const Holdings before = holdings();
+    {
+        const FewDescriptors few(2);
+        EXPECT_EQ(receiveHandle(connection.receiver.get()).error, -EBADMSG);
+    }
+    EXPECT_EQ(holdings(), before);
+}
+
+TEST(Transport, AMessageMayArriveByteByByteAcrossSignals) {
+    const Connection connection;
+    struct sigaction action {
+    }, oldAction{};
+    action.sa_handler = [](int) {};
+    sigaction(SIGALRM, &action, &oldAction);  // without SA_RESTART: waits are interrupted
+    const itimerval often{{0, 1000}, {0, 1000}}, never{};
+    setitimer(ITIMER_REAL, &often, nullptr);
+
+    std::thread sender([socket = connection.sender.get()] {
+        sigset_t alarm;
+        sigemptyset(&alarm);
+        sigaddset(&alarm, SIGALRM);
+        pthread_sigmask(SIG_BLOCK, &alarm, nullptr);
+        const uint32_t words[] = {kMagic, kVersion, 0, 2, 3, 4};
+        for (size_t i = 0; i < sizeof(words); ++i) {
+            usleep(2000);
+            EXPECT_EQ(send(socket, reinterpret_cast<const char*>(words) + i, 1, 0), 1);
+        }
+    });
+    const auto result = receiveHandle(connection.receiver.get());
+    sender.join();
+    setitimer(ITIMER_REAL, &never, nullptr);
+    sigaction(SIGALRM, &oldAction, nullptr);
+    ASSERT_TRUE(result.ok()) << result.error;
+    EXPECT_EQ(OwnedHandle(result.value).ints(), (std::vector<int>{3, 4}));
+}
+
+TEST(Transport, ASilentPeerEndsTheWaitWhenALimitIsSet) {
+    const Connection connection;
+    using std::chrono::milliseconds;
+    EXPECT_EQ(host::setTimeout(connection.receiver.get(), milliseconds(-1)), -EINVAL);
+    EXPECT_EQ(host::setTimeout(-1, milliseconds(1)), -EBADF);
+    ASSERT_EQ(host::setTimeout(connection.receiver.get(), milliseconds(20)), 0);
+    EXPECT_EQ(receiveHandle(connection.receiver.get()).error, -EAGAIN);
+    sendPiece(connection.sender.get(), {{kMagic, kVersion, 1, 1}, 1});
+    const Holdings before = holdings();
+    EXPECT_EQ(receiveHandle(connection.receiver.get()).error, -EAGAIN);
+    EXPECT_EQ(holdings(), before);
+}
+
+}  // namespace
+}  // namespace zelkcam::test

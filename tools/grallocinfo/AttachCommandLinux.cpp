@@ -1,0 +1,182 @@
+// grallocinfo attach: import a buffer of another process, describe it, look into it.
+#include <cstring>
+#include <iostream>
+#include <memory>
+
+#include "tools/grallocinfo/AidlBuffer.h"
+#include "tools/grallocinfo/Arguments.h"
+#include "tools/grallocinfo/Commands.h"
+#include "tools/grallocinfo/DescribedBuffer.h"
+#include "tools/grallocinfo/Output.h"
+#include "tools/grallocinfo/Pixels.h"
+#include "tools/grallocinfo/PrintPng.h"
+#include "tools/grallocinfo/PrintText.h"
+#include "zelkcam/host/HandleTransport.h"
+
+namespace grallocinfo {
+
+namespace {
+
+namespace transport = zelkcam::host;
+
+constexpr char kExamples[] =
+        "Examples:\n"
+        "  grallocinfo attach /tmp/buffer.sock\n"
+        "  grallocinfo attach /tmp/buffer.sock --fill bars\n"
+        "  grallocinfo attach /tmp/buffer.sock --png picture.png\n"
+        "The buffer is one that 'grallocinfo share', or a program of yours, serves there.";
+
+constexpr std::chrono::seconds kServerPatience{5};
+constexpr unsigned kReadOften = 0x3;
+constexpr unsigned kWriteOften = 0x30;
+
+struct AttachOptions {
+    std::string socket;
+    std::string fill;
+    std::string png;
+    bool json = false;
+    bool verbose = false;
+};
+
+// A handle as it came from the socket, closed and deleted with its owner.
+struct RawHandleDeleter {
+    void operator()(native_handle_t* handle) const {
+        native_handle_close(handle);
+        native_handle_delete(handle);
+    }
+};
+using RawHandle = std::unique_ptr<native_handle_t, RawHandleDeleter>;
+
+RawHandle receiveFrom(const std::string& path) {
+    const auto server = transport::connectTo(path);
+    if (!server.ok()) {
+        throw unusable("socket path " + inQuotes(path) + " is not usable (" +
+                       strerror(-server.error) + "): expected one that a buffer is served at");
+    }
+    int error = transport::setTimeout(server.value.get(), kServerPatience);
+    if (error == 0) {
+        auto received = transport::receiveHandle(server.value.get());
+        if (received.ok())
+            return RawHandle(received.value);
+        error = received.error;
+    }
+    throw systemFailure("no buffer came from " + inQuotes(path), -error);
+}
+
+// A buffer of another process, imported for as long as this object lives.
+class ImportedBuffer {
+  public:
+    explicit ImportedBuffer(const native_handle* raw) : mHandle(raw) {
+        const int imported = helper().importBuffer(mHandle);
+        if (imported != 1 || !mHandle) {
+            throw Failure{ExitCode::kLibraryFailure, "IMPORT_REFUSED", imported,
+                          "the import answered " + std::to_string(imported) +
+                                  ": the mapper takes what came from the socket for no buffer"};
+        }
+    }
+    ~ImportedBuffer() { helper().freeBuffer(mHandle); }
+    ImportedBuffer(const ImportedBuffer&) = delete;
+    ImportedBuffer& operator=(const ImportedBuffer&) = delete;
+
+    const native_handle* handle() const { return mHandle; }
+
+  private:
+    const native_handle* mHandle;
+};
+
+// The buffer's pixels, mapped for as long as this object lives.
+class PixelLock {
+  public:
+    PixelLock(const native_handle* handle, unsigned usage, const zcam::GrallocStaticInfo& layout)
+        : mHandle(handle) {
+        const int status =
+                helper().lock(handle, usage, layout.widthInPixels, layout.heightInPixels, &mData);
+        if (status != 0) {
+            throw Failure{ExitCode::kLibraryFailure, "LOCK_REFUSED", status,
+                          "the lock answered " + std::to_string(status) +
+                                  ": the mapper does not give the buffer to the processor; was it "
+                                  "allocated with SW_READ and SW_WRITE usage?"};
+        }
+    }
+    ~PixelLock() { helper().unlock(mHandle); }
+    PixelLock(const PixelLock&) = delete;
+    PixelLock& operator=(const PixelLock&) = delete;
+
+    uint8_t* data() const { return static_cast<uint8_t*>(mData); }
+
+  private:
+    const native_handle* mHandle;
+    void* mData = nullptr;
+};
+
+template <typename Action>
+void withPixels(const native_handle* handle, const BufferAnswer& answer, unsigned usage,
+                Action action) {
+    if (!hasPicture(answer.layout.format)) {
+        throw unusable("there is no picture in " +
+                       describeFormat(answer.name, answer.layout.format) +
+                       ": expected a buffer of an RGB, YCbCr, Y8 or RAW16 format");
+    }
+    const PixelLock lock(handle, usage, answer.layout);
+    const LockedBuffer buffer{lock.data(), allocationSizeOf(handle).value_or(0), answer.layout};
+    if (!holdsPicture(buffer)) {
+        throw Failure{ExitCode::kLibraryFailure, "LAYOUT_TOO_LARGE", std::nullopt,
+                      "the layout describes more than the buffer holds"};
+    }
+    action(buffer);
+}
+
+void fill(const native_handle* handle, const BufferAnswer& answer, const std::string& pattern) {
+    withPixels(handle, answer, kReadOften | kWriteOften, [&](const LockedBuffer& buffer) {
+        writePicture(buffer, drawPattern(pattern, uint32_t(answer.layout.widthInPixels),
+                                         uint32_t(answer.layout.heightInPixels)));
+    });
+}
+
+void savePicture(const native_handle* handle, const BufferAnswer& answer, const std::string& path) {
+    withPixels(handle, answer, kReadOften, [&](const LockedBuffer& buffer) {
+        const Picture picture = readPicture(buffer);
+        writeFile(path, [&](std::ostream& out) { printPng(out, picture); });
+    });
+}
+
+void runAttach(const AttachOptions& options) {
+    if (!options.fill.empty() && !isPattern(options.fill)) {
+        throw unusable("pattern " + inQuotes(options.fill) + " is not usable: expected " +
+                       patternNames());
+    }
+    openLibraryLog(options.verbose);
+    startLibrary();
+    RawHandle raw = receiveFrom(options.socket);
+    const auto mapper = openMapper();
+    const ImportedBuffer buffer(raw.get());
+    raw.reset();
+    const BufferAnswer answer = describeBuffer(buffer.handle(), *mapper);
+    if (!options.fill.empty())
+        fill(buffer.handle(), answer, options.fill);
+    if (!options.png.empty())
+        savePicture(buffer.handle(), answer, options.png);
+    if (options.json)
+        return writeDocument(bufferDocument(answer));
+    printBuffer(std::cout, answer);
+}
+
+}  // namespace
+
+void addAttach(CLI::App& program) {
+    const auto options = std::make_shared<AttachOptions>();
+    CLI::App* const command = program.add_subcommand(
+            "attach", "Import a buffer that another process serves, and describe it");
+    addText(*command, "SOCKET-PATH", options->socket, "Where the buffer is served");
+    addJson(*command, options->json);
+    CLI::Option* const png =
+            addFile(*command, "--png", options->png, "Save the buffer's picture as a PNG file");
+    addText(*command, "--fill", options->fill, "Draw a test pattern into the buffer")
+            ->type_name(patternNames())
+            ->excludes(png);
+    addVerbose(*command, options->verbose);
+    command->footer(kExamples);
+    command->callback([options] { runAttach(*options); });
+}
+
+}  // namespace grallocinfo

@@ -1,0 +1,222 @@
+// grallocinfo diff: what moved between two format lists.
+#include <algorithm>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <map>
+#include <memory>
+
+#include "tools/grallocinfo/Arguments.h"
+#include "tools/grallocinfo/Commands.h"
+#include "tools/grallocinfo/Output.h"
+
+namespace grallocinfo {
+
+namespace {
+
+constexpr char kExamples[] =
+        "Examples:\n"
+        "  grallocinfo diff last-release.json this-build.json\n"
+        "  grallocinfo diff phone.json host.json --json\n"
+        "  grallocinfo diff golden.json this-build.json --exit-code || echo 'a layout moved'\n"
+        "The files are what 'grallocinfo formats --json' printed, for one size and usage.";
+
+// What follows from other fields, or is text.
+constexpr const char* kNotCompared[] = {"/bitsPerPixel", "/paddingPercent", "/error/message"};
+
+constexpr int kMoved = 1;  // the exit status with --exit-code, as of other programs that compare
+
+// What both files must have been asked for.
+constexpr const char* kRequest[] = {"width", "height", "usage"};
+
+struct DiffOptions {
+    std::string left;
+    std::string right;
+    bool json = false;
+    bool exitCode = false;
+};
+
+struct Difference {
+    int32_t format;
+    std::string formatName;
+    std::string field;  // a JSON pointer into the format's object
+    Json left;          // null where the file has no such field
+    Json right;
+};
+
+struct Comparison {
+    size_t formats = 0;
+    std::vector<Difference> differences;
+};
+
+using Formats = std::map<int32_t, Json>;
+
+// Nothing that the tool printed is nested more deeply; deeper, comparing would not end well.
+constexpr int kMostLevels = 16;
+
+bool isFormatList(const Json& document) {
+    const auto isInteger = [&](const char* field) {
+        return document.value(field, Json()).is_number_integer();
+    };
+    return document.is_object() && document.value("schemaVersion", Json()) == kSchemaVersion &&
+           document.value("formats", Json()).is_array() &&
+           std::all_of(std::begin(kRequest), std::end(kRequest), isInteger);
+}
+
+Json readFile(const std::string& path) {
+    const std::string expected = "what 'grallocinfo formats --json' printed";
+    std::ifstream file = openFile(path, expected);
+    bool isTooDeep = false;
+    const auto isTaken = [&](int level, Json::parse_event_t, const Json&) {
+        isTooDeep = isTooDeep || level > kMostLevels;
+        return !isTooDeep;
+    };
+    Json document = Json::parse(file, isTaken, false);
+    if (isTooDeep || !isFormatList(document)) {
+        throw unusable(inQuotes(path) + " is not usable: expected " + expected +
+                       ", of schema version " + std::to_string(kSchemaVersion));
+    }
+    return document;
+}
+
+bool isCode(const Json& value) {
+    return value.is_number_integer() && value == value.get<int32_t>();
+}
+
+Formats formatsOf(const Json& document, const std::string& path) {
+    Formats formats;
+    for (const Json& format : document["formats"]) {
+        if (!format.is_object() || !isCode(format.value("format", Json()))) {
+            throw unusable(inQuotes(path) +
+                           " holds a format without a code: expected what "
+                           "'grallocinfo formats --json' printed");
+        }
+        formats[format["format"].get<int32_t>()] = format;
+    }
+    return formats;
+}
+
+void requireSameRequest(const Json& left, const Json& right) {
+    for (const char* const field : kRequest) {
+        if (left[field] != right[field]) {
+            throw unusable(std::string("the files are of different requests: ") + field + " " +
+                           left[field].dump() + " and " + right[field].dump() +
+                           ": expected one size and usage");
+        }
+    }
+}
+
+bool isCompared(const std::string& field) {
+    for (const char* const name : kNotCompared) {
+        if (field == name)
+            return false;
+    }
+    return true;
+}
+
+std::string nameOf(const Json& format) {
+    const Json name = format.value("formatName", Json());
+    return name.is_string() ? name.get<std::string>() : "";
+}
+
+// Both sides as one list of fields; a side without the format has none of them.
+void compareFormat(int32_t code, const Json& left, const Json& right, Comparison& comparison) {
+    const Json leftFields = left.flatten();
+    const Json rightFields = right.flatten();
+    std::vector<std::string> fields;
+    for (const auto& [field, value] : leftFields.items())
+        fields.push_back(field);
+    for (const auto& [field, value] : rightFields.items()) {
+        if (!leftFields.contains(field))
+            fields.push_back(field);
+    }
+    const std::string name = nameOf(left.empty() ? right : left);
+    for (const std::string& field : fields) {
+        const Json from = leftFields.value(field, Json());
+        const Json to = rightFields.value(field, Json());
+        if (from != to && isCompared(field))
+            comparison.differences.push_back({code, name, field, from, to});
+    }
+}
+
+Comparison compare(const Formats& left, const Formats& right) {
+    const Json none = Json::object();
+    Formats all = left;
+    all.insert(right.begin(), right.end());
+    Comparison comparison;
+    for (const auto& [code, format] : all) {
+        const auto from = left.find(code);
+        const auto to = right.find(code);
+        compareFormat(code, from == left.end() ? none : from->second,
+                      to == right.end() ? none : to->second, comparison);
+    }
+    comparison.formats = all.size();
+    return comparison;
+}
+
+std::string valueText(const Json& value) {
+    return value.is_null()     ? "nothing"
+           : value.is_string() ? value.get<std::string>()
+                               : value.dump();
+}
+
+void printComparison(std::ostream& out, const Comparison& comparison) {
+    std::string heading;
+    for (const Difference& difference : comparison.differences) {
+        const std::string format = describeFormat(difference.formatName, difference.format);
+        if (format != heading)
+            out << format << '\n';
+        heading = format;
+        out << "  " << difference.field.substr(1) << "  " << valueText(difference.left) << " -> "
+            << valueText(difference.right) << '\n';
+    }
+    if (comparison.differences.empty())
+        out << "no difference in " << comparison.formats << " formats\n";
+}
+
+Json comparisonDocument(const Comparison& comparison) {
+    Json document = newDocument();
+    document["formatsCompared"] = comparison.formats;
+    Json& differences = document["differences"] = Json::array();
+    for (const Difference& difference : comparison.differences) {
+        Json object;
+        putCode(object, "format", difference.format);
+        object["formatName"] = difference.formatName;
+        object["field"] = difference.field;
+        object["a"] = difference.left;
+        object["b"] = difference.right;
+        differences.push_back(object);
+    }
+    return document;
+}
+
+void runDiff(const DiffOptions& options) {
+    const Json left = readFile(options.left);
+    const Json right = readFile(options.right);
+    requireSameRequest(left, right);
+    const Comparison comparison =
+            compare(formatsOf(left, options.left), formatsOf(right, options.right));
+    if (options.json)
+        writeDocument(comparisonDocument(comparison));
+    else
+        printComparison(std::cout, comparison);
+    if (options.exitCode && !comparison.differences.empty())
+        endWith(kMoved);
+}
+
+}  // namespace
+
+void addDiff(CLI::App& program) {
+    const auto options = std::make_shared<DiffOptions>();
+    CLI::App* const command =
+            program.add_subcommand("diff", "Hold two format lists against each other: what moved");
+    addText(*command, "A.json", options->left, "What 'formats --json' printed");
+    addText(*command, "B.json", options->right, "The same of another device or build");
+    addJson(*command, options->json);
+    command->add_flag("--exit-code", options->exitCode,
+                      "Exit with 1 if something moved, with 0 only if nothing did");
+    command->footer(kExamples);
+    command->callback([options] { runDiff(*options); });
+}
+
+}  // namespace grallocinfo

@@ -1,0 +1,92 @@
+#include "tools/grallocinfo/HidlProbe.h"
+
+#include "platform/hidl.h"
+#include "tools/grallocinfo/Failure.h"
+#include "utils/gralloc/hidl/allocator/allocator.h"
+#include "utils/gralloc/hidl/mapper/mapper.h"
+
+namespace grallocinfo {
+
+using NSCam::GrallocAllocator::Allocator;
+using NSCam::GrallocAllocator::PixelFormat;
+using NSCam::GrallocMapper::IMapper;
+using NSCam::GrallocMapper::Mapper;
+using NSCam::GrallocMapper::PlaneLayout;
+
+namespace {
+
+// The library's classes report a missing mapper not at all and a missing allocator by ending the
+// process, so the services are looked for first.
+void requireServices() {
+    using android::hardware::graphics::allocator::V4_0::IAllocator;
+    const bool mapper = IMapper::getService("default", false) != nullptr;
+    if (mapper && IAllocator::getService("default", false) != nullptr)
+        return;
+    throw Failure{ExitCode::kLibraryFailure, "NO_HIDL_SERVICE", std::nullopt,
+                  std::string("there is no HIDL 4.0 graphics ") +
+                          (mapper ? "allocator" : "mapper") + " service (instance default)"};
+}
+
+class HidlBuffer {
+  public:
+    explicit HidlBuffer(const zcam::GrallocRequest& request) {
+        const int32_t status = mAllocator.allocate(static_cast<uint32_t>(request.widthInPixels),
+                                                   static_cast<uint32_t>(request.heightInPixels),
+                                                   static_cast<PixelFormat>(request.format), 1,
+                                                   probeUsage(request), &mHandle, &mStride, 0, "");
+        if (status != 0 || !mHandle) {
+            throw Failure{ExitCode::kLibraryFailure, "ALLOCATION_REFUSED", status,
+                          "the HIDL allocation answered " + std::to_string(status) +
+                                  ": the allocator refused the buffer"};
+        }
+    }
+    ~HidlBuffer() { mAllocator.free(mHandle); }
+    HidlBuffer(const HidlBuffer&) = delete;
+    HidlBuffer& operator=(const HidlBuffer&) = delete;
+
+    uint32_t stride() const { return mStride; }
+    std::vector<PlaneLayout> planes() const;
+
+  private:
+    Mapper mMapper;
+    Allocator mAllocator{mMapper};
+    const native_handle* mHandle = nullptr;
+    uint32_t mStride = 0;
+};
+
+std::vector<PlaneLayout> HidlBuffer::planes() const {
+    std::vector<PlaneLayout> layouts;
+    const int32_t status = mMapper.getPlaneLayouts(mHandle, &layouts);
+    if (status != 0) {
+        throw Failure{ExitCode::kLibraryFailure, "LAYOUT_UNREADABLE", status,
+                      "the HIDL mapper answered " + std::to_string(status) +
+                              " when asked for the plane layouts"};
+    }
+    return layouts;
+}
+
+std::string componentsOf(const PlaneLayout& plane) {
+    std::string text;
+    for (const auto& component : plane.components) {
+        text += (text.empty() ? "" : " ") +
+                android::gralloc4::getPlaneLayoutComponentTypeName(component.type) + "@" +
+                std::to_string(component.offsetInBits) + ":" + std::to_string(component.sizeInBits);
+    }
+    return text;
+}
+
+}  // namespace
+
+MapperAnswer probeThroughHidl(const zcam::GrallocRequest& request) {
+    requireServices();
+    const HidlBuffer buffer(request);
+    MapperAnswer answer{"hidl", buffer.stride(), {}};
+    for (const PlaneLayout& plane : buffer.planes()) {
+        answer.planes.push_back({plane.offsetInBytes, plane.strideInBytes, plane.totalSizeInBytes,
+                                 plane.widthInSamples, plane.heightInSamples,
+                                 plane.sampleIncrementInBits, componentsOf(plane)});
+    }
+    return answer;
+}
+
+}  // namespace grallocinfo

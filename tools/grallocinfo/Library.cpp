@@ -1,0 +1,167 @@
+#include "tools/grallocinfo/Library.h"
+
+#include <cerrno>
+#include <limits>
+#include <mutex>
+#include <vector>
+
+#include "platform/log.h"
+#include "platform/ulog.h"
+#include "tools/grallocinfo/Failure.h"
+#include "utils/gralloc/aidl/v2/allocator/allocator.h"
+
+namespace grallocinfo {
+
+namespace GrallocAllocatorAidlV2 = NSCam::GrallocAllocatorAidlV2;
+
+namespace {
+
+constexpr uint32_t kSwitchboardToAndroidLog = 1;
+
+struct LogLine {
+    int priority;
+    std::string tag;
+    std::string text;
+};
+
+std::mutex gLogLock;
+std::vector<LogLine> gHeldErrors;
+bool gHoldsErrors = false;
+FatalHandler gFatalHandler = nullptr;
+
+void holdErrors(const __android_logger_data* data, const char* message) {
+    // A fatal line liblog prints by itself.
+    if (data->priority != ANDROID_LOG_ERROR)
+        return;
+    const std::lock_guard lock(gLogLock);
+    gHeldErrors.push_back({data->priority, data->tag ? data->tag : "", message});
+}
+
+void dropLine(const __android_logger_data*, const char*) {}
+
+std::string allocatorServiceName() {
+    return std::string(GrallocAllocatorAidlV2::IAllocator::descriptor) + "/default";
+}
+
+bool allocatorServiceExists() {
+    const std::string name = allocatorServiceName();
+    return ndk::SpAIBinder(AServiceManager_checkService(name.c_str())).get() != nullptr;
+}
+
+bool isFlexible(int32_t format) {
+    return format == HAL_PIXEL_FORMAT_IMPLEMENTATION_DEFINED ||
+           format == HAL_PIXEL_FORMAT_YCbCr_420_888;
+}
+
+}  // namespace
+
+std::string noAllocatorService() {
+    return "there is no graphics allocator service (" + allocatorServiceName() + ")";
+}
+
+StatusMeaning meaningOfRefusal(const zcam::GrallocRequest& request, uint32_t usage) {
+    if (!allocatorServiceExists())
+        return {kNoAllocatorService, noAllocatorService()};
+    return {"ALLOCATION_REFUSED",
+            "the allocator refused a buffer of " + std::to_string(request.widthInPixels) + "x" +
+                    std::to_string(request.heightInPixels) + " " +
+                    describeFormat(formatName(request.format), request.format) + ", usage " +
+                    usageName(usage)};
+}
+
+void openLibraryLog(bool verbose) {
+    if (verbose) {
+        // liblog's own default, off a device, drops what the switchboard was told to let through.
+        __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
+        return;
+    }
+    NSCam::Utils::ULog::ULogger::sMode = kSwitchboardToAndroidLog;
+    __android_log_set_logger(holdErrors);
+    gHoldsErrors = true;
+}
+
+void showHeldErrors() {
+    const std::lock_guard lock(gLogLock);
+    for (const LogLine& line : gHeldErrors) {
+        const __android_logger_data data{sizeof(data),     LOG_ID_DEFAULT, line.priority,
+                                         line.tag.c_str(), nullptr,        0};
+        __android_log_stderr_logger(&data, line.text.c_str());
+    }
+    gHeldErrors.clear();
+}
+
+void onLibraryFatal(FatalHandler handler) {
+    gFatalHandler = handler;
+    __android_log_set_aborter([](const char* message) {
+        std::string lastWords = message ? message : "";
+        while (!lastWords.empty() && static_cast<unsigned char>(lastWords.back()) <= ' ')
+            lastWords.pop_back();
+        gFatalHandler(lastWords);
+    });
+}
+
+void startLibrary() {
+    helper();
+    if (gHoldsErrors && !allocatorServiceExists())
+        __android_log_set_logger(dropLine);
+}
+
+NSCam::IGrallocHelper& helper() {
+    return *NSCam::IGrallocHelper::singleton();
+}
+
+std::string formatName(int32_t format) {
+    return helper().queryPixelFormatName(format).c_str();
+}
+
+std::string usageName(uint32_t usage) {
+    return helper().queryGrallocUsageName(static_cast<int>(usage)).c_str();
+}
+
+uint32_t probeUsage(const zcam::GrallocRequest& request) {
+    return isFlexible(request.format) ? request.usage : 0;
+}
+
+int32_t tryQueryLayout(const zcam::GrallocRequest& request, bool force, LayoutAnswer& answer) {
+    answer.request = request;
+    answer.requestedName = formatName(request.format);
+    answer.usageName = usageName(request.usage);
+    const int32_t status = helper().query(&request, &answer.layout, force);
+    if (status == 0)
+        answer.resolvedName = formatName(answer.layout.format);
+    return status;
+}
+
+LayoutAnswer queryLayout(const zcam::GrallocRequest& request, bool force) {
+    LayoutAnswer answer;
+    const int32_t status = tryQueryLayout(request, force, answer);
+    if (status == 0)
+        return answer;
+    const StatusMeaning meaning = meaningOf(status, request);
+    throw Failure{ExitCode::kLibraryFailure, meaning.code, status,
+                  "the query answered " + std::to_string(status) + ": " + meaning.sentence};
+}
+
+StatusMeaning meaningOf(int32_t status, const zcam::GrallocRequest& request) {
+    const std::string format = describeFormat(formatName(request.format), request.format);
+    if (status == -ENOENT) {
+        return {"NO_LAYOUT_RULE",
+                isFlexible(request.format)
+                        ? "the library has no layout rule for what the allocator made of " + format
+                        : "the library has no layout rule for " + format};
+    }
+    if (status == -ENOMEM)
+        return meaningOfRefusal(request, probeUsage(request));
+    if (status == std::numeric_limits<int32_t>::min()) {
+        return {"LAYOUT_UNREADABLE",
+                "the attributes of the probe buffer of " + format +
+                        " cannot be read, or the allocator left its format unresolved"};
+    }
+    return {"UNEXPECTED_STATUS", "a status that the library does not describe"};
+}
+
+std::string describeFormat(const std::string& name, int32_t format) {
+    return name.empty() ? hex(format) : name + " (" + hex(format) + ")";
+}
+
+}  // namespace grallocinfo

@@ -1,0 +1,31 @@
+// The picture in a locked buffer, read and written through the planes of its layout.
+#pragma once
+
+#include <cstdint>
+
+#include "tools/grallocinfo/Picture.h"
+#include "utils/gralloc/IGrallocInfoProvider.h"
+
+namespace grallocinfo {
+
+// Colours of YCbCr formats are BT.601 at full range, as JFIF has them; 16-bit samples show their
+// upper byte; formats of one component are grey.
+bool hasPicture(int32_t format);
+
+// A buffer while it is locked: its first byte, and the bytes behind that which are mapped.
+struct LockedBuffer {
+    uint8_t* data;
+    uint64_t size;
+    const zcam::GrallocStaticInfo& layout;
+};
+
+// Whether every sample of the picture lies within its plane, and every plane within the buffer. The
+// layout of a buffer from elsewhere may claim anything: ask before the two operations below.
+bool holdsPicture(const LockedBuffer& buffer);
+
+Picture readPicture(const LockedBuffer& buffer);
+
+// `picture` has the size of the layout. Opacity, where there is one, becomes full.
+void writePicture(const LockedBuffer& buffer, const Picture& picture);
+
+}  // namespace grallocinfo

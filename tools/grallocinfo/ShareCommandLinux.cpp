@@ -1,0 +1,147 @@
+// grallocinfo share: allocate one buffer and hand it to whoever connects.
+#include <poll.h>
+#include <signal.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <iostream>
+#include <memory>
+
+#include "tools/grallocinfo/AidlBuffer.h"
+#include "tools/grallocinfo/Arguments.h"
+#include "tools/grallocinfo/Commands.h"
+#include "tools/grallocinfo/DescribedBuffer.h"
+#include "tools/grallocinfo/Output.h"
+#include "tools/grallocinfo/PrintText.h"
+#include "zelkcam/host/HandleTransport.h"
+
+namespace grallocinfo {
+
+namespace {
+
+namespace transport = zelkcam::host;
+
+constexpr char kExamples[] =
+        "Examples:\n"
+        "  grallocinfo share YCrCb_420_SP 1920x1080 /tmp/buffer.sock\n"
+        "  grallocinfo share RGBA_8888 640x480 --usage 'SW_READ_OFTEN|HW_TEXTURE' --once b.sock\n"
+        "Serves until it is interrupted; prints what it serves when clients may connect.";
+
+// A client that does not read must not keep the others waiting.
+constexpr std::chrono::seconds kClientPatience{5};
+
+struct ShareOptions {
+    std::string format;
+    std::string size;
+    std::string socket;
+    std::string usage = "SW_READ_OFTEN|SW_WRITE_OFTEN";
+    bool once = false;
+    bool json = false;
+    bool verbose = false;
+};
+
+volatile sig_atomic_t gInterrupted = 0;
+
+// SIGINT and SIGTERM end the wait for a client, and nothing else: they are let in only there.
+class InterruptibleWait {
+  public:
+    InterruptibleWait() {
+        struct sigaction action = {};
+        action.sa_handler = [](int) { gInterrupted = 1; };
+        sigset_t blocked;
+        sigemptyset(&blocked);
+        for (const int signal : {SIGINT, SIGTERM}) {
+            sigaddset(&blocked, signal);
+            sigaction(signal, &action, nullptr);
+        }
+        sigprocmask(SIG_BLOCK, &blocked, &mUnblocked);
+    }
+
+    // Whether a client waits at the listener; false when the program is to end.
+    bool forClient(const transport::TransportListener& listener) const {
+        pollfd waiting{listener.fd(), POLLIN, 0};
+        while (!gInterrupted) {
+            const int ready = ppoll(&waiting, 1, nullptr, &mUnblocked);
+            if (ready > 0)
+                return true;
+            if (ready < 0 && errno != EINTR)
+                throw systemFailure("cannot wait for clients", errno);
+        }
+        return false;
+    }
+
+  private:
+    sigset_t mUnblocked;
+};
+
+int sendTo(const transport::TransportListener& listener, const native_handle* handle) {
+    const auto client = listener.accept();
+    if (!client.ok())
+        return client.error;
+    const int error = transport::setTimeout(client.value.get(), kClientPatience);
+    return error ? error : transport::sendHandle(client.value.get(), handle);
+}
+
+transport::TransportListener listenAt(const std::string& path) {
+    auto listener = transport::listenAt(path);
+    if (!listener.ok()) {
+        throw unusable("socket path " + inQuotes(path) + " is not usable (" +
+                       strerror(-listener.error) + "): expected a path for a new socket");
+    }
+    return std::move(listener.value);
+}
+
+void printShared(const BufferAnswer& answer, const ShareOptions& options) {
+    if (options.json) {
+        Json document = bufferDocument(answer);
+        document["socket"] = options.socket;
+        return writeDocument(document);
+    }
+    printBuffer(std::cout, answer);
+    std::cout << "\nserving at " << options.socket << '\n';
+    flushOutput();
+}
+
+void serve(const transport::TransportListener& listener, const native_handle* handle, bool once,
+           const InterruptibleWait& wait) {
+    while (wait.forClient(listener)) {
+        const int error = sendTo(listener, handle);
+        if (error != 0)
+            remark(std::string("a client did not get the buffer: ") + strerror(-error));
+        else if (once)
+            return;
+    }
+}
+
+void runShare(const ShareOptions& options) {
+    const Size size = parseSize(options.size);
+    const uint32_t usage = parseUsage(options.usage);
+    const zcam::GrallocRequest request{usage, parseFormat(options.format), size.width, size.height};
+    openLibraryLog(options.verbose);
+    startLibrary();
+    const InterruptibleWait wait;
+    const auto listener = listenAt(options.socket);
+    const AidlBuffer buffer(request, usage);
+    printShared(describeBuffer(buffer.handle(), buffer.mapper()), options);
+    serve(listener, buffer.handle(), options.once, wait);
+}
+
+}  // namespace
+
+void addShare(CLI::App& program) {
+    const auto options = std::make_shared<ShareOptions>();
+    CLI::App* const command = program.add_subcommand(
+            "share", "Allocate one buffer and serve it to other processes over a socket");
+    addText(*command, "FORMAT", options->format, "Pixel format: a number or a name");
+    addText(*command, "WIDTHxHEIGHT", options->size, "Size in pixels");
+    addText(*command, "SOCKET-PATH", options->socket, "Where to listen");
+    addUsage(*command, options->usage);
+    command->add_flag("--once", options->once, "End after the first client that got the buffer");
+    addJson(*command, options->json);
+    addVerbose(*command, options->verbose);
+    command->footer(kExamples);
+    command->callback([options] { runShare(*options); });
+}
+
+}  // namespace grallocinfo
