@@ -100,8 +100,9 @@ class CalledCache {
     virtual ~CalledCache() = default;
 
     [[gnu::noinline]] virtual int query(const GrallocRequest* request, Planes* planes) {
-        if (request == nullptr || planes == nullptr)
+        if (request == nullptr || planes == nullptr) {
             return -1;
+        }
         LOGD("%d", request->format);
         mCache.copyPlanes(*request, *planes);
         return 0;
@@ -181,8 +182,9 @@ void sharedSlice(Cost& cost, const Operation& operation) {
     gate.arrive_and_wait();
     cost.nanoseconds += (std::chrono::steady_clock::now() - start).count();
     cost.operations += 2 * kTimes;
-    for (std::thread& thread : threads)
+    for (std::thread& thread : threads) {
         thread.join();
+    }
 }
 
 void compareShared(benchmark::State& state) {
@@ -234,8 +236,9 @@ void registerCacheHits() {
     }
     compareCalled("hit_called", 1);
     benchmark::RegisterBenchmark("hit_two_threads", compareShared)->UseManualTime();
-    for (size_t entries = 1; entries <= 65536; entries *= 2)
+    for (size_t entries = 1; entries <= 65536; entries *= 2) {
         compareReused("growth", entries);
+    }
 }
 
 }  // namespace zelkcam::bench

@@ -79,8 +79,9 @@ void probe(const Format& format) {
             allocateAndImport(describe(request.format, kWidth, kHeight, request.usage));
     benchmark::DoNotOptimize(systemTime(SYSTEM_TIME_MONOTONIC));
     readAttributes(handle);
-    if (format.locked)
+    if (format.locked) {
         lockAndUnlock(handle);
+    }
     mapper().freeBuffer(handle);
     flush();
     flush();
@@ -91,8 +92,9 @@ void compareFormat(const Format& format) {
         fillCache(0);
         zcam::GrallocStaticInfo info;
         const auto* const provider = zcam::IGrallocInfoProvider::getInstance();
-        if (provider->query(&format.request, &info) != 0)
+        if (provider->query(&format.request, &info) != 0) {
             giveUp("a layout query fails");
+        }
         measure([&] { benchmark::DoNotOptimize(provider->query(&format.request, &info, true)); });
     };
     const auto floor = [&](auto&& measure) { measure([&] { probe(format); }); };
@@ -102,8 +104,9 @@ void compareFormat(const Format& format) {
 }  // namespace
 
 void registerCacheMisses() {
-    for (const Format& format : kFormats)
+    for (const Format& format : kFormats) {
         compareFormat(format);
+    }
 }
 
 }  // namespace zelkcam::bench

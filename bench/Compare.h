@@ -32,8 +32,9 @@ template <typename Operation>
 void slice(Cost& cost, Operation& operation, int64_t times) {
     const uint64_t allocations = allocationsSoFar();
     const int64_t start = threadTime();
-    for (int64_t i = 0; i < times; ++i)
+    for (int64_t i = 0; i < times; ++i) {
         operation();
+    }
     cost.nanoseconds += threadTime() - start;
     cost.operations += times;
     cost.allocations += allocationsSoFar() - allocations;
@@ -71,11 +72,13 @@ void takeTurns(benchmark::State& state, Ours& ours, Floor& floor) {
     bool oursFirst = true;
     for (auto _ : state) {
         const int64_t before = oursCost.nanoseconds + floorCost.nanoseconds;
-        if (oursFirst)
+        if (oursFirst) {
             slice(oursCost, ours, oursTimes);
+        }
         slice(floorCost, floor, floorTimes);
-        if (!oursFirst)
+        if (!oursFirst) {
             slice(oursCost, ours, oursTimes);
+        }
         oursFirst = !oursFirst;
         const int64_t taken = oursCost.nanoseconds + floorCost.nanoseconds - before;
         state.SetIterationTime(static_cast<double>(taken) * 1e-9);

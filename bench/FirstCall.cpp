@@ -15,16 +15,19 @@ namespace zelkcam::bench {
 namespace {
 
 bool callFirst(const std::string& which) {
-    if (which == "ours")
+    if (which == "ours") {
         return NSCam::IGrallocHelper::singleton() != nullptr;
+    }
     const auto service = findAllocator();
     const bool found = service != nullptr && loadMapper(*service) != nullptr;
     // The helper asks for two levels, its mapper for one of them again.
-    if (which == "floor_and_properties")
+    if (which == "floor_and_properties") {
         for (const char* const name :
              {"vendor.debug.camera.log", "debug.zelkcam.utils.gralloc.loglevel",
-              "debug.zelkcam.utils.gralloc.loglevel"})
+              "debug.zelkcam.utils.gralloc.loglevel"}) {
             benchmark::DoNotOptimize(property_get_int32(name, 0));
+        }
+    }
     return found;
 }
 
@@ -39,12 +42,14 @@ std::string ownPath() {
 void sample(Cost& cost, const std::string& which) {
     const std::string command = "LD_BIND_NOW=1 '" + ownPath() + "' --first-call=" + which;
     FILE* const child = popen(command.c_str(), "r");
-    if (child == nullptr)
+    if (child == nullptr) {
         giveUp("no process can be started");
+    }
     long nanoseconds = 0;
     const bool complete = fscanf(child, "%ld", &nanoseconds) == 1;
-    if (pclose(child) != 0 || !complete)
+    if (pclose(child) != 0 || !complete) {
         giveUp("the process of a first call fails");
+    }
     cost.nanoseconds += nanoseconds;
     ++cost.operations;
 }
@@ -69,11 +74,13 @@ int runFirstCall(const std::string& which) {
 }
 
 void registerFirstCall() {
-    for (const auto& [row, against] : {std::pair("first_call", "floor"),
-                                       std::pair("first_call_properties", "floor_and_properties")})
+    for (const auto& [row, against] :
+         {std::pair("first_call", "floor"),
+          std::pair("first_call_properties", "floor_and_properties")}) {
         benchmark::RegisterBenchmark(row, compareFirstCalls, against)
                 ->UseManualTime()
                 ->Iterations(20);
+    }
 }
 
 }  // namespace zelkcam::bench

@@ -45,8 +45,9 @@ template <StandardMetadataType T, typename Value>
 class FilledBuffer : public Buffer {
   public:
     explicit FilledBuffer(const Value& value) : Buffer(frame()) {
-        if (setDirectly<T>(get(), std::optional<Value>(value)) != AIMAPPER_ERROR_NONE)
+        if (setDirectly<T>(get(), std::optional<Value>(value)) != AIMAPPER_ERROR_NONE) {
             giveUp("the mapper refuses metadata");
+        }
     }
 };
 

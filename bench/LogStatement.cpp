@@ -41,8 +41,9 @@ void compareGate(const std::string& row, uint32_t level, uint32_t mask) {
     const auto twoFields = [](auto&& measure) {
         uint64_t opened = 0;
         measure([&] {
-            if (ULogger::sDetailsLevel >= 5 && ULogger::sNormalDetailsMask != 0) [[unlikely]]
+            if (ULogger::sDetailsLevel >= 5 && ULogger::sNormalDetailsMask != 0) [[unlikely]] {
                 ++opened;
+            }
             benchmark::ClobberMemory();
         });
         benchmark::DoNotOptimize(opened);

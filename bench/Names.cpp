@@ -82,38 +82,54 @@ String8 everyUsage() {
 String8 usageByItsBits(uint32_t usage) {
     Text text;
     text.append("0");
-    if ((usage & 0xF) == 0x2)
+    if ((usage & 0xF) == 0x2) {
         text.append("|SW_READ_RARELY");
-    if ((usage & 0xF) == 0x3)
+    }
+    if ((usage & 0xF) == 0x3) {
         text.append("|SW_READ_OFTEN");
-    if ((usage & 0xF0) == 0x20)
+    }
+    if ((usage & 0xF0) == 0x20) {
         text.append("|SW_WRITE_RARELY");
-    if ((usage & 0xF0) == 0x30)
+    }
+    if ((usage & 0xF0) == 0x30) {
         text.append("|SW_WRITE_OFTEN");
-    if ((usage & 0x60000) == 0x20000)
+    }
+    if ((usage & 0x60000) == 0x20000) {
         text.append("|HW_CAMERA_WRITE");
-    if ((usage & 0x60000) == 0x40000)
+    }
+    if ((usage & 0x60000) == 0x40000) {
         text.append("|HW_CAMERA_READ");
-    if ((usage & 0x60000) == 0x60000)
+    }
+    if ((usage & 0x60000) == 0x60000) {
         text.append("|HW_CAMERA_ZSL");
-    if ((usage & 0x71F00) == 0)
+    }
+    if ((usage & 0x71F00) == 0) {
         return text.text();
-    if ((usage & 0x100) != 0)
+    }
+    if ((usage & 0x100) != 0) {
         text.append("|HW_TEXTURE");
-    if ((usage & 0x200) != 0)
+    }
+    if ((usage & 0x200) != 0) {
         text.append("|HW_RENDER");
-    if ((usage & 0x400) != 0)
+    }
+    if ((usage & 0x400) != 0) {
         text.append("|HW_2D");
-    if ((usage & 0x800) != 0)
+    }
+    if ((usage & 0x800) != 0) {
         text.append("|HW_COMPOSER");
-    if ((usage & 0x1000) != 0)
+    }
+    if ((usage & 0x1000) != 0) {
         text.append("|HW_FB");
-    if ((usage & 0x10000) != 0)
+    }
+    if ((usage & 0x10000) != 0) {
         text.append("|HW_VIDEO_ENCODER");
-    if ((usage & 0x8000000) != 0)
+    }
+    if ((usage & 0x8000000) != 0) {
         text.append("|HW_IMAGE_ENCODER");
-    if ((usage & 0x20000000) != 0)
+    }
+    if ((usage & 0x20000000) != 0) {
         text.append("|SMVR");
+    }
     return text.text();
 }
 
@@ -152,8 +168,9 @@ String8 legacyDataspace() {
 template <Query kQuery>
 void compareBuilt(const char* row, int code, String8 (*build)()) {
     const auto floor = [=](auto&& measure) {
-        if ((NSCam::IGrallocHelper::singleton()->*kQuery)(code) != build())
+        if ((NSCam::IGrallocHelper::singleton()->*kQuery)(code) != build()) {
             giveUp("the floor of a name builds another text");
+        }
         measure([&] {
             const String8 name = build();
             benchmark::DoNotOptimize(name.c_str());
@@ -166,8 +183,9 @@ void compareBuilt(const char* row, int code, String8 (*build)()) {
 
 void registerNames() {
     for (const int code : {HAL_PIXEL_FORMAT_RGBA_8888, HAL_PIXEL_FORMAT_YCRCB_420_SP,
-                           HAL_PIXEL_FORMAT_IMPLEMENTATION_DEFINED, HAL_PIXEL_FORMAT_YV12})
+                           HAL_PIXEL_FORMAT_IMPLEMENTATION_DEFINED, HAL_PIXEL_FORMAT_YV12}) {
         comparePixelFormat(code);
+    }
     using Helper = NSCam::IGrallocHelper;
     compareBuilt<&Helper::queryGrallocUsageName>("usage_name/all_bits", kEveryUsage, everyUsage);
     compareBuilt<&Helper::queryGrallocUsageName>("usage_name_decided/all_bits", kEveryUsage,

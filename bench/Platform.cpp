@@ -14,8 +14,9 @@ using aidl::android::hardware::graphics::common::BufferUsage;
 using aidl::android::hardware::graphics::common::PixelFormat;
 
 const native_handle* require(const native_handle* handle) {
-    if (handle == nullptr)
+    if (handle == nullptr) {
         giveUp("the platform refuses a buffer");
+    }
     return handle;
 }
 
@@ -28,12 +29,14 @@ std::shared_ptr<IAllocator> findAllocator() {
 
 const AIMapperV5* loadMapper(IAllocator& allocator) {
     std::string suffix;
-    if (!allocator.getIMapperLibrarySuffix(&suffix).isOk())
+    if (!allocator.getIMapperLibrarySuffix(&suffix).isOk()) {
         return nullptr;
+    }
     void* const library =
             android_load_sphal_library(("mapper." + suffix + ".so").c_str(), RTLD_NOW);
-    if (library == nullptr)
+    if (library == nullptr) {
         return nullptr;
+    }
     AIMapper* loaded = nullptr;
     reinterpret_cast<decltype(&AIMapper_loadIMapper)>(dlsym(library, "AIMapper_loadIMapper"))(
             &loaded);
@@ -64,8 +67,9 @@ const native_handle* allocateAndImport(const BufferDescriptorInfo& description) 
     AllocationResult result;
     const ndk::ScopedAStatus status = allocator()->allocate2(description, 1, &result);
     flush();
-    if (!status.isOk())
+    if (!status.isOk()) {
         return nullptr;
+    }
     native_handle_t* const raw = android::makeFromAidl(result.buffers[0]);
     const native_handle* imported = nullptr;
     mapper().importBuffer(raw, &imported);

@@ -62,8 +62,9 @@ auto readMetadata(const native_handle* handle) {
     };
     uint8_t few[512];
     const size_t size = read(few, sizeof(few));
-    if (size <= sizeof(few))
+    if (size <= sizeof(few)) {
         return StandardMetadata<T>::value::decode(few, size);
+    }
     uint8_t many[4096];
     return StandardMetadata<T>::value::decode(many, read(many, sizeof(many)));
 }

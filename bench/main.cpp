@@ -14,8 +14,9 @@ int main(int argc, char** argv) {
     NSCam::Utils::ULog::ULogger::sDetailsLevel = 0;
 
     const std::string firstCall = "--first-call=";
-    if (argc == 2 && std::string(argv[1]).starts_with(firstCall))
+    if (argc == 2 && std::string(argv[1]).starts_with(firstCall)) {
         return zelkcam::bench::runFirstCall(argv[1] + firstCall.size());
+    }
 
     zelkcam::bench::registerCacheHits();
     zelkcam::bench::registerCacheMisses();
@@ -26,8 +27,9 @@ int main(int argc, char** argv) {
     zelkcam::bench::registerFirstCall();
 
     benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return 2;
+    }
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
 }

@@ -11,8 +11,9 @@ using namespace grallocinfo;
 namespace {
 
 void require(bool promise) {
-    if (!promise)
+    if (!promise) {
         abort();
+    }
 }
 
 template <typename Parse>
@@ -23,8 +24,9 @@ void readTwice(Parse parse, std::string_view word) {
     } catch (const Failure& failure) {
         require(failure.exit == ExitCode::kUnusableArguments && !failure.message.empty());
         // One line, whatever was typed.
-        for (const char character : failure.message)
+        for (const char character : failure.message) {
             require(static_cast<unsigned char>(character) >= ' ');
+        }
     }
 }
 

@@ -1,10 +1,10 @@
 // What the targets share.
 #pragma once
 
-#include <fuzzer/FuzzedDataProvider.h>
-
 #include <cstdlib>
 #include <vector>
+
+#include <fuzzer/FuzzedDataProvider.h>
 
 #include "platform/mapper.h"
 
@@ -16,8 +16,9 @@ using aidl::android::hardware::graphics::common::StandardMetadataType;
 
 // Ends the run: the input broke a promise.
 inline void require(bool promise) {
-    if (!promise)
+    if (!promise) {
         abort();
+    }
 }
 
 // Numbers as hostile mappers like them: anything, often near what is expected.
@@ -41,20 +42,23 @@ inline PlaneLayoutComponent anyComponent(FuzzedDataProvider& input) {
 
 inline PlaneLayout anyPlane(FuzzedDataProvider& input) {
     PlaneLayout plane;
-    for (int left = input.ConsumeIntegralInRange(0, 4); left > 0; --left)
+    for (int left = input.ConsumeIntegralInRange(0, 4); left > 0; --left) {
         plane.components.push_back(anyComponent(input));
+    }
     for (int64_t* const field :
          {&plane.offsetInBytes, &plane.sampleIncrementInBits, &plane.strideInBytes,
           &plane.widthInSamples, &plane.heightInSamples, &plane.totalSizeInBytes,
-          &plane.horizontalSubsampling, &plane.verticalSubsampling})
+          &plane.horizontalSubsampling, &plane.verticalSubsampling}) {
         *field = anyNumber(input);
+    }
     return plane;
 }
 
 inline std::vector<PlaneLayout> anyPlanes(FuzzedDataProvider& input) {
     std::vector<PlaneLayout> planes(input.ConsumeIntegralInRange<size_t>(0, 4));
-    for (PlaneLayout& plane : planes)
+    for (PlaneLayout& plane : planes) {
         plane = anyPlane(input);
+    }
     return planes;
 }
 

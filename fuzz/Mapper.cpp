@@ -70,8 +70,9 @@ void readBack(buffer_handle_t buffer, AIMapper_MetadataType type, size_t room) {
     std::vector<uint8_t> bytes(room);
     const int32_t size = mapper().getMetadata(buffer, type, bytes.data(), bytes.size());
     require(size >= -7);
-    if (size > 0)
+    if (size > 0) {
         bytes.resize(static_cast<size_t>(size));
+    }
     require(size < 0 || mapper().getMetadata(buffer, type, bytes.data(), bytes.size()) == size);
 }
 
@@ -80,8 +81,9 @@ void lockSomewhere(buffer_handle_t buffer, FuzzedDataProvider& input) {
     const ARect region = {input.ConsumeIntegral<int32_t>(), input.ConsumeIntegral<int32_t>(),
                           input.ConsumeIntegral<int32_t>(), input.ConsumeIntegral<int32_t>()};
     void* address = nullptr;
-    if (mapper().lock(buffer, usage, region, -1, &address) != AIMAPPER_ERROR_NONE)
+    if (mapper().lock(buffer, usage, region, -1, &address) != AIMAPPER_ERROR_NONE) {
         return;
+    }
     *static_cast<volatile uint8_t*>(address);
     int fence = -1;
     require(mapper().unlock(buffer, &fence) == AIMAPPER_ERROR_NONE && fence == -1);
@@ -102,10 +104,12 @@ void importSpoilt(const native_handle_t& good, FuzzedDataProvider& input) {
         words[place] = isDescriptor ? good.data[value & 1] : value;
     }
     buffer_handle_t imported = nullptr;
-    if (mapper().importBuffer(handle, &imported) != AIMAPPER_ERROR_NONE)
+    if (mapper().importBuffer(handle, &imported) != AIMAPPER_ERROR_NONE) {
         return;
-    for (int64_t type = 0; type < 24; ++type)
+    }
+    for (int64_t type = 0; type < 24; ++type) {
         readBack(imported, {kStandardType, type}, 0);
+    }
     require(mapper().freeBuffer(imported) == AIMAPPER_ERROR_NONE);
 }
 
@@ -114,8 +118,9 @@ void scribble(const native_handle_t& raw, FuzzedDataProvider& input) {
     const uint16_t offset = input.ConsumeIntegral<uint16_t>();
     const auto bytes = input.ConsumeBytes<uint8_t>(input.ConsumeIntegralInRange<size_t>(0, 16));
     const off_t size = lseek(raw.data[1], 0, SEEK_END);
-    if (!bytes.empty() && offset + static_cast<off_t>(bytes.size()) <= size)
+    if (!bytes.empty() && offset + static_cast<off_t>(bytes.size()) <= size) {
         require(pwrite(raw.data[1], bytes.data(), bytes.size(), offset) >= 0);
+    }
 }
 
 void operate(const native_handle_t& raw, buffer_handle_t buffer, FuzzedDataProvider& input) {
@@ -153,13 +158,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     FuzzedDataProvider input(data, size);
     const alloc::BufferDescriptorInfo info = anyRequest(input);
     alloc::AllocationResult result;
-    if (!isSmall(info) || !allocator().allocate2(info, 1, &result).isOk())
+    if (!isSmall(info) || !allocator().allocate2(info, 1, &result).isOk()) {
         return 0;
+    }
     native_handle_t* const raw = android::makeFromAidl(result.buffers.at(0));
     buffer_handle_t buffer = nullptr;
     require(mapper().importBuffer(raw, &buffer) == AIMAPPER_ERROR_NONE);
-    for (int left = 16; left > 0 && input.remaining_bytes() != 0; --left)
+    for (int left = 16; left > 0 && input.remaining_bytes() != 0; --left) {
         operate(*raw, buffer, input);
+    }
     require(mapper().freeBuffer(buffer) == AIMAPPER_ERROR_NONE);
     native_handle_delete(raw);
     return 0;

@@ -39,8 +39,9 @@ struct RoundTrip {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    if (size == 0)
+    if (size == 0) {
         return 0;
+    }
     const auto type = static_cast<StandardMetadataType>(data[0] % 40);
     applyStandardMetadata(type, data + 1, size - 1, RoundTrip());
     return 0;

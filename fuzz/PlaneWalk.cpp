@@ -1,6 +1,7 @@
 // What the mapper backends read out of plane layouts that make no sense.
-#include "fuzz/Fuzz.h"
 #include "utils/gralloc/PlaneWalk.h"
+
+#include "fuzz/Fuzz.h"
 
 using namespace zelkcam::fuzz;
 using NSCam::gralloc::YcbcrWalk;
@@ -8,9 +9,11 @@ using NSCam::gralloc::YcbcrWalk;
 namespace {
 
 bool walkAll(YcbcrWalk& walk, const std::vector<PlaneLayout>& planes) {
-    for (const PlaneLayout& plane : planes)
-        if (!walk.add(plane))
+    for (const PlaneLayout& plane : planes) {
+        if (!walk.add(plane)) {
             return false;
+        }
+    }
     return true;
 }
 
@@ -33,7 +36,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     // The walk only computes with the address.
     YcbcrWalk walk(reinterpret_cast<void*>(base));
-    if (walkAll(walk, planes))
+    if (walkAll(walk, planes)) {
         checkDescription(walk.description());
+    }
     return 0;
 }

@@ -19,8 +19,9 @@ FuzzedDataProvider* gInput = nullptr;
 int32_t answer(void* destination, size_t room) {
     const auto bytes = gInput->ConsumeBytes<uint8_t>(
             gInput->ConsumeIntegralInRange<size_t>(0, std::min<size_t>(room, 1024)));
-    if (!bytes.empty())
+    if (!bytes.empty()) {
         memcpy(destination, bytes.data(), bytes.size());
+    }
     return gInput->ConsumeBool() ? static_cast<int32_t>(bytes.size())
                                  : gInput->ConsumeIntegral<int32_t>();
 }
@@ -74,8 +75,9 @@ void readEverything(const native_handle_t& handle) {
         memset(out, 0xa5, sizeof(out));
         const int attribute = gInput->PickValueInArray(kAttributes);
         // Contract: written on success only.
-        if (plexa_query(&handle, attribute, out) != 0)
+        if (plexa_query(&handle, attribute, out) != 0) {
             require(std::count(out, out + sizeof(out), 0xa5) == sizeof(out));
+        }
         plexa_sf_record_t record = {};
         plexa_perform(&handle, gInput->ConsumeBool() ? 100 : 110, &record);
     }

@@ -3,10 +3,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <zelkcam/host/HandleTransport.h>
+
 #include "fuzz/Fuzz.h"
 #include "platform/utils.h"
-
-#include <zelkcam/host/HandleTransport.h>
 
 namespace {
 

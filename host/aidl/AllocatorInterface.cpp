@@ -1,8 +1,8 @@
 // What the generated allocator interface leaves to a library.
+#include <cstring>
+
 #include <aidl/android/hardware/graphics/allocator/BnAllocator.h>
 #include <aidl/android/hardware/graphics/allocator/BpAllocator.h>
-
-#include <cstring>
 
 namespace aidl::android::hardware::graphics::allocator {
 
@@ -50,12 +50,14 @@ IAllocator::~IAllocator() = default;
 
 std::shared_ptr<IAllocator> IAllocator::fromBinder(const SpAIBinder& binder) {
     if (!AIBinder_associateClass(binder.get(), binderClass())) {
-        if (!isSameInterface(binder.get()))
+        if (!isSameInterface(binder.get())) {
             return nullptr;
+        }
         return ::ndk::SharedRefBase::make<BpAllocator>(binder);
     }
-    if (auto local = ::ndk::ICInterface::asInterface(binder.get()))
+    if (auto local = ::ndk::ICInterface::asInterface(binder.get())) {
         return std::static_pointer_cast<IAllocator>(local);
+    }
     return ::ndk::SharedRefBase::make<BpAllocator>(binder);
 }
 
@@ -70,8 +72,9 @@ binder_status_t IAllocator::readFromParcel(const AParcel* /*parcel*/,
 }
 
 bool IAllocator::setDefaultImpl(const std::shared_ptr<IAllocator>& impl) {
-    if (impl == nullptr || default_impl != nullptr)
+    if (impl == nullptr || default_impl != nullptr) {
         return false;
+    }
     default_impl = impl;
     return true;
 }

@@ -1,8 +1,8 @@
-#include <aidlcommonsupport/NativeHandle.h>
-
 #include <fcntl.h>
 
 #include <algorithm>
+
+#include <aidlcommonsupport/NativeHandle.h>
 
 namespace android {
 namespace {
@@ -20,8 +20,9 @@ int duplicate(int fd) {
 native_handle_t* fromAidl(const AidlHandle& handle, int (*takeFd)(int)) {
     native_handle_t* result = native_handle_create(static_cast<int>(handle.fds.size()),
                                                    static_cast<int>(handle.ints.size()));
-    if (result == nullptr)
+    if (result == nullptr) {
         return nullptr;
+    }
     int* ints = std::transform(handle.fds.begin(), handle.fds.end(), result->data,
                                [&](const auto& fd) { return takeFd(fd.get()); });
     std::copy(handle.ints.begin(), handle.ints.end(), ints);
@@ -32,8 +33,9 @@ AidlHandle toAidl(const native_handle_t* handle, int (*takeFd)(int)) {
     AidlHandle result;
     const int* ints = handle->data + handle->numFds;
     result.fds.reserve(handle->numFds);
-    for (const int* fd = handle->data; fd != ints; ++fd)
+    for (const int* fd = handle->data; fd != ints; ++fd) {
         result.fds.emplace_back(takeFd(*fd));
+    }
     result.ints.assign(ints, ints + handle->numInts);
     return result;
 }

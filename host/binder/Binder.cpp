@@ -39,16 +39,18 @@ namespace zelkcam::host {
 namespace {
 
 void dropHolder(AIBinder* binder) {
-    if (binder->holders.fetch_sub(1, std::memory_order_acq_rel) == 1)
+    if (binder->holders.fetch_sub(1, std::memory_order_acq_rel) == 1) {
         delete binder;
+    }
 }
 
 // Takes one strong reference unless there is none left.
 bool tryRetain(AIBinder* binder) {
     int32_t count = binder->strong.load(std::memory_order_relaxed);
     while (count > 0) {
-        if (binder->strong.compare_exchange_weak(count, count + 1, std::memory_order_acq_rel))
+        if (binder->strong.compare_exchange_weak(count, count + 1, std::memory_order_acq_rel)) {
             return true;
+        }
     }
     return false;
 }
@@ -60,8 +62,9 @@ void retain(AIBinder* binder) {
 }
 
 void release(AIBinder* binder) {
-    if (binder->strong.fetch_sub(1, std::memory_order_acq_rel) != 1)
+    if (binder->strong.fetch_sub(1, std::memory_order_acq_rel) != 1) {
         return;
+    }
     binder->clazz->onDestroy(binder->userData);
     dropHolder(binder);
 }
@@ -75,8 +78,9 @@ AIBinder_Class* AIBinder_Class_define(const char* interfaceDescriptor,
                                       AIBinder_Class_onDestroy onDestroy,
                                       AIBinder_Class_onTransact onTransact) {
     if (interfaceDescriptor == nullptr || onCreate == nullptr || onDestroy == nullptr ||
-        onTransact == nullptr)
+        onTransact == nullptr) {
         return nullptr;
+    }
     // Classes live as long as the process, also while other libraries' exit handlers run.
     static std::mutex mutex;
     static auto& classes = *new std::vector<AIBinder_Class*>;
@@ -94,14 +98,16 @@ const char* AIBinder_Class_getDescriptor(const AIBinder_Class* clazz) {
 }
 
 AIBinder* AIBinder_new(const AIBinder_Class* clazz, void* args) {
-    if (clazz == nullptr)
+    if (clazz == nullptr) {
         return nullptr;
+    }
     return new AIBinder{clazz, clazz->onCreate(args)};
 }
 
 void AIBinder_incStrong(AIBinder* binder) {
-    if (binder != nullptr)
+    if (binder != nullptr) {
         retain(binder);
+    }
 }
 
 void AIBinder_decStrong(AIBinder* binder) {
@@ -129,23 +135,26 @@ binder_status_t AIBinder_ping(AIBinder* binder) {
 }
 
 binder_status_t AIBinder_dump(AIBinder* binder, int fd, const char** args, uint32_t numArgs) {
-    if (binder == nullptr)
+    if (binder == nullptr) {
         return STATUS_UNEXPECTED_NULL;
+    }
     const AIBinder_onDump onDump = binder->clazz->onDump;
     return onDump == nullptr ? STATUS_OK : onDump(binder, fd, args, numArgs);
 }
 
 binder_status_t AIBinder_linkToDeath(AIBinder* binder, AIBinder_DeathRecipient* recipient,
                                      void* /*cookie*/) {
-    if (binder == nullptr || recipient == nullptr)
+    if (binder == nullptr || recipient == nullptr) {
         return STATUS_UNEXPECTED_NULL;
+    }
     return STATUS_INVALID_OPERATION;
 }
 
 binder_status_t AIBinder_unlinkToDeath(AIBinder* binder, AIBinder_DeathRecipient* recipient,
                                        void* /*cookie*/) {
-    if (binder == nullptr || recipient == nullptr)
+    if (binder == nullptr || recipient == nullptr) {
         return STATUS_UNEXPECTED_NULL;
+    }
     return STATUS_NAME_NOT_FOUND;
 }
 
@@ -175,8 +184,9 @@ binder_status_t AIBinder_prepareTransaction(AIBinder* binder, AParcel** in) {
 
 binder_status_t AIBinder_transact(AIBinder* binder, transaction_code_t /*code*/, AParcel** in,
                                   AParcel** out, binder_flags_t /*flags*/) {
-    if (binder == nullptr || in == nullptr || *in == nullptr || out == nullptr)
+    if (binder == nullptr || in == nullptr || *in == nullptr || out == nullptr) {
         return STATUS_UNEXPECTED_NULL;
+    }
     return STATUS_INVALID_OPERATION;
 }
 
@@ -192,22 +202,25 @@ void AIBinder_DeathRecipient_delete(AIBinder_DeathRecipient* recipient) {
 }
 
 AIBinder_Weak* AIBinder_Weak_new(AIBinder* binder) {
-    if (binder == nullptr)
+    if (binder == nullptr) {
         return nullptr;
+    }
     binder->holders.fetch_add(1, std::memory_order_relaxed);
     return new AIBinder_Weak{binder};
 }
 
 void AIBinder_Weak_delete(AIBinder_Weak* weakBinder) {
-    if (weakBinder == nullptr)
+    if (weakBinder == nullptr) {
         return;
+    }
     dropHolder(weakBinder->binder);
     delete weakBinder;
 }
 
 AIBinder* AIBinder_Weak_promote(AIBinder_Weak* weakBinder) {
-    if (weakBinder == nullptr || !tryRetain(weakBinder->binder))
+    if (weakBinder == nullptr || !tryRetain(weakBinder->binder)) {
         return nullptr;
+    }
     return weakBinder->binder;
 }
 

@@ -1,7 +1,5 @@
 // The service manager of this process: what was registered, and behind it the services that the
 // host platform brings along.
-#include <android/binder_manager.h>
-
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
@@ -12,6 +10,8 @@
 #include <string>
 #include <thread>
 #include <utility>
+
+#include <android/binder_manager.h>
 
 #include "host/allocator/EmbeddedServices.h"
 #include "host/binder/Binder.h"
@@ -41,8 +41,9 @@ class ServiceManager {
             replaced = std::exchange(mRegistered[instance], binder);
         }
         mAdded.notify_all();
-        if (replaced != nullptr)
+        if (replaced != nullptr) {
             release(replaced);
+        }
     }
 
     // The service with one strong reference for the caller, or null.
@@ -53,8 +54,9 @@ class ServiceManager {
 
     AIBinder* wait(const std::string& instance) {
         AIBinder* binder = check(instance);
-        if (binder != nullptr)
+        if (binder != nullptr) {
             return binder;
+        }
         std::unique_lock lock(mMutex);
         mAdded.wait(lock, [&] { return mRegistered.count(instance) != 0; });
         binder = mRegistered[instance];
@@ -64,20 +66,23 @@ class ServiceManager {
 
     bool has(const std::string& instance) {
         AIBinder* binder = check(instance);
-        if (binder != nullptr)
+        if (binder != nullptr) {
             release(binder);
+        }
         return binder != nullptr;
     }
 
     std::set<std::string> instances(const std::string& interface) {
         const std::string prefix = interface + "/";
         std::set<std::string> names;
-        if (has(prefix + "default"))
+        if (has(prefix + "default")) {
             names.insert("default");
+        }
         const std::lock_guard lock(mMutex);
         for (const auto& [instance, binder] : mRegistered) {
-            if (instance.compare(0, prefix.size(), prefix) == 0)
+            if (instance.compare(0, prefix.size(), prefix) == 0) {
                 names.insert(instance.substr(prefix.size()));
+            }
         }
         return names;
     }
@@ -86,21 +91,25 @@ class ServiceManager {
     AIBinder* registered(const std::string& instance) {
         const std::lock_guard lock(mMutex);
         const auto found = mRegistered.find(instance);
-        if (found == mRegistered.end())
+        if (found == mRegistered.end()) {
             return nullptr;
+        }
         retain(found->second);
         return found->second;
     }
 
     AIBinder* embedded(const std::string& instance) {
-        if (!embeddedServicesWanted())
+        if (!embeddedServicesWanted()) {
             return nullptr;
+        }
         const std::lock_guard lock(mEmbeddedMutex);
         const auto [found, isFirst] = mEmbedded.try_emplace(instance, nullptr);
-        if (isFirst)
+        if (isFirst) {
             found->second = embeddedAidlService(instance);
-        if (found->second != nullptr)
+        }
+        if (found->second != nullptr) {
             retain(found->second);
+        }
         return found->second;
     }
 
@@ -117,8 +126,9 @@ constexpr std::chrono::seconds kGetLimit{5};
 constexpr std::chrono::milliseconds kGetInterval{100};
 
 binder_exception_t add(AIBinder* binder, const char* instance) {
-    if (binder == nullptr || instance == nullptr)
+    if (binder == nullptr || instance == nullptr) {
         return EX_ILLEGAL_ARGUMENT;
+    }
     ServiceManager::get().add(instance, binder);
     return EX_NONE;
 }
@@ -142,8 +152,9 @@ AIBinder* AServiceManager_checkService(const char* instance) {
 }
 
 AIBinder* AServiceManager_getService(const char* instance) {
-    if (instance == nullptr)
+    if (instance == nullptr) {
         return nullptr;
+    }
     const auto limit = std::chrono::steady_clock::now() + kGetLimit;
     AIBinder* binder = ServiceManager::get().check(instance);
     while (binder == nullptr && std::chrono::steady_clock::now() < limit) {
@@ -163,15 +174,18 @@ bool AServiceManager_isDeclared(const char* instance) {
 
 void AServiceManager_forEachDeclaredInstance(const char* interface, void* context,
                                              void (*callback)(const char*, void*)) {
-    if (interface == nullptr || callback == nullptr)
+    if (interface == nullptr || callback == nullptr) {
         return;
-    for (const std::string& instance : ServiceManager::get().instances(interface))
+    }
+    for (const std::string& instance : ServiceManager::get().instances(interface)) {
         callback(instance.c_str(), context);
+    }
 }
 
 void* AServiceManager_openDeclaredPassthroughHal(const char* interface, const char* instance,
                                                  int flag) {
-    if (interface == nullptr || instance == nullptr)
+    if (interface == nullptr || instance == nullptr) {
         return nullptr;
+    }
     return openVendorLibrary(std::string(interface) + "." + instance + ".so", flag).handle;
 }

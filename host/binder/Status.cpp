@@ -1,8 +1,8 @@
 // The outcome of binder calls.
-#include <android/binder_status.h>
-
 #include <cstring>
 #include <string>
+
+#include <android/binder_status.h>
 
 #include "host/binder/StatusNames.h"
 
@@ -48,14 +48,17 @@ AStatus* sharedOk() {
 }
 
 std::string describe(const AStatus& status) {
-    if (status.exception == EX_NONE)
+    if (status.exception == EX_NONE) {
         return "No error";
+    }
     std::string text = "Status(" + std::to_string(status.exception) + ", " +
                        findName(kExceptions, status.exception) + "): '";
-    if (status.exception == EX_SERVICE_SPECIFIC)
+    if (status.exception == EX_SERVICE_SPECIFIC) {
         text += std::to_string(status.code) + ": ";
-    if (status.exception == EX_TRANSACTION_FAILED)
+    }
+    if (status.exception == EX_TRANSACTION_FAILED) {
         text += std::string(findName(kTransportStatuses, status.code)) + ": ";
+    }
     return text + status.message + "'";
 }
 
@@ -82,8 +85,9 @@ AStatus* AStatus_fromServiceSpecificErrorWithMessage(int32_t serviceSpecific, co
 }
 
 AStatus* AStatus_fromStatus(binder_status_t status) {
-    if (status == STATUS_OK)
+    if (status == STATUS_OK) {
         return new AStatus;
+    }
     return new AStatus{EX_TRANSACTION_FAILED, knownStatus(status), ""};
 }
 
@@ -119,6 +123,7 @@ void AStatus_deleteDescription(const char* description) {
 }
 
 void AStatus_delete(AStatus* status) {
-    if (status != sharedOk())
+    if (status != sharedOk()) {
         delete status;
+    }
 }

@@ -1,10 +1,10 @@
 // The names of the codes in which calls fail: binder's and HIDL's transports share their statuses.
 #pragma once
 
-#include <android/binder_status.h>
-
 #include <cstddef>
 #include <cstdint>
+
+#include <android/binder_status.h>
 
 namespace zelkcam::host {
 
@@ -39,8 +39,9 @@ inline constexpr NamedCode kTransportStatuses[] = {
 template <size_t N>
 constexpr const char* findName(const NamedCode (&table)[N], int32_t code) {
     for (const NamedCode& entry : table) {
-        if (entry.code == code)
+        if (entry.code == code) {
             return entry.name;
+        }
     }
     return nullptr;
 }

@@ -1,10 +1,10 @@
 #include "host/gralloc/Allocation.h"
 
+#include <unistd.h>
+
 #include <atomic>
 #include <cstring>
 #include <utility>
-
-#include <unistd.h>
 
 namespace zelkcam::host::gralloc {
 namespace {

@@ -1,8 +1,8 @@
 #include "host/gralloc/ConstantMetadata.h"
 
-#include <vector>
-
 #include <stddef.h>  // IMapperMetadataTypes.h needs size_t and does not bring it everywhere
+
+#include <vector>
 
 #include <aidl/android/hardware/graphics/common/ChromaSiting.h>
 #include <aidl/android/hardware/graphics/common/Compression.h>

@@ -1,11 +1,11 @@
 #include "host/gralloc/ImportedBuffer.h"
 
+#include <poll.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-
-#include <poll.h>
-#include <unistd.h>
 
 #include <aidl/android/hardware/graphics/common/BufferUsage.h>
 

@@ -1,5 +1,7 @@
 #include "host/gralloc/SharedCell.h"
 
+#include <fcntl.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -7,8 +9,6 @@
 #include <cstring>
 #include <string>
 #include <thread>
-
-#include <fcntl.h>
 
 namespace zelkcam::host::gralloc {
 namespace {

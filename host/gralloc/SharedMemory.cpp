@@ -1,14 +1,14 @@
 #include "host/gralloc/SharedMemory.h"
 
-#include <cerrno>
-#include <utility>
-
 #include <fcntl.h>
 #include <linux/magic.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/vfs.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <utility>
 
 namespace zelkcam::host::gralloc {
 namespace {

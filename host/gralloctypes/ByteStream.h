@@ -1,7 +1,6 @@
 // Native-order bytes of metadata values, written and read one field after the other.
 #pragma once
 
-#include <hidl/HidlSupport.h>
 #include <stdint.h>
 #include <string.h>
 
@@ -9,6 +8,8 @@
 #include <string_view>
 #include <type_traits>
 #include <vector>
+
+#include <hidl/HidlSupport.h>
 
 namespace zelkcam::host {
 

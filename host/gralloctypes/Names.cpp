@@ -1,8 +1,9 @@
 // Which names are the standard's, and what the standard values are called in logs.
-#include <gralloctypes/Gralloc4.h>
 #include <string.h>
 
 #include <span>
+
+#include <gralloctypes/Gralloc4.h>
 
 namespace android::gralloc4 {
 

@@ -1,9 +1,10 @@
-#include <android/log.h>
-#include <hidl/HidlSupport.h>
 #include <string.h>
 
 #include <charconv>
 #include <iterator>
+
+#include <android/log.h>
+#include <hidl/HidlSupport.h>
 
 namespace android {
 namespace hardware {

@@ -1,10 +1,11 @@
 // What every HIDL interface answers for itself: its chain, the base's operations, and the ways to
 // register and find an implementation.
+#include <unistd.h>
+
 #include <android/hardware/graphics/allocator/4.0/IAllocator.h>
 #include <android/hardware/graphics/mapper/4.0/IMapper.h>
 #include <android/hidl/base/1.0/IBase.h>
 #include <android/hidl/manager/1.0/IServiceNotification.h>
-#include <unistd.h>
 #include <utils/misc.h>
 
 #include "host/hidl/ServiceRegistry.h"

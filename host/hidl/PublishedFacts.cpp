@@ -1,11 +1,12 @@
 // What code compiled against the published headers relies on without asking: sizes, offsets and
 // numbers. Nothing here is code; it does not compile when a header departs from them.
+#include <stddef.h>
+
 #include <android/hardware/graphics/common/1.2/types.h>
 #include <android/hardware/graphics/mapper/4.0/IMapper.h>
 #include <android/hidl/base/1.0/IBase.h>
 #include <gralloctypes/Gralloc4.h>
 #include <hidl/HidlSupport.h>
-#include <stddef.h>
 #include <system/graphics.h>
 
 namespace {

@@ -1,17 +1,17 @@
 // The HIDL services of this process by interface and name.
 #pragma once
 
-#include <android/hidl/base/1.0/IBase.h>
-#include <android/hidl/manager/1.0/IServiceNotification.h>
-#include <hidl/HidlSupport.h>
-#include <utils/Errors.h>
-#include <utils/StrongPointer.h>
-
 #include <map>
 #include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <android/hidl/base/1.0/IBase.h>
+#include <android/hidl/manager/1.0/IServiceNotification.h>
+#include <hidl/HidlSupport.h>
+#include <utils/Errors.h>
+#include <utils/StrongPointer.h>
 
 namespace zelkcam::host {
 

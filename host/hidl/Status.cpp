@@ -1,7 +1,7 @@
+#include <atomic>
+
 #include <android/log.h>
 #include <hidl/Status.h>
-
-#include <atomic>
 
 #include "host/binder/StatusNames.h"
 

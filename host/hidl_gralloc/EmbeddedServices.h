@@ -1,10 +1,10 @@
 // The HIDL services that the host platform brings along.
 #pragma once
 
+#include <string>
+
 #include <android/hidl/base/1.0/IBase.h>
 #include <utils/StrongPointer.h>
-
-#include <string>
 
 namespace zelkcam::host {
 

@@ -1,5 +1,6 @@
-#include <hwbinder/IPCThreadState.h>
 #include <unistd.h>
+
+#include <hwbinder/IPCThreadState.h>
 
 namespace android {
 namespace hardware {

@@ -1,5 +1,3 @@
-#include <cutils/properties.h>
-
 #include <errno.h>
 #include <inttypes.h>
 
@@ -8,6 +6,8 @@
 #include <limits>
 #include <string>
 #include <string_view>
+
+#include <cutils/properties.h>
 
 #include "host/properties/PropertyStore.h"
 
@@ -39,8 +39,9 @@ bool isOneOf(std::string_view value, std::initializer_list<std::string_view> wor
 
 int property_get(const char* key, char* value, const char* default_value) {
     std::string text = valueOf(key);
-    if (text.empty() && default_value != nullptr)
+    if (text.empty() && default_value != nullptr) {
         text = default_value;
+    }
     const size_t length = std::min<size_t>(text.size(), PROPERTY_VALUE_MAX - 1);
     std::memcpy(value, text.data(), length);
     value[length] = '\0';
@@ -49,10 +50,12 @@ int property_get(const char* key, char* value, const char* default_value) {
 
 int8_t property_get_bool(const char* key, int8_t default_value) {
     const std::string value = valueOf(key);
-    if (isOneOf(value, {"1", "y", "yes", "true", "on"}))
+    if (isOneOf(value, {"1", "y", "yes", "true", "on"})) {
         return true;
-    if (isOneOf(value, {"0", "n", "no", "false", "off"}))
+    }
+    if (isOneOf(value, {"0", "n", "no", "false", "off"})) {
         return false;
+    }
     return default_value;
 }
 
@@ -65,19 +68,23 @@ int32_t property_get_int32(const char* key, int32_t default_value) {
 }
 
 int property_set(const char* key, const char* value) {
-    if (key == nullptr || *key == '\0')
+    if (key == nullptr || *key == '\0') {
         return -1;
+    }
     const std::string text = value == nullptr ? "" : value;
-    if (text.size() >= PROPERTY_VALUE_MAX)
+    if (text.size() >= PROPERTY_VALUE_MAX) {
         return -1;
+    }
     zelkcam::host::writeProperty(key, text);
     return 0;
 }
 
 int property_list(void (*propfn)(const char* key, const char* value, void* cookie), void* cookie) {
-    if (propfn == nullptr)
+    if (propfn == nullptr) {
         return -1;
-    for (const auto& [name, value] : zelkcam::host::listProperties())
+    }
+    for (const auto& [name, value] : zelkcam::host::listProperties()) {
         propfn(name.c_str(), value.c_str(), cookie);
+    }
     return 0;
 }

@@ -24,22 +24,25 @@ ProcessProperties& ofProcess() {
 std::string trim(const std::string& text) {
     constexpr char kBlanks[] = " \t\r";
     const size_t first = text.find_first_not_of(kBlanks);
-    if (first == std::string::npos)
+    if (first == std::string::npos) {
         return "";
+    }
     return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
 Properties ofFile() {
     Properties properties;
     const char* path = std::getenv("ZELKCAM_HOST_PROPERTIES");
-    if (path == nullptr)
+    if (path == nullptr) {
         return properties;
+    }
     std::ifstream file(path);
     for (std::string line; std::getline(file, line);) {
         const std::string text = trim(line);
         const size_t equals = text.find('=');
-        if (equals == std::string::npos || text[0] == '#')
+        if (equals == std::string::npos || text[0] == '#') {
             continue;
+        }
         properties[trim(text.substr(0, equals))] = trim(text.substr(equals + 1));
     }
     return properties;
@@ -65,10 +68,12 @@ std::optional<std::string> findInEnvironment(const std::string& name) {
 }  // namespace
 
 std::optional<std::string> readProperty(const std::string& name) {
-    if (auto value = findInProcess(name))
+    if (auto value = findInProcess(name)) {
         return value;
-    if (auto value = findInEnvironment(name))
+    }
+    if (auto value = findInEnvironment(name)) {
         return value;
+    }
     return find(ofFile(), name);
 }
 
@@ -79,11 +84,13 @@ void writeProperty(const std::string& name, const std::string& value) {
 
 std::map<std::string, std::string> listProperties() {
     Properties properties = ofFile();
-    for (auto& [name, value] : properties)
+    for (auto& [name, value] : properties) {
         value = findInEnvironment(name).value_or(value);
+    }
     const std::lock_guard lock(ofProcess().mutex);
-    for (const auto& [name, value] : ofProcess().values)
+    for (const auto& [name, value] : ofProcess().values) {
         properties[name] = value;
+    }
     return properties;
 }
 

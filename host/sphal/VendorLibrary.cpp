@@ -18,8 +18,9 @@ std::vector<std::string> foldersOfEnvironment() {
     std::vector<std::string> folders;
     std::istringstream list(path == nullptr ? "" : path);
     for (std::string folder; std::getline(list, folder, ':');) {
-        if (!folder.empty())
+        if (!folder.empty()) {
             folders.push_back(folder);
+        }
     }
     return folders;
 }
@@ -27,8 +28,9 @@ std::vector<std::string> foldersOfEnvironment() {
 // Empty when the loader does not know, or was given a bare name.
 std::string folderOfThisLibrary() {
     Dl_info info = {};
-    if (dladdr(&kAnchor, &info) == 0 || info.dli_fname == nullptr)
+    if (dladdr(&kAnchor, &info) == 0 || info.dli_fname == nullptr) {
         return "";
+    }
     const std::string path = info.dli_fname;
     const size_t slash = path.rfind('/');
     return slash == std::string::npos ? "" : path.substr(0, slash);
@@ -36,16 +38,19 @@ std::string folderOfThisLibrary() {
 
 // The file to open for the name; the name itself when no folder has it.
 std::string locate(const std::string& name) {
-    if (name.find('/') != std::string::npos)
+    if (name.find('/') != std::string::npos) {
         return name;
+    }
     std::vector<std::string> folders = foldersOfEnvironment();
-    if (const std::string own = folderOfThisLibrary(); !own.empty())
+    if (const std::string own = folderOfThisLibrary(); !own.empty()) {
         folders.push_back(own);
+    }
     for (const std::string& folder : folders) {
         std::string file = folder;
         file.append("/").append(name);
-        if (access(file.c_str(), F_OK) == 0)
+        if (access(file.c_str(), F_OK) == 0) {
             return file;
+        }
     }
     return name;
 }

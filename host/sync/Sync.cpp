@@ -1,7 +1,5 @@
 // Fences on the host. A kernel's sync file works as on a device; besides, any descriptor that
 // becomes readable stands in for one: an eventfd, the read end of a pipe.
-#include <android/sync.h>
-
 #include <errno.h>
 #include <fcntl.h>
 #include <poll.h>
@@ -9,6 +7,8 @@
 
 #include <cstdlib>
 #include <cstring>
+
+#include <android/sync.h>
 
 namespace {
 
@@ -20,8 +20,9 @@ FenceState stateOf(int fd) {
     do {
         ready = fd < 0 ? -1 : poll(&fence, 1, 0);
     } while (fd >= 0 && ready < 0 && (errno == EINTR || errno == EAGAIN));
-    if (ready < 0 || (fence.revents & (POLLERR | POLLNVAL)) != 0)
+    if (ready < 0 || (fence.revents & (POLLERR | POLLNVAL)) != 0) {
         return FenceState::kInvalid;
+    }
     return ready == 0 ? FenceState::kPending : FenceState::kSignalled;
 }
 
@@ -31,10 +32,12 @@ int duplicate(int fd) {
 
 // The union of two stand-ins is known only when one of them is decided.
 int mergeStandIns(int fd1, int fd2) {
-    if (stateOf(fd1) != FenceState::kPending)
+    if (stateOf(fd1) != FenceState::kPending) {
         return duplicate(stateOf(fd2) == FenceState::kInvalid ? fd1 : fd2);
-    if (stateOf(fd2) != FenceState::kPending)
+    }
+    if (stateOf(fd2) != FenceState::kPending) {
         return duplicate(fd1);
+    }
     errno = ENOTTY;
     return -1;
 }
@@ -42,8 +45,9 @@ int mergeStandIns(int fd1, int fd2) {
 struct sync_file_info* allocateInfo(uint32_t fences) {
     const size_t size = sizeof(struct sync_file_info) + fences * sizeof(struct sync_fence_info);
     auto* info = static_cast<struct sync_file_info*>(std::calloc(1, size));
-    if (info == nullptr)
+    if (info == nullptr) {
         return nullptr;
+    }
     info->num_fences = fences;
     info->sync_fence_info = fences == 0 ? 0 : reinterpret_cast<uintptr_t>(info + 1);
     return info;
@@ -57,8 +61,9 @@ struct sync_file_info* infoOfStandIn(int fd) {
         return nullptr;
     }
     struct sync_file_info* info = allocateInfo(0);
-    if (info == nullptr)
+    if (info == nullptr) {
         return nullptr;
+    }
     std::strncpy(info->name, "stand-in", sizeof(info->name) - 1);
     info->status = state == FenceState::kSignalled ? 1 : 0;
     return info;
@@ -76,8 +81,9 @@ int sync_wait(int fd, int timeout) {
     do {
         ready = poll(&fence, 1, timeout);
     } while (ready < 0 && (errno == EINTR || errno == EAGAIN));
-    if (ready < 0)
+    if (ready < 0) {
         return -1;
+    }
     if (ready == 0) {
         errno = ETIME;
         return -1;
@@ -93,20 +99,24 @@ int32_t sync_merge(const char* name, int32_t fd1, int32_t fd2) {
     struct sync_merge_data data = {};
     std::strncpy(data.name, name == nullptr ? "" : name, sizeof(data.name) - 1);
     data.fd2 = fd2;
-    if (ioctl(fd1, SYNC_IOC_MERGE, &data) == 0)
+    if (ioctl(fd1, SYNC_IOC_MERGE, &data) == 0) {
         return data.fence;
+    }
     return mergeStandIns(fd1, fd2);
 }
 
 struct sync_file_info* sync_file_info(int32_t fd) {
     struct sync_file_info count = {};
-    if (ioctl(fd, SYNC_IOC_FILE_INFO, &count) != 0)
+    if (ioctl(fd, SYNC_IOC_FILE_INFO, &count) != 0) {
         return errno == ENOTTY ? infoOfStandIn(fd) : nullptr;
+    }
     struct sync_file_info* info = allocateInfo(count.num_fences);
-    if (info == nullptr)
+    if (info == nullptr) {
         return nullptr;
-    if (ioctl(fd, SYNC_IOC_FILE_INFO, info) == 0)
+    }
+    if (ioctl(fd, SYNC_IOC_FILE_INFO, info) == 0) {
         return info;
+    }
     std::free(info);
     return nullptr;
 }

@@ -2,11 +2,12 @@
 // ZELKCAM_ULOG_MODE, its own lines go to standard error.
 #include "platform/ulog.h"
 
-#include <android/log.h>
 #include <stdio.h>
 #include <unistd.h>
 
 #include <cstdlib>
+
+#include <android/log.h>
 
 namespace NSCam::Utils::ULog {
 namespace {
@@ -43,8 +44,9 @@ constinit Permanent gPermanent;
 
 uint32_t numberOf(const char* variable, uint32_t defaultValue) {
     const char* text = std::getenv(variable);
-    if (text == nullptr)
+    if (text == nullptr) {
         return defaultValue;
+    }
     char* end = nullptr;
     const unsigned long number = std::strtoul(text, &end, 0);
     return end == text || *end != '\0' ? defaultValue : static_cast<uint32_t>(number);
@@ -66,8 +68,9 @@ __attribute__((constructor(101))) void readEnvironment() {
     ULogger::sMode = numberOf("ZELKCAM_ULOG_MODE", ULogger::sMode);
     // Off a device liblog drops debug lines unless told otherwise, and would hide what was asked
     // for.
-    if (ULogger::sDetailsLevel >= kDebugLevel)
+    if (ULogger::sDetailsLevel >= kDebugLevel) {
         __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
+    }
 }
 
 }  // namespace

@@ -28,8 +28,9 @@ bool repeatHits(int32_t times) {
     zcam::GrallocStaticInfo info;
     for (int32_t i = 0; i < kEntries + times; ++i) {
         const zcam::GrallocRequest request = numberedRequest(i % kEntries);
-        if (provider->query(&request, &info) != 0)
+        if (provider->query(&request, &info) != 0) {
             return false;
+        }
     }
     return true;
 }
@@ -37,17 +38,20 @@ bool repeatHits(int32_t times) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 3)
+    if (argc != 3) {
         return 2;
+    }
     const std::string_view operation = argv[1];
     const int32_t times = atoi(argv[2]);
     // The level lets debug lines through and the modules do not: both fields are looked at.
     NSCam::Utils::ULog::ULogger::sDetailsLevel = 5;
     NSCam::Utils::ULog::ULogger::sNormalDetailsMask = 0x40000000;
 
-    if (operation == "hit")
+    if (operation == "hit") {
         return repeatHits(times) ? 0 : 1;
-    for (int32_t i = 0; i < times; ++i)
+    }
+    for (int32_t i = 0; i < times; ++i) {
         closedStatement();
+    }
     return 0;
 }

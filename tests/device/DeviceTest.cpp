@@ -1,11 +1,11 @@
 // The library over the platform as it is, through the public interface alone: on a phone its own
 // allocator and mapper, on Linux the host platform.
-#include <gtest/gtest.h>
-
 #include <array>
 #include <cstdint>
 #include <memory>
 #include <ostream>
+
+#include <gtest/gtest.h>
 
 #include "utils/gralloc/IGrallocHelper.h"
 #include "utils/gralloc/aidl/v2/allocator/allocator.h"

@@ -50,8 +50,9 @@ void build() {
 
 // A fence or none; the fence's number says nothing.
 int64_t closed(int fence) {
-    if (fence < 0)
+    if (fence < 0) {
         return fence;
+    }
     const Pause pause;
     close(fence);
     return 1;
@@ -108,8 +109,9 @@ int64_t import(Stage& stage) {
     const native_handle* imported = nullptr;
     const int32_t result = Pair::mapper().importBuffer(stage.raw, &imported);
     const Pause pause;
-    if (imported != nullptr)
+    if (imported != nullptr) {
         Pair::mapper().freeBuffer(imported);
+    }
     return imported == nullptr || result == 0 ? result : kWrongOutputs;
 }
 
@@ -159,9 +161,11 @@ int64_t allocateMany(Stage&) {
     const Pause pause;
     const auto kept =
             std::ranges::count_if(handles, [](auto* handle) { return handle != nullptr; });
-    for (const native_handle* const handle : handles)
-        if (handle != nullptr)
+    for (const native_handle* const handle : handles) {
+        if (handle != nullptr) {
             Pair::allocator().free(handle);
+        }
+    }
     const bool asPromised = (stride == kUntouched) == (result != 0) && (result == 0 || kept == 0);
     return asPromised ? result : kWrongOutputs;
 }
@@ -172,8 +176,9 @@ int64_t allocateOne(Stage&) {
     uint32_t stride = kUntouched;
     const int32_t result = Pair::allocateOne(&handle, &stride);
     const Pause pause;
-    if (handle != nullptr)
+    if (handle != nullptr) {
         Pair::allocator().free(handle);
+    }
     const bool asPromised =
             (stride == kUntouched) == (result != 0) && (result == 0 || handle == nullptr);
     return asPromised ? result : kWrongOutputs;
@@ -235,8 +240,9 @@ std::vector<Operation> pairOperations() {
     auto ycbcr = with(mapperCodes("failed: "), planes);
     // A call that does not get through never reaches the callback, which is what tells.
     auto plain = mapperCodes("IMapper->lock error happen");
-    if (kIsHidl)
+    if (kIsHidl) {
         plain.insert(plain.end(), {{5, nullptr}, {5, "native_handle_init return null"}});
+    }
     auto outputs = mapperCodes("failed: ");
     if (kIsHidl) {
         outputs.push_back({5, "native_handle_init return null"});
@@ -246,8 +252,9 @@ std::vector<Operation> pairOperations() {
     unlocking.locked = true;
     auto many = kIsHidl ? mapperCodes(nullptr) : Failures{{5, nullptr}, {2, nullptr}};
     auto one = Failures{{-ENOMEM, "Failed to allocate ("}};
-    if (kIsHidl)
+    if (kIsHidl) {
         one.push_back({-ENOMEM, "Failed to createDescriptor"});
+    }
     return {
             operation(name + "importBuffer", import <Pair>, mapperCodes(nullptr)),
             operation(name + "freeBuffer", free<Pair>, mapperCodes("freeBuffer(")),
@@ -296,8 +303,9 @@ std::vector<Operation> constructions() {
 
 std::vector<Operation> backendOperations() {
     std::vector<Operation> all = constructions();
-    for (const auto& more : {pairOperations<Aidl>(), pairOperations<Hidl>()})
+    for (const auto& more : {pairOperations<Aidl>(), pairOperations<Hidl>()}) {
         all.insert(all.end(), more.begin(), more.end());
+    }
     for (int type = 0; type < 4; ++type) {
         const std::string kind = " of kind " + std::to_string(type);
         all.push_back(operation(

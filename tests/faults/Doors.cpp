@@ -17,28 +17,33 @@ Trial* gTrial = nullptr;
 Trial* sharedMemory() {
     void* const memory = ZELKCAM_NEXT(mmap)(nullptr, sizeof(Trial), PROT_READ | PROT_WRITE,
                                             MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-    if (memory == MAP_FAILED)
+    if (memory == MAP_FAILED) {
         abort();
+    }
     return static_cast<Trial*>(memory);
 }
 
 }  // namespace
 
 Trial& trial() {
-    if (gTrial == nullptr)
+    if (gTrial == nullptr) {
         gTrial = sharedMemory();
+    }
     return *gTrial;
 }
 
 const Fault* pass(const Door& door) {
-    if (gTrial == nullptr || !gTrial->armed)
+    if (gTrial == nullptr || !gTrial->armed) {
         return nullptr;
+    }
     const size_t call = gTrial->calls++;
-    if (call >= Trial::kMostCalls)
+    if (call >= Trial::kMostCalls) {
         abort();
+    }
     gTrial->doors[call] = &door;
-    if (call != gTrial->failingCall)
+    if (call != gTrial->failingCall) {
         return nullptr;
+    }
     gTrial->hit = true;
     return &door.faults[gTrial->fault];
 }
@@ -53,8 +58,9 @@ void heard(std::string_view line) {
 
 void* nextDefinition(const char* symbol) {
     void* const found = dlsym(RTLD_NEXT, symbol);
-    if (found == nullptr)
+    if (found == nullptr) {
         abort();
+    }
     return found;
 }
 

@@ -37,8 +37,9 @@ void buildHelper() {
     const GrallocRequest request = {.format = kBlob, .widthInPixels = 8, .heightInPixels = 1};
     GrallocStaticInfo info;
     helper().query(&request, &info, true);
-    for (const int32_t format : {kBlob, kNv21, kYv12, kImplementationDefined})
+    for (const int32_t format : {kBlob, kNv21, kYv12, kImplementationDefined}) {
         helper().queryPixelFormatName(format);
+    }
     helper().clearMap();
 }
 
@@ -71,8 +72,9 @@ int64_t import(Stage& stage) {
     const native_handle* handle = stage.raw;
     const int result = helper().importBuffer(handle);
     const Pause pause;
-    if (result == 0)
+    if (result == 0) {
         return handle == stage.raw ? 0 : kWrongOutputs;
+    }
     // Null when the mapper said so.
     return helper().freeBuffer(handle) == (handle != nullptr ? 0 : -1) ? result : kWrongOutputs;
 }
@@ -98,8 +100,9 @@ Operation query(const std::string& name, int32_t format, uint32_t usage = 0) {
     Operation operation = {.name = "query of " + name, .run = request(format, usage)};
     operation.failures = with(kDerivationFailures, {{-ENOMEM, "Bad allcation handle"}});
     // Located by a lock, whose failure is fatal.
-    if (format != kBlob)
+    if (format != kBlob) {
         operation.failures.push_back({kFatal, "[Fatal] [gQueryYCbCr] status:"});
+    }
     operation.mayEndProcess = format != kBlob;
     operation.format = 0;
     operation.prepare = buildHelper;
@@ -111,8 +114,9 @@ Operation description(const std::string& name, int32_t format) {
     operation.name = "description of " + name;
     operation.run = describe;
     operation.failures = with(kDerivationFailures, {{INT32_MIN, "ionFd:"}});
-    if (format != kBlob)
+    if (format != kBlob) {
         operation.failures.push_back({kFatal, "[Fatal] [gQueryYCbCr] status:"});
+    }
     operation.format = format;
     return operation;
 }

@@ -9,13 +9,13 @@
 #include <cstring>
 #include <string>
 
+#include <aidl/android/hardware/graphics/allocator/AllocationError.h>
+#include <aidl/android/hardware/graphics/allocator/BnAllocator.h>
+
 #include "host/hidl_gralloc/HidlAllocatorService.h"
 #include "host/hidl_gralloc/MapperService.h"
 #include "platform/utils.h"
 #include "tests/faults/Doors.h"
-
-#include <aidl/android/hardware/graphics/allocator/AllocationError.h>
-#include <aidl/android/hardware/graphics/allocator/BnAllocator.h>
 
 namespace zelkcam::faults {
 
@@ -139,8 +139,9 @@ std::vector<PlaneLayout> oddPlanes() {
 }
 
 void spoil(uint8_t* bytes, size_t size) {
-    for (size_t i = 0; i < std::min<size_t>(size, 16); ++i)
+    for (size_t i = 0; i < std::min<size_t>(size, 16); ++i) {
         bytes[i] ^= 0xa5;
+    }
 }
 
 // Makes the platform's call, or answers the fault's code in its place.
@@ -153,10 +154,12 @@ AIMapper_Error callOrFail(const Door& door, AIMapper_Error (*real)(Parameters...
 
 AIMapper_Error importBuffer(const native_handle_t* raw, buffer_handle_t* out) {
     const Fault* const fault = pass(kImport);
-    if (fault == nullptr)
+    if (fault == nullptr) {
         return gReal->importBuffer(raw, out);
-    if (isCode(*fault))
+    }
+    if (isCode(*fault)) {
         return code(*fault);
+    }
     *out = nullptr;
     return AIMAPPER_ERROR_NONE;
 }
@@ -164,8 +167,9 @@ AIMapper_Error importBuffer(const native_handle_t* raw, buffer_handle_t* out) {
 // What a mapper does with a buffer that it fails to free is not the sweep's concern: it is gone.
 AIMapper_Error freeBuffer(buffer_handle_t buffer) {
     const Fault* const fault = pass(kFree);
-    if (fault == nullptr)
+    if (fault == nullptr) {
         return gReal->freeBuffer(buffer);
+    }
     const Pause pause;
     gReal->freeBuffer(buffer);
     return code(*fault);
@@ -180,10 +184,12 @@ AIMapper_Error unlock(buffer_handle_t buffer, int* releaseFence) {
     const Pause pause;
     const AIMapper_Error error = gReal->unlock(buffer, releaseFence);
     const bool fails = fault != nullptr && fault->value != kNoFence;
-    if (error == AIMAPPER_ERROR_NONE && (fault == nullptr || fault->value == kWithFence))
+    if (error == AIMAPPER_ERROR_NONE && (fault == nullptr || fault->value == kWithFence)) {
         *releaseFence = newFence();
-    if (!fails)
+    }
+    if (!fails) {
         return error;
+    }
     return fault->value == kWithFence ? AIMAPPER_ERROR_NO_RESOURCES : code(*fault);
 }
 
@@ -195,13 +201,16 @@ int32_t oddMetadata(void* destination, size_t size) {
 
 int32_t getStandardMetadata(buffer_handle_t buffer, int64_t type, void* destination, size_t size) {
     const Fault* const fault = pass(kGetStandard);
-    if (fault == nullptr)
+    if (fault == nullptr) {
         return gReal->getStandardMetadata(buffer, type, destination, size);
-    if (isCode(*fault))
+    }
+    if (isCode(*fault)) {
         return -code(*fault);
+    }
     const Pause pause;
-    if (fault->value == kOdd && type == static_cast<int64_t>(StandardMetadataType::PLANE_LAYOUTS))
+    if (fault->value == kOdd && type == static_cast<int64_t>(StandardMetadataType::PLANE_LAYOUTS)) {
         return oddMetadata(destination, size);
+    }
     const int32_t real = gReal->getStandardMetadata(buffer, type, destination, size);
     switch (fault->value) {
         case kTruncated:
@@ -229,12 +238,15 @@ AIMapper_Error setStandardMetadata(buffer_handle_t buffer, int64_t type, const v
 
 int32_t getMetadata(buffer_handle_t buffer, AIMapper_MetadataType type, void* out, size_t size) {
     const Fault* const fault = pass(kGetNote);
-    if (fault == nullptr)
+    if (fault == nullptr) {
         return gReal->getMetadata(buffer, type, out, size);
-    if (isCode(*fault))
+    }
+    if (isCode(*fault)) {
         return -code(*fault);
-    if (fault->value == kLeast)
+    }
+    if (fault->value == kLeast) {
         return INT32_MIN;
+    }
     return static_cast<int32_t>(fault->value == kGrown ? size + 1 : size - 1);
 }
 
@@ -244,13 +256,16 @@ AIMapper_Error setMetadata(buffer_handle_t buffer, AIMapper_MetadataType type, c
 }
 
 ndk::ScopedAStatus refusal(int64_t kind) {
-    if (kind < 0)
+    if (kind < 0) {
         return ndk::ScopedAStatus::fromStatus(static_cast<binder_status_t>(kind));
-    if (kind >= kAfterwards)
+    }
+    if (kind >= kAfterwards) {
         return ndk::ScopedAStatus::fromServiceSpecificError(1);
+    }
     // Exceptions have negative numbers, so they lie below their base.
-    if (kind > 2)
+    if (kind > 2) {
         return ndk::ScopedAStatus::fromExceptionCode(static_cast<int>(kind - kException));
+    }
     return ndk::ScopedAStatus::fromServiceSpecificError(static_cast<int>(kind));
 }
 
@@ -264,13 +279,16 @@ class FaultyAllocator final : public alloc::BnAllocator {
     ndk::ScopedAStatus allocate2(const alloc::BufferDescriptorInfo& info, int32_t count,
                                  alloc::AllocationResult* result) override {
         const Fault* const fault = pass(kAllocate2);
-        if (fault != nullptr && fault->value < kAfterwards)
+        if (fault != nullptr && fault->value < kAfterwards) {
             return refusal(fault->value);
+        }
         ndk::ScopedAStatus status = gRealAllocator->allocate2(info, count, result);
-        if (fault == nullptr || !status.isOk())
+        if (fault == nullptr || !status.isOk()) {
             return status;
-        for (auto& buffer : result->buffers)
+        }
+        for (auto& buffer : result->buffers) {
             spoil(buffer, fault->value);
+        }
         return fault->value == kAfterwards ? refusal(fault->value) : ndk::ScopedAStatus::ok();
     }
 
@@ -280,8 +298,9 @@ class FaultyAllocator final : public alloc::BnAllocator {
 
     ndk::ScopedAStatus getIMapperLibrarySuffix(std::string* suffix) override {
         const Fault* const fault = pass(kSuffix);
-        if (fault != nullptr && fault->value != 0)
+        if (fault != nullptr && fault->value != 0) {
             return refusal(fault->value);
+        }
         *suffix = fault != nullptr ? "absent" : "faulty";
         return ndk::ScopedAStatus::ok();
     }
@@ -289,10 +308,12 @@ class FaultyAllocator final : public alloc::BnAllocator {
   private:
     static void spoil(aidl::android::hardware::common::NativeHandle& buffer, int64_t kind) {
         const Pause pause;
-        if (kind == kNoDescriptors)
+        if (kind == kNoDescriptors) {
             buffer.fds.clear();
-        if (kind == kClosed)
+        }
+        if (kind == kClosed) {
             buffer.fds[0].set(newFence());
+        }
     }
 };
 
@@ -304,8 +325,9 @@ Error hidlCode(const Fault& fault) {
 // or that it did not get through.
 template <typename Callback, typename... Results>
 Return<void> refused(const Fault& fault, const Callback& callback, const Results&... empty) {
-    if (fault.value == kTransport)
+    if (fault.value == kTransport) {
         return Status::fromStatusT(android::DEAD_OBJECT);
+    }
     callback(isCode(fault) ? hidlCode(fault) : Error::NONE, empty...);
     return Void();
 }
@@ -321,16 +343,21 @@ hidl_handle fences(int count) {
 
 Bytes spoilt(const Bytes& bytes, int64_t kind) {
     Bytes result = bytes;
-    if (kind == kEmpty)
+    if (kind == kEmpty) {
         result.resize(0);
-    if (kind == kHalf)
+    }
+    if (kind == kHalf) {
         result.resize(bytes.size() / 2);
-    if (kind == kTruncated && bytes.size() != 0)
+    }
+    if (kind == kTruncated && bytes.size() != 0) {
         result.resize(bytes.size() - 1);
-    if (kind == kGarbage)
+    }
+    if (kind == kGarbage) {
         spoil(result.data(), result.size());
-    if (kind == kOdd)
+    }
+    if (kind == kOdd) {
         android::gralloc4::encodePlaneLayouts(oddPlanes(), &result);
+    }
     return result;
 }
 
@@ -353,8 +380,9 @@ class FaultyMapper final : public host::MapperService {
 
     Return<Error> freeBuffer(void* buffer) override {
         const Fault* const fault = pass(kHidlFree);
-        if (fault == nullptr)
+        if (fault == nullptr) {
             return MapperService::freeBuffer(buffer);
+        }
         const Pause pause;
         MapperService::freeBuffer(buffer).isOk();
         return isCode(*fault) ? Return<Error>(hidlCode(*fault))
@@ -374,11 +402,13 @@ class FaultyMapper final : public host::MapperService {
         {
             const Pause pause;
             MapperService::unlock(buffer, [](Error, const hidl_handle&) {}).isOk();
-            if (fault == nullptr || fault->value == kTwoFences)
+            if (fault == nullptr || fault->value == kTwoFences) {
                 fence = fences(fault == nullptr ? 1 : 2);
+            }
         }
-        if (fault != nullptr && fault->value < kNoFence)
+        if (fault != nullptr && fault->value < kNoFence) {
             return refused(*fault, callback, hidl_handle());
+        }
         callback(Error::NONE, fence);
         const Pause pause;
         fence = nullptr;
@@ -387,10 +417,12 @@ class FaultyMapper final : public host::MapperService {
 
     Return<void> get(void* buffer, const MetadataType& type, get_cb callback) override {
         const Fault* const fault = pass(kHidlGet);
-        if (fault == nullptr)
+        if (fault == nullptr) {
             return MapperService::get(buffer, type, callback);
-        if (isCode(*fault) || fault->value == kTransport)
+        }
+        if (isCode(*fault) || fault->value == kTransport) {
             return refused(*fault, callback, Bytes());
+        }
         return MapperService::get(buffer, type, [&](Error error, const Bytes& bytes) {
             callback(error, spoilt(bytes, fault->value));
         });
@@ -401,8 +433,9 @@ class FaultyHidlAllocator final : public host::HidlAllocatorService {
   public:
     Return<void> allocate(const Bytes& descriptor, uint32_t count, allocate_cb callback) override {
         const Fault* const fault = pass(kHidlAllocate);
-        if (fault == nullptr)
+        if (fault == nullptr) {
             return HidlAllocatorService::allocate(descriptor, count, callback);
+        }
         const hidl_vec<hidl_handle> nothing(isCode(*fault) ? 0 : count);
         return refused(*fault, callback, 64, nothing);
     }
@@ -418,8 +451,9 @@ void findReal() {
             &mapper);
     gReal = &mapper->v5;
     const std::shared_ptr<AidlAllocator> faulty = ndk::SharedRefBase::make<FaultyAllocator>();
-    if (AServiceManager_addService(faulty->asBinder().get(), name.c_str()) != EX_NONE)
+    if (AServiceManager_addService(faulty->asBinder().get(), name.c_str()) != EX_NONE) {
         abort();
+    }
 }
 
 }  // namespace
@@ -429,8 +463,10 @@ void installFaultyGralloc() {
     findReal();
     const sp<FaultyMapper> mapper = new FaultyMapper;
     const sp<FaultyHidlAllocator> allocator = new FaultyHidlAllocator;
-    if (mapper->registerAsService() != android::OK || allocator->registerAsService() != android::OK)
+    if (mapper->registerAsService() != android::OK ||
+        allocator->registerAsService() != android::OK) {
         abort();
+    }
 }
 
 const std::shared_ptr<AidlAllocator>& realAllocator() {

@@ -56,15 +56,17 @@ constexpr int32_t kFlexible = 0x23;
 constexpr int32_t kNobodysFormat = 0x7;
 
 const Door& queryDoor(int attribute) {
-    if (attribute == PLEXA_GET_FORMAT)
+    if (attribute == PLEXA_GET_FORMAT) {
         return kQueryFormat;
+    }
     return attribute == PLEXA_GET_ION_FD ? kQueryDescriptor : kQuery;
 }
 
 // A read that succeeds with a value that no caller can use.
 int32_t uselessValue(const Fault& fault) {
-    if (fault.name == kFormatRead[2].name)
+    if (fault.name == kFormatRead[2].name) {
         return kFlexible;
+    }
     return fault.name == kFormatRead[3].name ? kNobodysFormat : -1;
 }
 
@@ -90,8 +92,9 @@ extern "C" {
 int __android_log_print(int priority, const char* tag, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    if (priority >= ANDROID_LOG_WARN && isOurs(tag))
+    if (priority >= ANDROID_LOG_WARN && isOurs(tag)) {
         hear(format, arguments);
+    }
     va_end(arguments);
     return 1;
 }
@@ -111,8 +114,9 @@ AIBinder* AServiceManager_checkService(const char* instance) {
 
 void* android_load_sphal_library(const char* name, int flags) {
     const Fault* const fault = pass(kLoadSphal);
-    if (fault == nullptr)
+    if (fault == nullptr) {
         return ZELKCAM_NEXT(android_load_sphal_library)(name, flags);
+    }
     return fault->value == 0 ? nullptr
                              : ZELKCAM_NEXT(android_load_sphal_library)("libm.so.6", flags);
 }
@@ -125,8 +129,9 @@ int32_t property_get_int32(const char* name, int32_t fallback) {
 
 int sync_wait(int fd, int timeout) {
     const Fault* const fault = pass(kSyncWait);
-    if (fault == nullptr)
+    if (fault == nullptr) {
         return ZELKCAM_NEXT(sync_wait)(fd, timeout);
+    }
     errno = static_cast<int>(fault->value);
     return -1;
 }
@@ -152,10 +157,12 @@ int native_handle_delete(native_handle_t* handle) {
 
 int plexa_query(const native_handle* handle, int attribute, void* out) {
     const Fault* const fault = pass(queryDoor(attribute));
-    if (fault != nullptr && fault->value != 0)
+    if (fault != nullptr && fault->value != 0) {
         return static_cast<int>(fault->value);
-    if (fault == nullptr)
+    }
+    if (fault == nullptr) {
         return ZELKCAM_NEXT(plexa_query)(handle, attribute, out);
+    }
     const int32_t value = uselessValue(*fault);
     memcpy(out, &value, sizeof(value));
     return 0;

@@ -6,13 +6,14 @@
 // a mapper announces for a value that it then leaves unwritten, and that a HIDL call whose
 // transport failed has not called back. So is what has no result to look at: munmap, the log, the
 // switchboard.
-#include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
+
+#include <gtest/gtest.h>
 
 #include "platform/ulog.h"
 #include "tests/faults/Doors.h"
@@ -199,24 +200,27 @@ void runForked(const Operation& operation, size_t failingCall, size_t fault) {
     waitpid(child, &status, 0);
     const bool aborted = WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT && trial().fatal;
     EXPECT_TRUE(aborted || status == 0) << operation.name << " ended by itself: " << status;
-    if (aborted)
+    if (aborted) {
         trial().result = kFatal;
+    }
 }
 
 void exercise(const Operation& operation, size_t failingCall, size_t fault, Pair& out) {
     kept().done = false;
-    if (operation.mayEndProcess)
+    if (operation.mayEndProcess) {
         runForked(operation, failingCall, fault);
-    else
+    } else {
         runTwice(operation, failingCall, fault);
+    }
     out.disturbed = kept().done ? kept() : trial();
     out.next = trial();
 }
 
 bool isTold(const Operation& operation, const Trial& seen, const Rule& rule) {
     const std::string_view log = seen.log;
-    if (rule.message != nullptr)
+    if (rule.message != nullptr) {
         return log.find(rule.message) != log.npos;
+    }
     return std::ranges::any_of(operation.failures, [&](const Failure& failure) {
         return failure.result == seen.result &&
                (failure.message == nullptr || log.find(failure.message) != log.npos);
@@ -244,8 +248,9 @@ class Sweep : public testing::TestWithParam<Operation> {
     const Operation& operation() const { return GetParam(); }
 
     void findCalls() {
-        if (!operation().fresh)
+        if (!operation().fresh) {
             runTwice(operation(), kNoCall, 0);  // what is built once
+        }
         exercise(operation(), kNoCall, 0, mUndisturbed);
         const Trial& seen = mUndisturbed.disturbed;
         ASSERT_TRUE(seen.done) << seen.log;
@@ -264,8 +269,9 @@ class Sweep : public testing::TestWithParam<Operation> {
             const bool hit = mPair.disturbed.hit && mPair.disturbed.doors[call] == &door;
             ASSERT_TRUE(hit) << "the call is not made every time";
             check(door, door.faults[i]);
-            if (!mPair.disturbed.fatal)
+            if (!mPair.disturbed.fatal) {
                 checkNext();
+            }
             ++sFaults;
         }
     }
@@ -291,8 +297,9 @@ class Sweep : public testing::TestWithParam<Operation> {
         EXPECT_TRUE(!isQuiet || seen.lines == mUndisturbed.disturbed.lines) << seen.log;
         const bool silent = same && rule.message == nullptr;
         EXPECT_TRUE(silent || isTold(operation(), seen, rule)) << seen.result << "\n" << seen.log;
-        if (!seen.fatal)
+        if (!seen.fatal) {
             checkRemains(seen, same, rule);
+        }
     }
 
     void checkRemains(const Trial& seen, bool same, const Rule& rule) {
@@ -303,8 +310,9 @@ class Sweep : public testing::TestWithParam<Operation> {
 
     // The fault is over, and so are its consequences.
     void checkNext() {
-        if (operation().fresh)
+        if (operation().fresh) {
             return;  // start-up happens once
+        }
         EXPECT_TRUE(mPair.next.done);
         EXPECT_EQ(mPair.next.result, mUndisturbed.next.result) << mPair.next.log;
         EXPECT_EQ(mPair.next.calls, mUndisturbed.next.calls);
@@ -324,8 +332,9 @@ size_t Sweep::sFaults = 0;
 TEST_P(Sweep, anyCallMayFail) {
     ASSERT_NO_FATAL_FAILURE(findCalls());
     const size_t before = sFaults;
-    for (size_t call = 0; call < mUndisturbed.disturbed.calls; ++call)
+    for (size_t call = 0; call < mUndisturbed.disturbed.calls; ++call) {
         ASSERT_NO_FATAL_FAILURE(sweepCall(call));
+    }
     printf("%s: %zu calls, %zu faults\n", operation().name.c_str(), mUndisturbed.disturbed.calls,
            sFaults - before);
 }

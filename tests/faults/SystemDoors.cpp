@@ -95,8 +95,9 @@ int fstatfs(int fd, struct statfs* status) noexcept {
 
 ssize_t pread(int fd, void* data, size_t size, off_t offset) {
     const Fault* const fault = pass(kPread);
-    if (fault != nullptr && fault->value != 0)
+    if (fault != nullptr && fault->value != 0) {
         return failed(*fault);
+    }
     return ZELKCAM_NEXT(pread)(fd, data, fault ? size / 2 : size, offset);
 }
 

@@ -1,9 +1,4 @@
 // Binders of one process: who owns what, and what the service manager gives.
-#include <aidl/android/hardware/graphics/allocator/BnAllocator.h>
-#include <aidlcommonsupport/NativeHandle.h>
-#include <android/binder_manager.h>
-#include <gtest/gtest.h>
-
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -13,6 +8,11 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+#include <aidl/android/hardware/graphics/allocator/BnAllocator.h>
+#include <aidlcommonsupport/NativeHandle.h>
+#include <android/binder_manager.h>
+#include <gtest/gtest.h>
 
 namespace {
 
@@ -121,8 +121,9 @@ TEST(ServiceManager, ManyThreadsMayAddAndCheck) {
             }
         });
     }
-    for (std::thread& thread : threads)
+    for (std::thread& thread : threads) {
         thread.join();
+    }
     EXPECT_EQ(1, gLiving);
 }
 

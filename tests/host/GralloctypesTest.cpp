@@ -1,11 +1,11 @@
 // The gralloc 4 metadata helpers: the bytes are those of the stable-C encoder, and no bytes of
 // another process get past the decoders.
+#include <climits>
+#include <cstring>
+
 #include <android/hardware/graphics/mapper/utils/IMapperMetadataTypes.h>
 #include <gralloctypes/Gralloc4.h>
 #include <gtest/gtest.h>
-
-#include <climits>
-#include <cstring>
 
 namespace {
 
@@ -56,8 +56,9 @@ void check(const char* name, status_t (*encode)(Argument, Bytes*),
     wrong[1].push_back(0);
     wrong[2][8] ^= 0x40;   // the header's name
     wrong[3][60] ^= 0x40;  // and its number
-    for (const Blob& each : wrong)
+    for (const Blob& each : wrong) {
         EXPECT_EQ(decode(each, &decoded), BAD_VALUE);
+    }
     if constexpr (std::is_class_v<T>) {
         EXPECT_EQ(decoded, T()) << "emptied";
     }
@@ -204,8 +205,9 @@ TEST(Gralloc4, BufferDescriptionsHaveNoHeader) {
     ASSERT_EQ(decodeBufferDescriptorInfo(bytes, &decoded), NO_ERROR);
     EXPECT_EQ(decoded, info);
 
-    for (auto end = expected.begin(); end != expected.end(); ++end)
+    for (auto end = expected.begin(); end != expected.end(); ++end) {
         EXPECT_EQ(decodeBufferDescriptorInfo(Blob(expected.begin(), end), &decoded), BAD_VALUE);
+    }
     bytes.resize(bytes.size() + 1);
     EXPECT_EQ(decodeBufferDescriptorInfo(bytes, &decoded), BAD_VALUE);
     EXPECT_EQ(decoded, info) << "untouched by failures";
@@ -213,10 +215,12 @@ TEST(Gralloc4, BufferDescriptionsHaveNoHeader) {
 
 TEST(Gralloc4, EveryBeginningOfAStandardNameCountsAsStandard) {
     const std::string standard = GRALLOC4_PLANE_LAYOUT_COMPONENT_TYPE;
-    for (size_t length = 0; length <= standard.size(); ++length)
+    for (size_t length = 0; length <= standard.size(); ++length) {
         EXPECT_TRUE(isStandardPlaneLayoutComponentType({standard.substr(0, length), -5}));
-    for (const std::string& name : {standard + "s", std::string("Android"), std::string("x")})
+    }
+    for (const std::string& name : {standard + "s", std::string("Android"), std::string("x")}) {
         EXPECT_FALSE(isStandardPlaneLayoutComponentType({name, 1})) << name;
+    }
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
 // How HIDL services are registered and found, with an embedded default of the test's own.
-#include <gtest/gtest.h>
 #include <stdlib.h>
 
 #include <atomic>
@@ -8,8 +7,10 @@
 #include <thread>
 #include <vector>
 
-#include "host/hidl_gralloc/MapperService.h"
+#include <gtest/gtest.h>
+
 #include "host/hidl_gralloc/EmbeddedServices.h"
+#include "host/hidl_gralloc/MapperService.h"
 #include "platform/hidl.h"
 
 namespace {
@@ -59,8 +60,9 @@ TEST(HidlRegistry, FindsOneObjectThroughEveryOverload) {
     const sp<IMapper> found[] = {
             IMapper::getService(), IMapper::getService("default", true), IMapper::tryGetService(),
             IMapper::getService(hidl_string("default")), IMapper::getService(true)};
-    for (const sp<IMapper>& each : found)
+    for (const sp<IMapper>& each : found) {
         EXPECT_EQ(each, mapper);
+    }
     EXPECT_EQ(IMapper::getService("absent"), nullptr);
     EXPECT_EQ(IMapper::getService(static_cast<const char*>(nullptr)), nullptr);
     EXPECT_EQ(IAllocator::getService(), nullptr) << "the same name of another interface";
@@ -150,8 +152,9 @@ TEST(HidlRegistry, NotifiesOfWhatIsThereAndOfWhatComes) {
     const sp<IMapper> mapper = new Mapper;
     ASSERT_EQ(mapper->registerAsService("early"), android::OK);
     const sp<Listener> named = new Listener;
-    for (const char* name : {"early", "late", "embedded-told"})
+    for (const char* name : {"early", "late", "embedded-told"}) {
         ASSERT_TRUE(IMapper::registerForNotifications(name, named));
+    }
     const sp<Listener> all = new Listener;
     ASSERT_TRUE(IMapper::registerForNotifications("", all));
     ASSERT_EQ(mapper->registerAsService("late"), android::OK);

@@ -1,6 +1,5 @@
 // The HIDL value types, the outcome of calls, the binary form of the interfaces, thread state.
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -8,6 +7,8 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "platform/hidl.h"
 #include "platform/hwbinder.h"
@@ -196,8 +197,9 @@ size_t slotOf(Method method) {
 
 template <typename... Methods>
 void expectSlots(size_t first, Methods... methods) {
-    for (const size_t slot : {slotOf(methods)...})
+    for (const size_t slot : {slotOf(methods)...}) {
         EXPECT_EQ(slot, first++);
+    }
 }
 
 TEST(HidlInterfaces, HaveTheirOperationsInThePublishedSlots) {

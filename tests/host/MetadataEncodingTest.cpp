@@ -1,11 +1,11 @@
 // The bytes of standard metadata: what goes over the mapper's interface, and what a hostile process
 // may put there.
-#include <android/hardware/graphics/mapper/utils/IMapperMetadataTypes.h>
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cstring>
 #include <limits>
+
+#include <android/hardware/graphics/mapper/utils/IMapperMetadataTypes.h>
+#include <gtest/gtest.h>
 
 namespace {
 
@@ -34,8 +34,9 @@ class Bytes {
 
   private:
     Bytes& number(uint64_t value, int size) {
-        for (int i = 0; i < size; ++i)
+        for (int i = 0; i < size; ++i) {
             mBytes.push_back(static_cast<uint8_t>(value >> (8 * i)));
+        }
         return *this;
     }
     std::vector<uint8_t> mBytes;
@@ -74,29 +75,31 @@ const std::vector<PlaneLayout> kPlanes = {
 // A value that exercises every part of the type's encoding, for all types alike.
 template <typename T>
 T sampleOf() {
-    if constexpr (std::is_same_v<T, std::string>)
+    if constexpr (std::is_same_v<T, std::string>) {
         return "camera preview";
-    else if constexpr (std::is_same_v<T, ExtendableType>)
+    } else if constexpr (std::is_same_v<T, ExtendableType>) {
         return {"vendor.Siting", -7};
-    else if constexpr (std::is_same_v<T, std::vector<PlaneLayout>>)
+    } else if constexpr (std::is_same_v<T, std::vector<PlaneLayout>>) {
         return kPlanes;
-    else if constexpr (std::is_same_v<T, std::vector<Rect>>)
+    } else if constexpr (std::is_same_v<T, std::vector<Rect>>) {
         return {{0, 1, 1920, 1080}, {-4, 0, 960, 540}};
-    else if constexpr (std::is_same_v<T, std::optional<Smpte2086>>)
+    } else if constexpr (std::is_same_v<T, std::optional<Smpte2086>>) {
         return Smpte2086{{0.5f, 1.f}, {2.f, 3.f}, {4.f, 5.f}, {6.f, 7.f}, 1000.f, 0.25f};
-    else if constexpr (std::is_same_v<T, std::optional<Cta861_3>>)
+    } else if constexpr (std::is_same_v<T, std::optional<Cta861_3>>) {
         return Cta861_3{1000.f, 400.f};
-    else if constexpr (std::is_same_v<T, std::optional<std::vector<uint8_t>>>)
+    } else if constexpr (std::is_same_v<T, std::optional<std::vector<uint8_t>>>) {
         return std::vector<uint8_t>{0xb5, 0, 0x3c};
-    else
+    } else {
         return static_cast<T>(0x7654321);
+    }
 }
 
 template <typename F>
 void forEveryType(F&& f) {
     constexpr size_t kTypes = ndk::internal::enum_values<Type>.size();
-    for (const Type type : ndk::enum_range<Type>())
+    for (const Type type : ndk::enum_range<Type>()) {
         invokeWithStandardMetadata(f, type, std::make_index_sequence<kTypes>{});
+    }
 }
 
 // The HDR kinds' bytes are spelt out where the library sets them.
@@ -115,11 +118,13 @@ TEST(MetadataEncoding, BytesAreTheInterfacesOwn) {
 TEST(MetadataEncoding, PlaneLayoutsKeepTheirOrderOfFields) {
     Bytes expected = Bytes::header(Type::PLANE_LAYOUTS).i64(2);
     expected.i64(1).component("ab", 1, 0, 8);
-    for (int64_t field : {0, 8, 1920, 1900, 1080, 2073600, 1, 1})
+    for (int64_t field : {0, 8, 1920, 1900, 1080, 2073600, 1, 1}) {
         expected.i64(field);
+    }
     expected.i64(2).component("c", 4, 0, 8).component("", 2, 8, 8);
-    for (int64_t field : {2073600, 16, -1920, 950, 540, 1036800, 2, 2})
+    for (int64_t field : {2073600, 16, -1920, 950, 540, 1036800, 2, 2}) {
         expected.i64(field);
+    }
     EXPECT_EQ(expected.get(), encode<Type::PLANE_LAYOUTS>(kPlanes));
 }
 
@@ -132,8 +137,9 @@ TEST(MetadataEncoding, EveryTypeComesBackWholeOrNotAtAll) {
         ASSERT_TRUE(same.has_value()) << toString(T);
         EXPECT_EQ(sample, *same) << toString(T);
         bytes.pop_back();
-        while (bytes.pop_back(), !bytes.empty())
+        while (bytes.pop_back(), !bytes.empty()) {
             EXPECT_FALSE(decode<T>(bytes).has_value()) << toString(T) << " of " << bytes.size();
+        }
     });
 }
 

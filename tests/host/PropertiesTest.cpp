@@ -1,6 +1,3 @@
-#include <cutils/properties.h>
-#include <gtest/gtest.h>
-
 #include <errno.h>
 #include <unistd.h>
 
@@ -9,6 +6,9 @@
 #include <fstream>
 #include <map>
 #include <string>
+
+#include <cutils/properties.h>
+#include <gtest/gtest.h>
 
 namespace {
 

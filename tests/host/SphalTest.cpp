@@ -1,8 +1,4 @@
 // Loading of vendor libraries.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <vndksupport/linker.h>
-
 #include <dlfcn.h>
 #include <link.h>
 #include <unistd.h>
@@ -17,6 +13,9 @@
 
 #include <android/binder_manager.h>
 #include <android/log.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <vndksupport/linker.h>
 
 namespace {
 
@@ -46,8 +45,9 @@ constexpr int kFlag = RTLD_LOCAL | RTLD_NOW;
 class SphalTest : public testing::Test {
   protected:
     SphalTest() {
-        for (const char* folder : {"first", "second"})
+        for (const char* folder : {"first", "second"}) {
             std::filesystem::create_directories(mRoot / folder);
+        }
         const std::string path = ":" + (mRoot / "missing").string() + ":" +
                                  (mRoot / "first").string() + ":" + (mRoot / "second").string();
         setenv("ZELKCAM_HOST_SPHAL_PATH", path.c_str(), 1);
@@ -61,8 +61,9 @@ class SphalTest : public testing::Test {
     // Loads, tells the file, and lets go again; empty when it does not load.
     static std::string load(const char* name) {
         void* const handle = android_load_sphal_library(name, kFlag);
-        if (handle == nullptr)
+        if (handle == nullptr) {
             return "";
+        }
         const link_map* loaded = nullptr;
         EXPECT_EQ(0, dlinfo(handle, RTLD_DI_LINKMAP, &loaded));
         const std::string path = std::filesystem::canonical(loaded->l_name);

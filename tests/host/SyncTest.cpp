@@ -1,6 +1,3 @@
-#include <gtest/gtest.h>
-#include <sync/sync.h>
-
 #include <errno.h>
 #include <fcntl.h>
 #include <signal.h>
@@ -13,6 +10,8 @@
 #include <thread>
 
 #include <android/binder_auto_utils.h>
+#include <gtest/gtest.h>
+#include <sync/sync.h>
 
 namespace {
 

@@ -1,9 +1,9 @@
+#include <cstdlib>
+#include <sstream>
+
 #include <android/log.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <sstream>
 
 #include "platform/ulog.h"
 

@@ -46,8 +46,9 @@ class AttributeTest : public ScriptedBufferTest {
     // Every one of an attribute's reads of the mapper, by type and size of destination.
     static Calls reads(std::initializer_list<const char*> entries) {
         Calls calls;
-        for (const char* entry : entries)
+        for (const char* entry : entries) {
             calls.push_back(std::string("getStandardMetadata ") + entry);
+        }
         return calls;
     }
 };
@@ -128,8 +129,9 @@ TEST_F(AttributeTest, PlanesThatExceedTheFirstReadAreReadOnceMore) {
     const std::string second = "15 " + std::to_string(bytes.size());
     int32_t sizes[2] = {};  // what the mapper answers to the first and the second read
     mapperScript().getMetadata = [&](int64_t, void* out, size_t size) {
-        if (size >= bytes.size())
+        if (size >= bytes.size()) {
             memcpy(out, bytes.data(), bytes.size());
+        }
         return sizes[size > 512 ? 1 : 0];
     };
     const auto exact = static_cast<int32_t>(bytes.size());
@@ -168,8 +170,9 @@ TEST_F(AttributeTest, WhatTheMapperDoesNotAnswerIsAFailure) {
     // Refusals, an absent value, a cut value, and a whole answer of nothing but zeros.
     for (const int32_t answer : {-2, -3, -5, -7, INT32_MIN, 0, 68, 72, 77, 512}) {
         mapperScript().getMetadata = [=](int64_t, void*, size_t) { return answer; };
-        for (const int attribute : kAnswered)
+        for (const int attribute : kAnswered) {
             EXPECT_EQ(read(attribute), std::nullopt) << answer << ", attribute " << attribute;
+        }
     }
 }
 

@@ -59,14 +59,17 @@ TEST_F(MapperSearchTest, IsMadeOnceByManyThreads) {
         constexpr int kThreads = 8;
         std::latch start(kThreads);
         std::vector<std::thread> threads;
-        for (int i = 0; i < kThreads; ++i)
+        for (int i = 0; i < kThreads; ++i) {
             threads.emplace_back([&] {
                 start.arrive_and_wait();
-                for (int n = 0; n < 100; ++n)
+                for (int n = 0; n < 100; ++n) {
                     EXPECT_TRUE(answersWidth());
+                }
             });
-        for (std::thread& thread : threads)
+        }
+        for (std::thread& thread : threads) {
             thread.join();
+        }
         EXPECT_EQ(journal().calls("AIMapper_loadIMapper"), 1);
         finish();
     };

@@ -22,15 +22,17 @@ std::pair<int, int> mark(const native_handle_t* handle, uint32_t mask, uint32_t 
 
 std::optional<uint32_t> statusOf(const native_handle_t* handle) {
     plexa_sf_record_t record{};
-    if (plexa_query(handle, PLEXA_GET_SF_INFO, &record) != 0)
+    if (plexa_query(handle, PLEXA_GET_SF_INFO, &record) != 0) {
         return std::nullopt;
+    }
     return statusWord(record);
 }
 
 std::optional<uint64_t> startOfFrameOf(const native_handle_t* handle) {
     uint64_t time = 0;
-    if (plexa_query(handle, PLEXA_GET_SOF, &time) != 0)
+    if (plexa_query(handle, PLEXA_GET_SOF, &time) != 0) {
         return std::nullopt;
+    }
     return time;
 }
 

@@ -7,11 +7,13 @@ namespace {
 
 int32_t getMetadata(buffer_handle_t, AIMapper_MetadataType type, void* out, size_t size) {
     journal().add("getMetadata " + std::to_string(type.value));
-    if (vendorScript().readError != 0)
+    if (vendorScript().readError != 0) {
         return -vendorScript().readError;
+    }
     const std::vector<uint8_t>& value = vendorScript().values[{type.name, type.value}];
-    if (value.size() <= size)
+    if (value.size() <= size) {
         std::copy(value.begin(), value.end(), static_cast<uint8_t*>(out));
+    }
     return static_cast<int32_t>(value.size());
 }
 
@@ -19,8 +21,9 @@ AIMapper_Error setMetadata(buffer_handle_t, AIMapper_MetadataType type, const vo
                            size_t size) {
     journal().add("setMetadata " + std::to_string(type.value));
     const auto* first = static_cast<const uint8_t*>(bytes);
-    if (vendorScript().setError == 0)
+    if (vendorScript().setError == 0) {
         vendorScript().values[{type.name, type.value}].assign(first, first + size);
+    }
     return static_cast<AIMapper_Error>(vendorScript().setError);
 }
 

@@ -1,14 +1,14 @@
 // A buffer of the scripted mapper, with vendor metadata besides the standard one.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <map>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "platform/plexa.h"
 #include "tests/support/Journal.h"

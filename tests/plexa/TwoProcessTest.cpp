@@ -1,10 +1,11 @@
 // The extension over the host's own mapper, from two processes.
-#include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstring>
+
+#include <gtest/gtest.h>
 
 #include "platform/plexa.h"
 #include "utils/gralloc/IGrallocHelper.h"
@@ -53,16 +54,20 @@ uint32_t statusOf(const native_handle* handle) {
 // The exit status says how far it came.
 int markAsPeer(int socket) {
     const auto received = host::receiveHandle(socket);
-    if (!received.ok())
+    if (!received.ok()) {
         return 1;
+    }
     NSCam::IGrallocHelper* helper = NSCam::IGrallocHelper::singleton();
     const native_handle* buffer = received.value;
-    if (helper->importBuffer(buffer) != 1)
+    if (helper->importBuffer(buffer) != 1) {
         return 2;
-    if (statusOf(buffer) != 0x5ffff3fc)
+    }
+    if (statusOf(buffer) != 0x5ffff3fc) {
         return 3;
-    if (helper->setDirtyCamera(buffer) != 0 || helper->setBufferSOF(buffer, kTime) != 0)
+    }
+    if (helper->setDirtyCamera(buffer) != 0 || helper->setBufferSOF(buffer, kTime) != 0) {
         return 4;
+    }
     return helper->freeBuffer(buffer) == 0 ? 0 : 5;
 }
 
@@ -71,8 +76,9 @@ TEST(PlexaOnTheHost, TwoProcessesSeeEachOthersMarks) {
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
     const host::TransportSocket mine(ends[0]), other(ends[1]);
     const pid_t peer = fork();
-    if (peer == 0)
+    if (peer == 0) {
         _exit(markAsPeer(other.get()));
+    }
 
     const HostBuffer buffer(0x11, 0x33);
     EXPECT_EQ(statusOf(buffer.handle()), 0u);

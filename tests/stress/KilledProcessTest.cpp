@@ -1,5 +1,4 @@
 // Processes that die at any moment while they share buffers with one that lives on.
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -9,10 +8,11 @@
 #include <cstring>
 #include <thread>
 
+#include <gtest/gtest.h>
+#include <zelkcam/host/HandleTransport.h>
+
 #include "tests/stress/Stress.h"
 #include "utils/gralloc/IGrallocHelper.h"
-
-#include <zelkcam/host/HandleTransport.h>
 
 namespace zelkcam::stress {
 
@@ -39,8 +39,9 @@ struct Device {
 // Writes all that a process can write of a buffer.
 bool use(const Device& device, const native_handle* buffer, uint8_t value) {
     void* address = nullptr;
-    if (device.helper.lock(buffer, kCpu, 256, 128, &address) != 0)
+    if (device.helper.lock(buffer, kCpu, 256, 128, &address) != 0) {
         return false;
+    }
     memset(address, value, 256 * 128);
     std::vector<uint8_t> payload(200, value);
     return device.helper.unlock(buffer) == 0 &&
@@ -52,8 +53,9 @@ bool use(const Device& device, const native_handle* buffer, uint8_t value) {
 bool isWhole(const Device& device, const native_handle* buffer) {
     const auto payload =
             device.mapper.getStandardMetadata<StandardMetadataType::SMPTE2094_40>(buffer);
-    if (!payload)
+    if (!payload) {
         return false;
+    }
     return !*payload || (payload->value().size() == 200 &&
                          std::ranges::count(payload->value(), payload->value()[0]) == 200);
 }
@@ -61,15 +63,18 @@ bool isWhole(const Device& device, const native_handle* buffer) {
 // Uses the buffer that it was started with and one that it hands over, until it is killed.
 [[noreturn]] void sharer(const Device& device, const native_handle* inherited, int socket) {
     const native_handle* const own = device.allocate();
-    if (own == nullptr || host::sendHandle(socket, own) != 0)
+    if (own == nullptr || host::sendHandle(socket, own) != 0) {
         _exit(1);
+    }
     for (uint8_t value = 0;; ++value) {
         const native_handle* again = inherited;
-        if (device.helper.importBuffer(again) != 1)
+        if (device.helper.importBuffer(again) != 1) {
             _exit(2);
+        }
         // A killed process holds nothing that a living one has to wait for longer than a moment.
-        if (!use(device, again, value) || !use(device, own, value))
+        if (!use(device, again, value) || !use(device, own, value)) {
             _exit(3);
+        }
         device.helper.freeBuffer(again);
     }
 }
@@ -81,8 +86,9 @@ struct Child {
 
 Child start(const Device& device, const native_handle* buffer) {
     int ends[2];
-    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
         abort();
+    }
     const pid_t id = fork();
     if (id == 0) {
         close(ends[0]);
@@ -95,8 +101,9 @@ Child start(const Device& device, const native_handle* buffer) {
 // Null when the child died before it had sent.
 const native_handle* receive(const Device& device, const Child& child) {
     const auto received = host::receiveHandle(child.socket.get());
-    if (!received.ok())
+    if (!received.ok()) {
         return nullptr;
+    }
     const native_handle* handle = received.value;
     EXPECT_EQ(device.helper.importBuffer(handle), 1);
     native_handle_close(received.value);
@@ -137,8 +144,9 @@ TEST(KilledProcesses, LeaveTheBuffersTheyShareInOrderAndNothingElseBehind) {
     oneRound(device, buffer, chance);  // what is built once
     const Holdings before = holdings();
     size_t rounds = 0;
-    for (const auto end = Clock::now() + duration(); Clock::now() < end; ++rounds)
+    for (const auto end = Clock::now() + duration(); Clock::now() < end; ++rounds) {
         oneRound(device, buffer, chance);
+    }
     EXPECT_EQ(holdings(), before);
     EXPECT_TRUE(isWhole(device, buffer));
     printf("%zu processes killed\n", 2 * rounds);

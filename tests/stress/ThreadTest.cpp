@@ -1,7 +1,5 @@
 // Sixteen threads that make every operation of the library at once, on buffers of their own and on
 // one that they share.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -9,6 +7,8 @@
 #include <cstring>
 #include <thread>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "platform/plexa.h"
 #include "platform/ulog.h"
@@ -128,8 +128,9 @@ bool lockByMapper(Worker& worker) {
     const bool locked = mapper.lock(worker.buffer, 3, {}, -1, &data) == 0 &&
                         mapper.lock(worker.buffer, 3, {}, -1, &data, &pixel, &row) == 0 &&
                         mapper.lock(worker.buffer, 3, {}, -1, &ycbcr) == 0;
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < 3; ++i) {
         mapper.unlock(worker.buffer);
+    }
     return locked && ycbcr.y == data;
 }
 
@@ -139,8 +140,9 @@ bool lockByHidl(Worker& worker) {
     android_ycbcr ycbcr = {};
     const bool locked = mapper.lock(worker.buffer, 3, {}, -1, &data) == 0 &&
                         mapper.lock(worker.buffer, 3, {}, -1, &ycbcr) == 0;
-    for (int i = 0; i < 2; ++i)
+    for (int i = 0; i < 2; ++i) {
         mapper.unlock(worker.buffer);
+    }
     return locked && ycbcr.y == data;
 }
 
@@ -163,10 +165,12 @@ bool readHdr(Worker& worker) {
     const auto payload =
             worker.shared.mapper.getStandardMetadata<StandardMetadataType::SMPTE2094_40>(
                     worker.buffer);
-    if (!payload)
+    if (!payload) {
         return worker.buffer == worker.shared.buffer;
-    if (!*payload)
+    }
+    if (!*payload) {
         return true;
+    }
     const std::vector<uint8_t>& bytes = **payload;
     return std::all_of(bytes.begin(), bytes.end(), [&](uint8_t b) { return b == bytes[0]; });
 }
@@ -225,8 +229,9 @@ void runThreads(Shared& shared, Clock::duration time) {
     const auto end = Clock::now() + time;
     {
         std::vector<std::jthread> threads;
-        for (size_t i = 0; i < kThreads; ++i)
+        for (size_t i = 0; i < kThreads; ++i) {
             threads.emplace_back([&, i] { work(shared, i, end, done, failed); });
+        }
     }
     size_t total = 0;
     for (size_t kind = 0; kind < std::size(kKinds); ++kind) {

@@ -1,10 +1,10 @@
 // What clients compiled into themselves: sizes, offsets, values and virtual slots. Whoever breaks
 // one of these breaks binaries that nobody here can rebuild.
-#include <gtest/gtest.h>
-
 #include <cstddef>
 #include <cstring>
 #include <string>
+
+#include <gtest/gtest.h>
 
 #include "platform/plexa.h"
 #include "utils/gralloc/IGrallocHelper.h"

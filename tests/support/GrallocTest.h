@@ -22,8 +22,9 @@ class GrallocTest : public DoublesTest {
     void TearDown() override {
         EXPECT_TRUE(mapperScript().imports.empty()) << "a buffer was not freed";
         EXPECT_EQ(platformScript().wrongPresets, 0);
-        for (const int fd : allocatorScript().descriptors)
+        for (const int fd : allocatorScript().descriptors) {
             EXPECT_EQ(fcntl(fd, F_GETFD), -1) << "a raw buffer's descriptor was not closed";
+        }
     }
 };
 

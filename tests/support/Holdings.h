@@ -20,12 +20,14 @@ struct Holdings {
 inline Holdings holdings() {
     Holdings held;
     DIR* const folder = opendir("/proc/self/fd");
-    while (readdir(folder) != nullptr)
+    while (readdir(folder) != nullptr) {
         ++held.descriptors;
+    }
     closedir(folder);
     std::ifstream maps("/proc/self/maps");
-    for (std::string line; std::getline(maps, line);)
+    for (std::string line; std::getline(maps, line);) {
         held.mappings += line.find("memfd:zelkcam") != std::string::npos;
+    }
     return held;
 }
 

@@ -62,8 +62,9 @@ WatchedFd::WatchedFd(const std::string& name)
 }
 
 WatchedFd::~WatchedFd() {
-    if (isOpen())
+    if (isOpen()) {
         syscall(SYS_close, mFd);
+    }
     const std::lock_guard guard(state().lock);
     state().names.erase(mFd);
 }

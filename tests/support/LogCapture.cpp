@@ -30,10 +30,12 @@ State& state() {
 void addLine(const LogLine& line) {
     const std::lock_guard guard(state().lock);
     const char* const output = line.switchboard ? "switchboard" : "android";
-    if (state().echo)
+    if (state().echo) {
         fprintf(stderr, "%s %d %s %s\n", output, line.level, line.tag.c_str(), line.text.c_str());
-    if (line.tag.starts_with("ZelkCam/"))
+    }
+    if (line.tag.starts_with("ZelkCam/")) {
         state().lines.push_back(line);
+    }
 }
 
 class CapturingULogger final : public ULogger {
@@ -69,19 +71,23 @@ std::string statement(const LogLine& line, const char* output) {
     const std::string tag = line.tag.substr(strlen("ZelkCam/"));
     const char letter = line.switchboard ? "?EWI?D"[line.level] : "???DIWE?"[line.level];
     std::string text = line.text;
-    if (!line.switchboard && letter == 'E')
+    if (!line.switchboard && letter == 'E') {
         text = withoutLocation(text, kPaths.at(tag));
-    if (line.switchboard && line.module != 0x40007001)
+    }
+    if (line.switchboard && line.module != 0x40007001) {
         text += " as module " + std::to_string(line.module);
-    if (line.switchboard && static_cast<size_t>(line.length) != line.text.size())
+    }
+    if (line.switchboard && static_cast<size_t>(line.length) != line.text.size()) {
         text += " of length " + std::to_string(line.length);
+    }
     return letter + std::string(output) + " " + tag + " " + text;
 }
 
 __attribute__((format(printf, 1, 0))) std::string formatted(const char* format, va_list arguments) {
     char* text = nullptr;
-    if (vasprintf(&text, format, arguments) < 0)
+    if (vasprintf(&text, format, arguments) < 0) {
         abort();
+    }
     const std::string copy = text;
     free(text);
     return copy;

@@ -2,11 +2,11 @@
 // takes the place of __android_log_print, __android_log_assert and zelkcam_testLog.
 #pragma once
 
-#include <gmock/gmock.h>
-
 #include <cstdint>
 #include <string>
 #include <vector>
+
+#include <gmock/gmock.h>
 
 namespace zelkcam::test {
 

@@ -82,10 +82,11 @@ const std::vector<YcbcrCase>& indescribableLayouts() {
 
 std::string ycbcrText(const android_ycbcr& ycbcr) {
     std::string text;
-    for (const void* const address : {ycbcr.y, ycbcr.cb, ycbcr.cr})
+    for (const void* const address : {ycbcr.y, ycbcr.cb, ycbcr.cr}) {
         text += address == nullptr
                         ? "- "
                         : std::to_string(static_cast<const char*>(address) - kMapped) + " ";
+    }
     return text + std::to_string(ycbcr.ystride) + " " + std::to_string(ycbcr.cstride) + " " +
            std::to_string(ycbcr.chroma_step);
 }

@@ -23,8 +23,9 @@ uint32_t& statusOf(void* record) {
 bool isPreset(int attribute, const void* out) {
     static const plexa_sf_record_t zeros = {};
     const int32_t none = -1;
-    if (attribute == PLEXA_GET_ION_FD)
+    if (attribute == PLEXA_GET_ION_FD) {
         return memcmp(out, &none, sizeof(none)) == 0;
+    }
     return memcmp(out, &zeros, attribute == PLEXA_GET_SF_INFO ? sizeof(zeros) : 4) == 0;
 }
 
@@ -57,8 +58,9 @@ extern "C" {
 // attempt to close none.
 int close(int fd) {
     const std::string name = descriptorName(fd);
-    if (fd < 0 || name != std::to_string(fd))
+    if (fd < 0 || name != std::to_string(fd)) {
         journal().add("close " + name);
+    }
     return static_cast<int>(syscall(SYS_close, fd));
 }
 
@@ -76,8 +78,9 @@ int32_t property_get_int32(const char* key, int32_t defaultValue) {
 nsecs_t systemTime(int clock) {
     journal().add("systemTime " + std::to_string(clock));
     auto& readings = platformScript().clock;
-    if (readings.empty())
+    if (readings.empty()) {
         return 0;
+    }
     const nsecs_t now = readings.front();
     readings.pop_front();
     return now;
@@ -89,21 +92,24 @@ int plexa_query(const native_handle*, int attribute, void* out) {
     script.wrongPresets += !isPreset(attribute, out);
     const std::vector<int32_t>& values = script.attributes[attribute];
     const size_t read = script.reads[attribute]++;
-    if (script.queryResults[attribute] != 0)
+    if (script.queryResults[attribute] != 0) {
         return script.queryResults[attribute];
-    if (attribute == PLEXA_GET_SF_INFO)
+    }
+    if (attribute == PLEXA_GET_SF_INFO) {
         statusOf(out) = script.status;
-    else if (!values.empty())
+    } else if (!values.empty()) {
         memcpy(out, &values[read % values.size()], sizeof(int32_t));
+    }
     return 0;
 }
 
 int plexa_perform(const native_handle*, int operation, void* in) {
     journal().add("plexa_perform " + std::to_string(operation));
-    if (operation == PLEXA_SET_SF_INFO)
+    if (operation == PLEXA_SET_SF_INFO) {
         platformScript().status = statusOf(in);
-    else if (operation == PLEXA_SET_SOF)
+    } else if (operation == PLEXA_SET_SOF) {
         platformScript().startOfFrame = *static_cast<uint64_t*>(in);
+    }
     return platformScript().performResults[operation];
 }
 

@@ -4,10 +4,10 @@
 
 #include <algorithm>
 
+#include <aidl/android/hardware/graphics/allocator/BnAllocator.h>
+
 #include "platform/utils.h"
 #include "tests/support/Journal.h"
-
-#include <aidl/android/hardware/graphics/allocator/BnAllocator.h>
 
 namespace zelkcam::test {
 
@@ -30,15 +30,17 @@ AIMapper_Error importBuffer(const native_handle_t*, buffer_handle_t* out) {
     }
     *out = result == 0 && !script.importGivesNull ? native_handle_create(0, 1)
                                                   : script.failedImport;
-    if (result == 0 && *out != nullptr)
+    if (result == 0 && *out != nullptr) {
         script.imports.insert(*out);
+    }
     return toError(result);
 }
 
 AIMapper_Error freeBuffer(buffer_handle_t buffer) {
     journal().add("freeBuffer");
-    if (mapperScript().imports.erase(buffer) != 0)
+    if (mapperScript().imports.erase(buffer) != 0) {
         native_handle_delete(const_cast<native_handle_t*>(buffer));
+    }
     return toError(mapperScript().freeResult);
 }
 
@@ -47,29 +49,34 @@ AIMapper_Error lock(buffer_handle_t, uint64_t usage, ARect rect, int fence, void
     snprintf(text, sizeof(text), "lock usage=%lx rect=%d,%d,%d,%d fence=%s", usage, rect.left,
              rect.top, rect.right, rect.bottom, descriptorName(fence).c_str());
     journal().add(text);
-    if (mapperScript().onLock)
+    if (mapperScript().onLock) {
         mapperScript().onLock();
+    }
     *out = kMapped;  // a failed lock writes, too
     return toError(mapperScript().lockResult);
 }
 
 AIMapper_Error unlock(buffer_handle_t, int* releaseFence) {
     journal().add("unlock");
-    if (mapperScript().unlockFence != -1)
+    if (mapperScript().unlockFence != -1) {
         *releaseFence = mapperScript().unlockFence;
+    }
     return toError(mapperScript().unlockResult);
 }
 
 int32_t getStandardMetadata(buffer_handle_t, int64_t type, void* destination, size_t size) {
     journal().add("getStandardMetadata " + std::to_string(type) + " " + std::to_string(size));
     MapperScript& script = mapperScript();
-    if (script.getMetadata)
+    if (script.getMetadata) {
         return script.getMetadata(type, destination, size);
+    }
     const auto found = script.metadata.find(type);
-    if (found == script.metadata.end())
+    if (found == script.metadata.end()) {
         return -AIMAPPER_ERROR_UNSUPPORTED;
-    if (found->second.size() <= size)
+    }
+    if (found->second.size() <= size) {
         std::copy(found->second.begin(), found->second.end(), static_cast<uint8_t*>(destination));
+    }
     return static_cast<int32_t>(found->second.size());
 }
 
@@ -105,11 +112,13 @@ class ScriptedAllocator final : public alloc::BnAllocator {
         AllocatorScript& script = allocatorScript();
         script.requests.push_back(description);
         script.counts.push_back(count);
-        if (script.onAllocate)
+        if (script.onAllocate) {
             script.onAllocate();
+        }
         result->stride = script.stride;
-        for (int i = 0; i < count + script.surplus; ++i)
+        for (int i = 0; i < count + script.surplus; ++i) {
             result->buffers.push_back(newBuffer());
+        }
         return script.allocateStatus ? script.allocateStatus() : ndk::ScopedAStatus::ok();
     }
 
@@ -157,8 +166,10 @@ std::shared_ptr<alloc::IAllocator> scriptedAllocator() {
 
 void registerScriptedAllocator() {
     const std::string name = std::string(alloc::IAllocator::descriptor) + "/default";
-    if (AServiceManager_addService(scriptedAllocator()->asBinder().get(), name.c_str()) != EX_NONE)
+    if (AServiceManager_addService(scriptedAllocator()->asBinder().get(), name.c_str()) !=
+        EX_NONE) {
         abort();
+    }
 }
 
 PlaneLayoutComponent component(PlaneLayoutComponentType type, int64_t offsetInBits,
@@ -182,8 +193,9 @@ PlaneLayout plane(int64_t offset, int64_t increment, int64_t stride,
 std::vector<uint8_t> encoded(const std::vector<PlaneLayout>& planes) {
     using Value = mapper::StandardMetadata<StandardMetadataType::PLANE_LAYOUTS>::value;
     std::vector<uint8_t> bytes(Value::encode(planes, nullptr, 0));
-    if (Value::encode(planes, bytes.data(), bytes.size()) != static_cast<int32_t>(bytes.size()))
+    if (Value::encode(planes, bytes.data(), bytes.size()) != static_cast<int32_t>(bytes.size())) {
         abort();
+    }
     return bytes;
 }
 

@@ -15,11 +15,13 @@ class SupportTest : public DoublesTest {
     static void write(int priority, int level, const char* android, const char* board,
                       uint32_t module = 0x40007001, int extraLength = 0) {
         constexpr char kTag[] = "ZelkCam/GrallocHelper";
-        if (android != nullptr)
+        if (android != nullptr) {
             __android_log_print(priority, kTag, "%s", android);
-        if (board != nullptr)
+        }
+        if (board != nullptr) {
             ULogger::sULogger->write(module, kTag, level, board,
                                      static_cast<int>(strlen(board)) + extraLength);
+        }
     }
 };
 

@@ -1,12 +1,13 @@
 // share and attach: one buffer, two processes.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <png.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <png.h>
 
 #include "tests/tool/Tool.h"
 #include "utils/gralloc/IGrallocHelper.h"
@@ -98,8 +99,9 @@ Pixels pictureThrough(const std::string& format, const std::string& pattern,
 // How many bytes differ by more than chroma that neighbours share, and rounding, can explain.
 size_t differences(const Pixels& left, const Pixels& right, int tolerance) {
     size_t count = left.bytes.size() == right.bytes.size() ? 0 : left.bytes.size();
-    for (size_t i = 0; i < left.bytes.size() && i < right.bytes.size(); ++i)
+    for (size_t i = 0; i < left.bytes.size() && i < right.bytes.size(); ++i) {
         count += std::abs(left.bytes[i] - right.bytes[i]) > tolerance;
+    }
     return count;
 }
 
@@ -115,8 +117,9 @@ TEST(Attach, APictureLooksTheSameInEveryFormat) {
     EXPECT_NEAR(middle[0], 128, 2);
     EXPECT_NEAR(middle[1], 128, 2);
     for (const char* const format :
-         {"RGB_888", "BGRA_8888", "YCrCb_420_SP", "NV12", "YV12", "YCBCR_P010", "YCbCr_422_I"})
+         {"RGB_888", "BGRA_8888", "YCrCb_420_SP", "NV12", "YV12", "YCBCR_P010", "YCbCr_422_I"}) {
         EXPECT_EQ(differences(pictureThrough(format, "ramp", folder), rgba, 4), 0u) << format;
+    }
     const Pixels y8 = pictureThrough("Y8", "ramp", folder);
     EXPECT_EQ(differences(pictureThrough("RAW16", "ramp", folder), y8, 0), 0u);
 }
@@ -142,8 +145,9 @@ TEST(Attach, FillsTheComponentsWhereTheMapperHasThem) {
         EXPECT_EQ(at(planes.cb, chroma), kCb);
         EXPECT_EQ(at(planes.cr, chroma), kCr);
         const int fence = buffer.mapper.unlock(buffer.handle);
-        if (fence >= 0)
+        if (fence >= 0) {
             close(fence);
+        }
     }
 }
 
@@ -152,8 +156,9 @@ TEST(Attach, DescribesTheBufferAsARequestDoesAndShareToo) {
     const Json request = runForDocument({"query", "YV12", "321x183"}, "query");
     RunningTool server({"share", "YV12", "321x183", folder / "socket", "--json"}, "\n}\n");
     const Json buffer = runForDocument({"attach", folder / "socket"}, "buffer");
-    for (const char* const field : {"format", "formatName", "width", "height", "planes"})
+    for (const char* const field : {"format", "formatName", "width", "height", "planes"}) {
         EXPECT_EQ(buffer[field], request[field]);
+    }
     EXPECT_EQ(buffer["sharedMemoryDescriptors"].size(), 1u);
     EXPECT_EQ(buffer["hdr"]["smpte2086"], nullptr);
 }

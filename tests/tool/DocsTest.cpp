@@ -1,10 +1,10 @@
 // The console blocks of docs/grallocinfo.md are what the program prints.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <filesystem>
 #include <regex>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "tests/tool/Tool.h"
 
@@ -28,9 +28,11 @@ std::string printedBy(const std::string& command, const std::string& folder) {
 std::string blockAnew(const std::string& block, const std::string& folder) {
     std::string text;
     std::istringstream lines(block);
-    for (std::string line; std::getline(lines, line);)
-        if (line.starts_with("$ "))
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with("$ ")) {
             text += line + "\n" + printedBy(line.substr(2), folder);
+        }
+    }
     return text;
 }
 
@@ -57,16 +59,18 @@ TEST(Docs, ShowWhatTheProgramPrintsAndDraws) {
     const std::string page = contentsOf(kDocs / kPage);
     const std::string anew = pageAnew(page, scratch / "");
     const bool update = getenv("UPDATE_DOCS") != nullptr;
-    if (update)
+    if (update) {
         writeContents(kDocs / kPage, anew);
-    else
+    } else {
         EXPECT_EQ(page, anew);
+    }
     size_t pictures = 0;
     for (const auto& image : std::filesystem::directory_iterator(images)) {
         const auto committed = kDocs / "images" / image.path().filename();
-        if (update)
+        if (update) {
             std::filesystem::copy_file(image, committed,
                                        std::filesystem::copy_options::overwrite_existing);
+        }
         EXPECT_EQ(contentsOf(committed), contentsOf(image.path())) << committed;
         ++pictures;
     }

@@ -15,9 +15,11 @@ using testing::IsEmpty;
 
 // The row of `name` in a formats document.
 Json rowOf(const Json& document, const std::string& name) {
-    for (const Json& row : document["formats"])
-        if (row["formatName"] == name)
+    for (const Json& row : document["formats"]) {
+        if (row["formatName"] == name) {
             return row;
+        }
+    }
     ADD_FAILURE() << "no row for " << name;
     return {};
 }
@@ -51,8 +53,9 @@ TEST(Diff, PrintsWhatMovedAndNothingElse) {
             row["planes"][1]["rowStrideInBytes"] = 48;
             row["paddingPercent"] = 12.5;  // follows from the others, and is not compared
         }
-        if (row["formatName"] == "Y16")
+        if (row["formatName"] == "Y16") {
             row["status"] = -12;
+        }
     }
     writeContents(folder / "b.json", before.dump());
     EXPECT_EQ(runTool({"diff", folder / "a.json", folder / "b.json"}).out,

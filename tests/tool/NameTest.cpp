@@ -36,33 +36,38 @@ std::string dataspaceName(uint32_t code) {
 }  // namespace
 
 TEST(Name, EveryPixelFormatGoesThereAndBack) {
-    for (const auto& [code, name] : kPixelFormatNames)
+    for (const auto& [code, name] : kPixelFormatNames) {
         expectRoundTrip("--format", static_cast<uint32_t>(code), std::string(name));
+    }
 }
 
 TEST(Name, EveryUsageGoesThereAndBack) {
-    for (const UsageName& usage : kUsageFieldNames)
+    for (const UsageName& usage : kUsageFieldNames) {
         expectRoundTrip("--usage", usage.value, "0|" + std::string(usage.name));
+    }
     constexpr uint32_t kTexture = 0x100;  // some flags are named in the company of another only
-    for (const UsageName& usage : kHardwareUsageNames)
+    for (const UsageName& usage : kHardwareUsageNames) {
         expectRoundTrip("--usage", usage.value | kTexture,
                         usage.value == kTexture  ? "0|HW_TEXTURE"
                         : usage.value < kTexture ? "0|" + std::string(usage.name) + "|HW_TEXTURE"
                                                  : "0|HW_TEXTURE|" + std::string(usage.name));
+    }
     expectRoundTrip("--usage", 0x20033, "0|SW_READ_OFTEN|SW_WRITE_OFTEN|HW_CAMERA_WRITE");
 }
 
 TEST(Name, EveryDataspaceGoesThereAndBack) {
-    for (const auto& [code, name] : kLegacyDataspaceNames)
+    for (const auto& [code, name] : kLegacyDataspaceNames) {
         expectRoundTrip("--dataspace", static_cast<uint32_t>(code), std::string(name));
+    }
     for (const CodeName& dataspace : kCombinedDataspaceNames) {
         const auto code = static_cast<uint32_t>(dataspace.code);
         expectRoundTrip("--dataspace", code, dataspaceName(code));
         EXPECT_EQ(runTool({"name", "--dataspace", std::string(dataspace.name)}).out,
                   hexOf(code) + "\n");
     }
-    for (const uint32_t unnamed : {0x10C60000u, 0xA060000u, 0x5u, 0xFFFFFFFFu})
+    for (const uint32_t unnamed : {0x10C60000u, 0xA060000u, 0x5u, 0xFFFFFFFFu}) {
         expectRoundTrip("--dataspace", unnamed, dataspaceName(unnamed));
+    }
 }
 
 TEST(Name, ACodeWithoutANameHasAnEmptyOneAndARemark) {

@@ -1,10 +1,10 @@
 // query --svg and --draw: the drawing's numbers against the query's.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <regex>
 #include <sstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "tests/tool/Tool.h"
 #include "tools/grallocinfo/Geometry.h"
@@ -129,8 +129,9 @@ TEST(Picture, TellsPaddingOfBothDirectionsFromPictureInEveryFormat) {
             {0x14, twoBytes},   {0x20, twoBytes},    {0x21, bytes},       {0x24, unknown},
             {0x25, raw10},      {0x36, tenBits},     {0x111, raw10},      {0x1000, semiPlanar},
             {0x12345, unknown}, {0x20203859, bytes}, {0x32315659, planar}};
-    for (const auto& [format, picture] : kFormats)
+    for (const auto& [format, picture] : kFormats) {
         EXPECT_EQ(pictureIn(format, picture.size(), 61, 47), picture) << format;
+    }
 }
 
 TEST(Picture, InTheTerminalListsTheSameNumbersWithinItsWidth) {
@@ -146,11 +147,13 @@ TEST(Picture, InTheTerminalListsTheSameNumbersWithinItsWidth) {
         EXPECT_THAT(drawing, testing::HasSubstr(" at " + std::to_string(offset) + "\r\n"));
         offset += plane["sizeInBytes"].get<uint64_t>();
     }
-    for (const std::string& row : {offsets, sizes, strides})
+    for (const std::string& row : {offsets, sizes, strides}) {
         EXPECT_THAT(drawing, testing::ContainsRegex(row + "\r"));
+    }
     std::istringstream lines(drawing);
-    for (std::string line; std::getline(lines, line);)
+    for (std::string line; std::getline(lines, line);) {
         EXPECT_TRUE(line.find("█") == std::string::npos || charactersOf(line) <= 60 + 1) << line;
+    }
 }
 
 TEST(Picture, ASizeOfOnePixelCanBeDrawn) {

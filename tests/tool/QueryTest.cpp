@@ -14,9 +14,10 @@ using testing::HasSubstr;
 
 Json planesOf(const zcam::GrallocStaticInfo& layout) {
     Json planes = Json::array();
-    for (const auto& plane : layout.planes)
+    for (const auto& plane : layout.planes) {
         planes.push_back(
                 {{"sizeInBytes", plane.sizeInBytes}, {"rowStrideInBytes", plane.rowStrideInBytes}});
+    }
     return planes;
 }
 
@@ -72,8 +73,9 @@ TEST(Query, TakesFormatsAndUsagesAsNumbersAndAsNames) {
     for (const Words& same :
          {Words{"query", "0x22", "640x480", "--usage", "0x10000"},
           Words{"query", "34", "640x480", "--usage", "65536"},
-          Words{"query", "34", "640x480", "--usage", "0|HW_VIDEO_ENCODER", "--force"}})
+          Words{"query", "34", "640x480", "--usage", "0|HW_VIDEO_ENCODER", "--force"}}) {
         EXPECT_EQ(runForDocument(same, "query"), byName);
+    }
 }
 
 TEST(Query, HoldsTheHidlMappersPlanesAgainstTheHelpers) {

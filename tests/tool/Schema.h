@@ -1,8 +1,9 @@
 // Holds a document against the schema that docs/ publishes.
 #pragma once
 
-#include <nlohmann/json.hpp>
 #include <string>
+
+#include <nlohmann/json.hpp>
 
 namespace zelkcam::test {
 

@@ -1,7 +1,6 @@
 #include "tests/tool/Tool.h"
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <spawn.h>
 #include <stdlib.h>
@@ -15,6 +14,8 @@
 #include <sstream>
 #include <string_view>
 
+#include <gtest/gtest.h>
+
 #include "tests/tool/Schema.h"
 
 namespace zelkcam::test {
@@ -23,8 +24,9 @@ namespace {
 
 std::vector<char*> pointersTo(const Words& words) {
     std::vector<char*> pointers;
-    for (const std::string& word : words)
+    for (const std::string& word : words) {
         pointers.push_back(const_cast<char*>(word.c_str()));
+    }
     pointers.push_back(nullptr);
     return pointers;
 }
@@ -37,8 +39,9 @@ Words environmentWith(const Words& additions) {
         const std::string_view text = *variable;
         const std::string_view name = text.substr(0, text.find('=') + 1);
         if (std::none_of(additions.begin(), additions.end(),
-                         [=](const std::string& addition) { return addition.starts_with(name); }))
+                         [=](const std::string& addition) { return addition.starts_with(name); })) {
             environment.emplace_back(text);
+        }
     }
     return environment;
 }
@@ -71,8 +74,9 @@ std::string readAll(int fd, const std::string& until = {}) {
     char bytes[4096];
     while (until.empty() || text.find(until) == std::string::npos) {
         const ssize_t count = read(fd, bytes, sizeof(bytes));
-        if (count <= 0)
+        if (count <= 0) {
             break;
+        }
         text.append(bytes, static_cast<size_t>(count));
     }
     return text;
@@ -145,8 +149,9 @@ RunningTool::~RunningTool() {
 }
 
 int RunningTool::end() {
-    if (mProcess <= 0)
+    if (mProcess <= 0) {
         return -1;
+    }
     kill(mProcess, SIGTERM);
     return statusOf(std::exchange(mProcess, -1));
 }

@@ -3,9 +3,10 @@
 
 #include <sys/types.h>
 
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
+
+#include <nlohmann/json.hpp>
 
 namespace zelkcam::test {
 

@@ -45,8 +45,9 @@ AidlBuffer::AidlBuffer(const zcam::GrallocRequest& request, uint32_t usage)
                                                 static_cast<uint32_t>(request.heightInPixels),
                                                 static_cast<PixelFormat>(request.format), 1, usage,
                                                 &mHandle, &stride, 0, "");
-    if (status != 0 || !mHandle)
+    if (status != 0 || !mHandle) {
         throw allocationFailure(status, request, usage);
+    }
 }
 
 AidlBuffer::~AidlBuffer() {
@@ -55,8 +56,9 @@ AidlBuffer::~AidlBuffer() {
 
 std::optional<uint64_t> allocationSizeOf(const native_handle* handle) {
     int32_t size = 0;
-    if (plexa_query(handle, PLEXA_GET_ALLOC_SIZE, &size) != 0 || size <= 0)
+    if (plexa_query(handle, PLEXA_GET_ALLOC_SIZE, &size) != 0 || size <= 0) {
         return std::nullopt;
+    }
     return static_cast<uint64_t>(size);
 }
 

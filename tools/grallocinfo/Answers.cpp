@@ -9,8 +9,9 @@ double FormatRow::bitsPerPixel() const {
 
 std::optional<double> FormatRow::paddingPercent() const {
     const double total = double(geometry.totalBytes());
-    if (!geometry.pictureKnown || total <= 0)
+    if (!geometry.pictureKnown || total <= 0) {
         return std::nullopt;
+    }
     return 100.0 * (total - double(geometry.pictureBytes())) / total;
 }
 

@@ -62,8 +62,9 @@ std::optional<uint32_t> joined(std::string_view text, ValueOf valueOf) {
         const size_t bar = text.find('|');
         more = bar != std::string_view::npos;
         const auto value = valueOf(text.substr(0, bar));
-        if (!value)
+        if (!value) {
             return std::nullopt;
+        }
         bits |= static_cast<uint32_t>(*value);
         text.remove_prefix(more ? bar + 1 : text.size());
     }
@@ -73,8 +74,9 @@ std::optional<uint32_t> joined(std::string_view text, ValueOf valueOf) {
 template <typename Value>
 Value orFail(std::optional<Value> value, const char* what, std::string_view text,
              const char* expected) {
-    if (!value)
+    if (!value) {
         throw unusable(std::string(what) + " " + inQuotes(text) + " is not usable: " + expected);
+    }
     return *value;
 }
 
@@ -95,8 +97,9 @@ Size parseSize(std::string_view text) {
 
 int32_t parseFormat(std::string_view text) {
     auto code = number(text);
-    if (!code)
+    if (!code) {
         code = formatOfName(text);
+    }
     return static_cast<int32_t>(orFail(code, "pixel format", text, kFormatExpected));
 }
 
@@ -110,8 +113,9 @@ uint32_t parseUsage(std::string_view text) {
 
 int32_t parseDataspace(std::string_view text) {
     const auto bits = joined(text, [](std::string_view word) -> std::optional<int32_t> {
-        if (const auto value = number(word))
+        if (const auto value = number(word)) {
             return static_cast<int32_t>(*value);
+        }
         const auto value = negative(word);
         return value ? value : dataspaceOfName(word);
     });

@@ -56,8 +56,9 @@ RawHandle receiveFrom(const std::string& path) {
     int error = transport::setTimeout(server.value.get(), kServerPatience);
     if (error == 0) {
         auto received = transport::receiveHandle(server.value.get());
-        if (received.ok())
+        if (received.ok()) {
             return RawHandle(received.value);
+        }
         error = received.error;
     }
     throw systemFailure("no buffer came from " + inQuotes(path), -error);
@@ -152,12 +153,15 @@ void runAttach(const AttachOptions& options) {
     const ImportedBuffer buffer(raw.get());
     raw.reset();
     const BufferAnswer answer = describeBuffer(buffer.handle(), *mapper);
-    if (!options.fill.empty())
+    if (!options.fill.empty()) {
         fill(buffer.handle(), answer, options.fill);
-    if (!options.png.empty())
+    }
+    if (!options.png.empty()) {
         savePicture(buffer.handle(), answer, options.png);
-    if (options.json)
+    }
+    if (options.json) {
         return writeDocument(bufferDocument(answer));
+    }
     printBuffer(std::cout, answer);
 }
 

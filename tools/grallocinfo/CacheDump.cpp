@@ -38,20 +38,24 @@ std::optional<DumpLine> readDumpLine(const std::string& line) {
             R"((-?\d+)x(-?\d+) usage:0x([0-9a-f]+)\(([^)]*)\) format:0x([0-9a-f]+)\(([^)]*)\)( -->)?\s*)");
     static const std::regex kPlane(R"(  \[(\d+)\] sizeInBytes:(\d+) rowStrideInBytes:(\d+)\s*)");
     const size_t marker = line.find(kMarker);
-    if (marker == std::string::npos || line.size() > kLongestLine)
+    if (marker == std::string::npos || line.size() > kLongestLine) {
         return std::nullopt;
+    }
     const std::string text = line.substr(marker + sizeof(kMarker) - 1);
     std::smatch match;
-    if (std::regex_match(text, match, kTime))
+    if (std::regex_match(text, match, kTime)) {
         return DumpedTime{valueOf<int64_t>(match[1])};
+    }
     if (std::regex_match(text, match, kPlane)) {
         return DumpedPlane{valueOf<uint64_t>(match[1]), valueOf<uint64_t>(match[2]),
                            valueOf<uint64_t>(match[3])};
     }
-    if (!std::regex_match(text, match, kRecord))
+    if (!std::regex_match(text, match, kRecord)) {
         return std::nullopt;
-    if (match[7].matched)
+    }
+    if (match[7].matched) {
         return DumpedRequest{recordOf(match)};
+    }
     return DumpedAnswer{recordOf(match)};
 }
 

@@ -3,8 +3,9 @@
 // when there is no answer.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
+
+#include <CLI/CLI.hpp>
 
 namespace grallocinfo {
 

@@ -36,11 +36,13 @@ HdrMetadata readHdr(const native_handle* handle, const MapperV5& mapper) {
                          (*display)->minLuminance};
     }
     const auto light = mapper.getStandardMetadata<StandardMetadataType::CTA861_3>(handle);
-    if (light && *light)
+    if (light && *light) {
         hdr.cta861_3 = {(*light)->maxContentLightLevel, (*light)->maxFrameAverageLightLevel};
+    }
     const auto dynamic = mapper.getStandardMetadata<StandardMetadataType::SMPTE2094_40>(handle);
-    if (dynamic)
+    if (dynamic) {
         hdr.smpte2094_40 = *dynamic;
+    }
     return hdr;
 }
 
@@ -50,8 +52,9 @@ BufferAnswer describeBuffer(const native_handle* handle, const MapperV5& mapper)
     BufferAnswer answer;
     NSCam::GrallocDynamicInfo dynamic;
     const int32_t status = helper().query(handle, &answer.layout, &dynamic);
-    if (status != 0)
+    if (status != 0) {
         throw handleFailure(status);
+    }
     answer.name = formatName(answer.layout.format);
     answer.descriptors.assign(dynamic.ionFds.begin(), dynamic.ionFds.end());
     answer.hdr = readHdr(handle, mapper);

@@ -108,8 +108,9 @@ void requireSameRequest(const Json& left, const Json& right) {
 
 bool isCompared(const std::string& field) {
     for (const char* const name : kNotCompared) {
-        if (field == name)
+        if (field == name) {
             return false;
+        }
     }
     return true;
 }
@@ -124,18 +125,21 @@ void compareFormat(int32_t code, const Json& left, const Json& right, Comparison
     const Json leftFields = left.flatten();
     const Json rightFields = right.flatten();
     std::vector<std::string> fields;
-    for (const auto& [field, value] : leftFields.items())
+    for (const auto& [field, value] : leftFields.items()) {
         fields.push_back(field);
+    }
     for (const auto& [field, value] : rightFields.items()) {
-        if (!leftFields.contains(field))
+        if (!leftFields.contains(field)) {
             fields.push_back(field);
+        }
     }
     const std::string name = nameOf(left.empty() ? right : left);
     for (const std::string& field : fields) {
         const Json from = leftFields.value(field, Json());
         const Json to = rightFields.value(field, Json());
-        if (from != to && isCompared(field))
+        if (from != to && isCompared(field)) {
             comparison.differences.push_back({code, name, field, from, to});
+        }
     }
 }
 
@@ -164,14 +168,16 @@ void printComparison(std::ostream& out, const Comparison& comparison) {
     std::string heading;
     for (const Difference& difference : comparison.differences) {
         const std::string format = describeFormat(difference.formatName, difference.format);
-        if (format != heading)
+        if (format != heading) {
             out << format << '\n';
+        }
         heading = format;
         out << "  " << difference.field.substr(1) << "  " << valueText(difference.left) << " -> "
             << valueText(difference.right) << '\n';
     }
-    if (comparison.differences.empty())
+    if (comparison.differences.empty()) {
         out << "no difference in " << comparison.formats << " formats\n";
+    }
 }
 
 Json comparisonDocument(const Comparison& comparison) {
@@ -196,12 +202,14 @@ void runDiff(const DiffOptions& options) {
     requireSameRequest(left, right);
     const Comparison comparison =
             compare(formatsOf(left, options.left), formatsOf(right, options.right));
-    if (options.json)
+    if (options.json) {
         writeDocument(comparisonDocument(comparison));
-    else
+    } else {
         printComparison(std::cout, comparison);
-    if (options.exitCode && !comparison.differences.empty())
+    }
+    if (options.exitCode && !comparison.differences.empty()) {
         endWith(kMoved);
+    }
 }
 
 }  // namespace

@@ -33,8 +33,9 @@ Failure systemFailure(const std::string& what, int error) {
 
 std::string inQuotes(std::string_view text) {
     std::string result = "'";
-    for (const char character : text.substr(0, kQuotedCharacters))
+    for (const char character : text.substr(0, kQuotedCharacters)) {
         result += isControl(character) ? escaped(character) : std::string(1, character);
+    }
     return result + (text.size() > kQuotedCharacters ? "...'" : "'");
 }
 

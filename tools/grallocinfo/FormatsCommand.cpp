@@ -30,18 +30,20 @@ struct FormatsOptions {
 FormatRow rowOf(const zcam::GrallocRequest& request) {
     FormatRow row;
     row.status = tryQueryLayout(request, false, row.answer);
-    if (row.status == 0)
+    if (row.status == 0) {
         row.geometry = geometryOf(row.answer.layout, measureAllocation(request));
-    else
+    } else {
         row.meaning = meaningOf(row.status, request);
+    }
     return row;
 }
 
 // Nothing is known of any format when there is nobody to allocate from.
 void requireAllocator(const FormatList& list) {
     for (const FormatRow& row : list.rows) {
-        if (row.status == 0 || row.meaning.code != kNoAllocatorService)
+        if (row.status == 0 || row.meaning.code != kNoAllocatorService) {
             return;
+        }
     }
     throw Failure{ExitCode::kLibraryFailure, kNoAllocatorService, list.rows.front().status,
                   "every query answered " + std::to_string(list.rows.front().status) + ": " +
@@ -50,8 +52,9 @@ void requireAllocator(const FormatList& list) {
 
 FormatList listFormats(const Size& size, uint32_t usage) {
     FormatList list{size.width, size.height, usage, usageName(usage), {}};
-    for (const auto& format : NSCam::gralloc::kPixelFormatNames)
+    for (const auto& format : NSCam::gralloc::kPixelFormatNames) {
         list.rows.push_back(rowOf({usage, format.code, size.width, size.height}));
+    }
     requireAllocator(list);
     return list;
 }
@@ -62,10 +65,11 @@ void runFormats(const FormatsOptions& options) {
     openLibraryLog(options.verbose);
     startLibrary();
     const FormatList list = listFormats(size, usage);
-    if (options.json)
+    if (options.json) {
         writeDocument(formatsDocument(list));
-    else
+    } else {
         printFormats(std::cout, list);
+    }
 }
 
 }  // namespace

@@ -62,8 +62,9 @@ PlaneGeometry placed(const zcam::GrallocStaticInfo::Plane& plane, uint64_t offse
 void markPicture(PlaneGeometry& plane, const PlaneShape& shape,
                  const zcam::GrallocStaticInfo& layout) {
     plane.components = shape.components;
-    if (shape.bitsPerSample == 0)
+    if (shape.bitsPerSample == 0) {
         return;
+    }
     const uint64_t samples = static_cast<uint32_t>(layout.widthInPixels) / shape.pixelsAcross;
     const uint64_t rows = static_cast<uint32_t>(layout.heightInPixels) / shape.pixelsDown;
     plane.pictureRowBytes = std::min((samples * shape.bitsPerSample + 7) / 8, plane.rowStride);
@@ -78,8 +79,9 @@ uint64_t BufferGeometry::tail() const {
 
 uint64_t BufferGeometry::pictureBytes() const {
     uint64_t bytes = 0;
-    for (const PlaneGeometry& plane : planes)
+    for (const PlaneGeometry& plane : planes) {
         bytes += plane.pictureRowBytes * plane.pictureRows;
+    }
     return bytes;
 }
 
@@ -91,8 +93,9 @@ BufferGeometry geometryOf(const zcam::GrallocStaticInfo& layout,
     buffer.pictureKnown = shape && shape->planes[0].bitsPerSample != 0;
     for (size_t i = 0; i < layout.planes.size(); ++i) {
         buffer.planes.push_back(placed(layout.planes[i], buffer.planesEnd));
-        if (shape && i < shape->planes.size())
+        if (shape && i < shape->planes.size()) {
             markPicture(buffer.planes.back(), shape->planes[i], layout);
+        }
         buffer.planesEnd += layout.planes[i].sizeInBytes;
     }
     return buffer;

@@ -20,8 +20,9 @@ namespace {
 void requireServices() {
     using android::hardware::graphics::allocator::V4_0::IAllocator;
     const bool mapper = IMapper::getService("default", false) != nullptr;
-    if (mapper && IAllocator::getService("default", false) != nullptr)
+    if (mapper && IAllocator::getService("default", false) != nullptr) {
         return;
+    }
     throw Failure{ExitCode::kLibraryFailure, "NO_HIDL_SERVICE", std::nullopt,
                   std::string("there is no HIDL 4.0 graphics ") +
                           (mapper ? "allocator" : "mapper") + " service (instance default)"};

@@ -31,8 +31,9 @@ FatalHandler gFatalHandler = nullptr;
 
 void holdErrors(const __android_logger_data* data, const char* message) {
     // A fatal line liblog prints by itself.
-    if (data->priority != ANDROID_LOG_ERROR)
+    if (data->priority != ANDROID_LOG_ERROR) {
         return;
+    }
     const std::lock_guard lock(gLogLock);
     gHeldErrors.push_back({data->priority, data->tag ? data->tag : "", message});
 }
@@ -60,8 +61,9 @@ std::string noAllocatorService() {
 }
 
 StatusMeaning meaningOfRefusal(const zcam::GrallocRequest& request, uint32_t usage) {
-    if (!allocatorServiceExists())
+    if (!allocatorServiceExists()) {
         return {kNoAllocatorService, noAllocatorService()};
+    }
     return {"ALLOCATION_REFUSED",
             "the allocator refused a buffer of " + std::to_string(request.widthInPixels) + "x" +
                     std::to_string(request.heightInPixels) + " " +
@@ -94,16 +96,18 @@ void onLibraryFatal(FatalHandler handler) {
     gFatalHandler = handler;
     __android_log_set_aborter([](const char* message) {
         std::string lastWords = message ? message : "";
-        while (!lastWords.empty() && static_cast<unsigned char>(lastWords.back()) <= ' ')
+        while (!lastWords.empty() && static_cast<unsigned char>(lastWords.back()) <= ' ') {
             lastWords.pop_back();
+        }
         gFatalHandler(lastWords);
     });
 }
 
 void startLibrary() {
     helper();
-    if (gHoldsErrors && !allocatorServiceExists())
+    if (gHoldsErrors && !allocatorServiceExists()) {
         __android_log_set_logger(dropLine);
+    }
 }
 
 NSCam::IGrallocHelper& helper() {
@@ -127,16 +131,18 @@ int32_t tryQueryLayout(const zcam::GrallocRequest& request, bool force, LayoutAn
     answer.requestedName = formatName(request.format);
     answer.usageName = usageName(request.usage);
     const int32_t status = helper().query(&request, &answer.layout, force);
-    if (status == 0)
+    if (status == 0) {
         answer.resolvedName = formatName(answer.layout.format);
+    }
     return status;
 }
 
 LayoutAnswer queryLayout(const zcam::GrallocRequest& request, bool force) {
     LayoutAnswer answer;
     const int32_t status = tryQueryLayout(request, force, answer);
-    if (status == 0)
+    if (status == 0) {
         return answer;
+    }
     const StatusMeaning meaning = meaningOf(status, request);
     throw Failure{ExitCode::kLibraryFailure, meaning.code, status,
                   "the query answered " + std::to_string(status) + ": " + meaning.sentence};
@@ -150,8 +156,9 @@ StatusMeaning meaningOf(int32_t status, const zcam::GrallocRequest& request) {
                         ? "the library has no layout rule for what the allocator made of " + format
                         : "the library has no layout rule for " + format};
     }
-    if (status == -ENOMEM)
+    if (status == -ENOMEM) {
         return meaningOfRefusal(request, probeUsage(request));
+    }
     if (status == std::numeric_limits<int32_t>::min()) {
         return {"LAYOUT_UNREADABLE",
                 "the attributes of the probe buffer of " + format +

@@ -54,23 +54,26 @@ void printName(const Kind& kind, const std::string& text, bool json) {
     if (json) {
         Json document = newDocument();
         document["kind"] = kind.name;
-        if (kind.isBitSet)
+        if (kind.isBitSet) {
             putUnsignedCode(document, "code", static_cast<uint32_t>(code));
-        else
+        } else {
             putCode(document, "code", code);
+        }
         document["name"] = name;
         return writeDocument(document);
     }
     std::cout << (looksLikeNumber(text) ? name : hex(code)) << '\n';
-    if (name.empty())
+    if (name.empty()) {
         remark("no name for " + hex(code));
+    }
 }
 
 void runName(const NameOptions& options) {
     openLibraryLog(options.verbose);
     for (size_t i = 0; i < kKinds.size(); ++i) {
-        if (options.given[i]->count() > 0)
+        if (options.given[i]->count() > 0) {
             printName(kKinds[i], options.texts[i], options.json);
+        }
     }
 }
 

@@ -36,12 +36,14 @@ bool colourWanted() {
 size_t outputWidth() {
     constexpr size_t kPlenty = 1000;
     winsize size{};
-    if (!isatty(STDOUT_FILENO))
+    if (!isatty(STDOUT_FILENO)) {
         return kPlenty;
+    }
     const char* const columns = getenv("COLUMNS");
     const long asked = columns ? strtol(columns, nullptr, 10) : 0;
-    if (asked > 0)
+    if (asked > 0) {
         return static_cast<size_t>(asked);
+    }
     return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : kPlenty;
 }
 
@@ -51,18 +53,21 @@ void remark(const std::string& text) {
 
 void flushOutput() {
     // A stream that has failed before left its reason.
-    if (std::cout)
+    if (std::cout) {
         errno = 0;
-    if (!std::cout.flush())
+    }
+    if (!std::cout.flush()) {
         throw systemFailure("cannot write to standard output", errno ? errno : EIO);
+    }
 }
 
 std::ifstream openFile(const std::string& path, const std::string& expected) {
     errno = 0;
     std::ifstream file(path, std::ios::binary);
     // A folder opens, and fails only when it is read. A file may be empty.
-    if (file && file.peek() == std::ifstream::traits_type::eof() && errno == 0)
+    if (file && file.peek() == std::ifstream::traits_type::eof() && errno == 0) {
         file.clear();
+    }
     if (!file) {
         throw unusable("cannot read " + inQuotes(path) + " (" + strerror(errno) + "): expected " +
                        expected);
@@ -79,8 +84,9 @@ void writeFile(const std::string& path, const std::function<void(std::ostream&)>
     }
     print(file);
     file.close();
-    if (!file)
+    if (!file) {
         throw systemFailure("cannot write " + inQuotes(path), errno ? errno : EIO);
+    }
 }
 
 }  // namespace grallocinfo

@@ -36,10 +36,12 @@ Rgb bars(Position at) {
     const double x = at.across - 0.5;
     const double y = at.down - kBarsHeight / 2;
     if (at.down < kBarsHeight && (std::abs(std::hypot(x, y) - kEllipseRadius) < kLineWidth ||
-                                  std::abs(at.across - at.down / kBarsHeight) < kLineWidth))
+                                  std::abs(at.across - at.down / kBarsHeight) < kLineWidth)) {
         return kLine;
-    if (at.down < kBarsHeight)
+    }
+    if (at.down < kBarsHeight) {
         return kBars[static_cast<size_t>(at.across * kBars.size())];
+    }
     const uint8_t grey = level(std::floor(at.across * kGreySteps) / (kGreySteps - 1));
     return {grey, grey, grey};
 }
@@ -63,8 +65,9 @@ constexpr std::array<Pattern, 3> kPatterns{{{"bars", bars}, {"ramp", ramp}, {"ch
 
 const Pattern* findPattern(std::string_view name) {
     for (const Pattern& pattern : kPatterns) {
-        if (pattern.name == name)
+        if (pattern.name == name) {
             return &pattern;
+        }
     }
     return nullptr;
 }
@@ -73,8 +76,9 @@ const Pattern* findPattern(std::string_view name) {
 
 std::string patternNames() {
     std::string names;
-    for (const Pattern& pattern : kPatterns)
+    for (const Pattern& pattern : kPatterns) {
         names += (names.empty() ? "" : "|") + std::string(pattern.name);
+    }
     return names;
 }
 
@@ -86,8 +90,9 @@ Picture drawPattern(std::string_view name, uint32_t width, uint32_t height) {
     const Pattern* const pattern = findPattern(name);
     Picture picture(width, height);
     for (uint32_t y = 0; pattern && y < height; ++y) {
-        for (uint32_t x = 0; x < width; ++x)
+        for (uint32_t x = 0; x < width; ++x) {
             picture.at(x, y) = pattern->colourAt({double(x) / width, double(y) / height});
+        }
     }
     return picture;
 }

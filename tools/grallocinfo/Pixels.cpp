@@ -124,20 +124,24 @@ Samples::Samples(const LockedBuffer& buffer, const SampleRule& rule, size_t inde
     mExtent = {static_cast<uint32_t>(buffer.layout.widthInPixels) / (isShared ? rule.across : 1),
                static_cast<uint32_t>(buffer.layout.heightInPixels) / (isShared ? rule.down : 1)};
     const auto& planes = buffer.layout.planes;
-    for (size_t i = 0; i < mComponent.plane && i < planes.size(); ++i)
+    for (size_t i = 0; i < mComponent.plane && i < planes.size(); ++i) {
         mOffset += planes[i].sizeInBytes;
-    if (mComponent.plane >= planes.size())
+    }
+    if (mComponent.plane >= planes.size()) {
         return;
+    }
     mStride = planes[mComponent.plane].rowStrideInBytes;
     mPlaneSize = planes[mComponent.plane].sizeInBytes;
 }
 
 // All numbers but the extent come from elsewhere: no sum or product may run over.
 bool Samples::isInside(const LockedBuffer& buffer) const {
-    if (mExtent.width == 0 || mExtent.height == 0)
+    if (mExtent.width == 0 || mExtent.height == 0) {
         return true;
-    if (mOffset > buffer.size || mPlaneSize > buffer.size - mOffset || mStride > buffer.size)
+    }
+    if (mOffset > buffer.size || mPlaneSize > buffer.size - mOffset || mStride > buffer.size) {
         return false;
+    }
     const uint64_t rowBytes = uint64_t{mComponent.offset} +
                               uint64_t{mExtent.width - 1} * mComponent.step +
                               (mSampleBits > 0xFF ? 2 : 1);
@@ -145,8 +149,9 @@ bool Samples::isInside(const LockedBuffer& buffer) const {
 }
 
 uint8_t Samples::at(uint32_t x, uint32_t y) const {
-    if (mExtent.width == 0 || mExtent.height == 0)
+    if (mExtent.width == 0 || mExtent.height == 0) {
         return kNeutralChroma;
+    }
     const uint8_t* const sample =
             address(std::min(x, mExtent.width - 1), std::min(y, mExtent.height - 1));
     return mSampleBits > 0xFF ? sample[1] : sample[0];
@@ -156,8 +161,9 @@ void Samples::put(uint32_t x, uint32_t y, uint8_t value) const {
     uint8_t* const sample = address(x, y);
     const uint16_t bits = static_cast<uint16_t>(value * 0x101) & mSampleBits;
     sample[0] = static_cast<uint8_t>(bits);
-    if (mSampleBits > 0xFF)
+    if (mSampleBits > 0xFF) {
         sample[1] = static_cast<uint8_t>(bits >> 8);
+    }
 }
 
 uint8_t clamped(double value) {
@@ -225,16 +231,18 @@ class PixelAccess {
 
 Rgb PixelAccess::at(uint32_t x, uint32_t y) const {
     const uint8_t first = mFirst.at(x, y);
-    if (mRule.model == Model::kGrey)
+    if (mRule.model == Model::kGrey) {
         return {first, first, first};
+    }
     const uint8_t second = mSecond.at(x / mRule.across, y / mRule.down);
     const uint8_t third = mThird.at(x / mRule.across, y / mRule.down);
     return mRule.model == Model::kRgb ? Rgb{first, second, third} : rgbOf(first, second, third);
 }
 
 void PixelAccess::putPixel(uint32_t x, uint32_t y, const Rgb& colour) const {
-    if (mRule.model != Model::kRgb)
+    if (mRule.model != Model::kRgb) {
         return mFirst.put(x, y, yCbCrOf(colour)[0]);
+    }
     mFirst.put(x, y, colour.red);
     mSecond.put(x, y, colour.green);
     mThird.put(x, y, colour.blue);
@@ -258,11 +266,13 @@ void PixelAccess::putChroma(const Picture& picture) const {
 
 void PixelAccess::write(const Picture& picture) const {
     for (uint32_t y = 0; y < picture.height(); ++y) {
-        for (uint32_t x = 0; x < picture.width(); ++x)
+        for (uint32_t x = 0; x < picture.width(); ++x) {
             putPixel(x, y, picture.at(x, y));
+        }
     }
-    if (mRule.model == Model::kYCbCr)
+    if (mRule.model == Model::kYCbCr) {
         putChroma(picture);
+    }
 }
 
 const SampleRule* ruleOf(int32_t format) {
@@ -286,8 +296,9 @@ Picture readPicture(const LockedBuffer& buffer) {
     Picture picture(static_cast<uint32_t>(buffer.layout.widthInPixels),
                     static_cast<uint32_t>(buffer.layout.heightInPixels));
     for (uint32_t y = 0; y < picture.height(); ++y) {
-        for (uint32_t x = 0; x < picture.width(); ++x)
+        for (uint32_t x = 0; x < picture.width(); ++x) {
             picture.at(x, y) = pixels.at(x, y);
+        }
     }
     return picture;
 }

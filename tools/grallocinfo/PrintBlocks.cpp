@@ -27,15 +27,17 @@ constexpr std::string_view kLabelGap = "  ";
 // `part` of `whole`, of which `cells` are drawn: a padding that is there costs a cell, and so does
 // a picture.
 size_t cellsOf(uint64_t part, uint64_t whole, size_t cells) {
-    if (part == 0 || part == whole || cells < 2)
+    if (part == 0 || part == whole || cells < 2) {
         return part == 0 ? 0 : cells;
+    }
     const auto exact = std::llround(double(part) / double(whole) * double(cells));
     return std::clamp<size_t>(static_cast<size_t>(exact), 1, cells - 1);
 }
 
 void repeat(std::string& line, const char* character, size_t count) {
-    for (size_t i = 0; i < count; ++i)
+    for (size_t i = 0; i < count; ++i) {
         line += character;
+    }
 }
 
 class BlockDrawing {
@@ -119,15 +121,18 @@ void BlockDrawing::printTail() {
     const size_t lines = linesOf(double(mBuffer.tail()) / double(mWidest));
     std::string cells;
     repeat(cells, kTail, mColumns);
-    for (size_t line = 0; line < lines; ++line)
+    for (size_t line = 0; line < lines; ++line) {
         printLine(kTailColour, cells, line == 0 ? tailLabel() : "");
+    }
 }
 
 void BlockDrawing::print() {
-    for (size_t i = 0; i < mBuffer.planes.size(); ++i)
+    for (size_t i = 0; i < mBuffer.planes.size(); ++i) {
         printPlane(i);
-    if (mBuffer.tail() > 0)
+    }
+    if (mBuffer.tail() > 0) {
         printTail();
+    }
     mOut << kPicture << " picture  " << kStridePadding << " stride padding  " << kVerticalPadding
          << " vertical padding  " << kTail << " tail\n";
 }

@@ -69,8 +69,9 @@ Json masteringObject(const MasteringDisplay& display) {
     Json object;
     static constexpr const char* kNames[] = {"primaryRed", "primaryGreen", "primaryBlue",
                                              "whitePoint"};
-    for (size_t i = 0; i < display.primaries.size(); ++i)
+    for (size_t i = 0; i < display.primaries.size(); ++i) {
         object[kNames[i]] = {{"x", display.primaries[i][0]}, {"y", display.primaries[i][1]}};
+    }
     object["maxLuminance"] = display.maxLuminance;
     object["minLuminance"] = display.minLuminance;
     return object;
@@ -78,8 +79,9 @@ Json masteringObject(const MasteringDisplay& display) {
 
 Json hdrObject(const HdrMetadata& hdr) {
     Json object{{"smpte2086", nullptr}, {"cta861_3", nullptr}, {"smpte2094_40", nullptr}};
-    if (hdr.smpte2086)
+    if (hdr.smpte2086) {
         object["smpte2086"] = masteringObject(*hdr.smpte2086);
+    }
     if (hdr.cta861_3) {
         object["cta861_3"] = {{"maxContentLightLevel", hdr.cta861_3->maxContent},
                               {"maxFrameAverageLightLevel", hdr.cta861_3->maxFrameAverage}};
@@ -139,8 +141,9 @@ Json formatsDocument(const FormatList& list) {
     document["height"] = list.height;
     putUsage(document, list.usage, list.usageName);
     Json& formats = document["formats"] = Json::array();
-    for (const FormatRow& row : list.rows)
+    for (const FormatRow& row : list.rows) {
         formats.push_back(formatObject(row));
+    }
     return document;
 }
 

@@ -2,8 +2,9 @@
 // by docs/grallocinfo.schema.json. Codes are numbers, with a neighbour "...Hex" as text.
 #pragma once
 
-#include <nlohmann/json.hpp>
 #include <ostream>
+
+#include <nlohmann/json.hpp>
 
 #include "tools/grallocinfo/Answers.h"
 #include "tools/grallocinfo/Failure.h"

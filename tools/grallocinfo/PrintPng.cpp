@@ -1,8 +1,8 @@
 #include "tools/grallocinfo/PrintPng.h"
 
-#include <png.h>
-
 #include <vector>
+
+#include <png.h>
 
 #include "tools/grallocinfo/Failure.h"
 
@@ -39,22 +39,25 @@ class PngWriter {
     explicit PngWriter(std::ostream& out)
         : mPng(png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, fail, ignoreWarning)),
           mInfo(mPng ? png_create_info_struct(mPng) : nullptr) {
-        if (mInfo)
+        if (mInfo) {
             png_set_write_fn(mPng, &out, writeBytes, flushBytes);
+        }
     }
     ~PngWriter() { png_destroy_write_struct(&mPng, &mInfo); }
     PngWriter(const PngWriter&) = delete;
     PngWriter& operator=(const PngWriter&) = delete;
 
     void write(const Picture& picture) {
-        if (!mInfo)
+        if (!mInfo) {
             fail(nullptr, "out of memory");
+        }
         png_set_IHDR(mPng, mInfo, picture.width(), picture.height(), kBitsPerChannel,
                      PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
                      PNG_FILTER_TYPE_DEFAULT);
         png_write_info(mPng, mInfo);
-        for (uint32_t y = 0; y < picture.height(); ++y)
+        for (uint32_t y = 0; y < picture.height(); ++y) {
             png_write_row(mPng, &picture.at(0, y).red);
+        }
         png_write_end(mPng, mInfo);
     }
 

@@ -62,8 +62,9 @@ std::string number(double value) {
 
 uint64_t widestRow(const BufferGeometry& buffer) {
     uint64_t widest = 1;
-    for (const PlaneGeometry& plane : buffer.planes)
+    for (const PlaneGeometry& plane : buffer.planes) {
         widest = std::max(widest, plane.rowStride);
+    }
     return widest;
 }
 
@@ -75,8 +76,9 @@ double rowsOf(const PlaneGeometry& plane) {
 Scale scaleOf(const BufferGeometry& buffer) {
     const double widest = double(widestRow(buffer));
     double rows = double(buffer.tail()) / widest;
-    for (const PlaneGeometry& plane : buffer.planes)
+    for (const PlaneGeometry& plane : buffer.planes) {
         rows += rowsOf(plane);
+    }
     return {kPictureWidth / widest, std::min(kTallestRow, kPictureHeight / std::max(rows, 1e-9))};
 }
 
@@ -134,10 +136,12 @@ void SvgPage::print(std::ostream& out, const std::string& title, const std::stri
     printText("title", kMargin, 36, title);
     printText("note", kMargin, 58, subtitle);
     printPatterns();
-    for (size_t i = 0; i < mBuffer.planes.size(); ++i)
+    for (size_t i = 0; i < mBuffer.planes.size(); ++i) {
         printPlane(i);
-    if (mBuffer.tail() > 0)
+    }
+    if (mBuffer.tail() > 0) {
         printBufferTail();
+    }
     printOffset(mY, mBuffer.totalBytes());
     printLegend();
     printHeader(out, title);
@@ -275,15 +279,17 @@ void SvgPage::printOffset(double top, uint64_t offset) {
 
 void SvgPage::printLeader(std::initializer_list<Point> points) {
     mBody << "<path class=\"leader\" d=\"";
-    for (const Point& point : points)
+    for (const Point& point : points) {
         mBody << (&point == points.begin() ? "M" : "L") << number(point.x) << " "
               << number(point.y);
+    }
     mBody << "\"/>\n";
 }
 
 void SvgPage::printArea(const char* kind, const Box& box, const std::string& fill) {
-    if (box.width <= 0 || box.height <= 0)
+    if (box.width <= 0 || box.height <= 0) {
         return;
+    }
     mBody << "<rect class=\"" << kind << "\" x=\"" << number(box.x) << "\" y=\"" << number(box.y)
           << "\" width=\"" << number(box.width) << "\" height=\"" << number(box.height)
           << "\" fill=\"" << fill << "\"/>\n";

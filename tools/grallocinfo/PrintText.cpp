@@ -38,8 +38,9 @@ void printPlanes(std::ostream& out, const zcam::GrallocStaticInfo& layout) {
 template <typename Value>
 std::string sum(const std::vector<zcam::GrallocStaticInfo::Plane>& planes, Value value) {
     std::string text;
-    for (const auto& plane : planes)
+    for (const auto& plane : planes) {
         text += (text.empty() ? "" : "+") + std::to_string(plane.*value);
+    }
     return text.empty() ? "-" : text;
 }
 
@@ -58,8 +59,9 @@ std::vector<std::string> formatCells(const FormatRow& row) {
             {std::to_string(layout.planes.size()), sum(layout.planes, &Plane::rowStrideInBytes),
              sum(layout.planes, &Plane::sizeInBytes), std::to_string(row.geometry.totalBytes()),
              decimals(row.bitsPerPixel(), ""), padding ? decimals(*padding, " %") : "-"});
-    if (layout.format != request.format)
+    if (layout.format != request.format) {
         cells.push_back("resolved to " + describeFormat(resolvedName, layout.format));
+    }
     return cells;
 }
 
@@ -169,8 +171,9 @@ void printFormats(std::ostream& out, const FormatList& list) {
                  {"bits/pixel"},
                  {"padding"},
                  {"", Align::kLeft}});
-    for (const FormatRow& row : list.rows)
+    for (const FormatRow& row : list.rows) {
         table.add(formatCells(row));
+    }
     table.print(out);
 }
 
@@ -178,8 +181,9 @@ void printBuffer(std::ostream& out, const BufferAnswer& buffer) {
     out << "buffer  " << describeFormat(buffer.name, buffer.layout.format) << "  "
         << sizeText(buffer.layout.widthInPixels, buffer.layout.heightInPixels)
         << "  shared-memory descriptor";
-    for (const int descriptor : buffer.descriptors)
+    for (const int descriptor : buffer.descriptors) {
         out << " " << descriptor;
+    }
     out << "\n\n";
     printPlanes(out, buffer.layout);
     out << "\n";
@@ -189,19 +193,22 @@ void printBuffer(std::ostream& out, const BufferAnswer& buffer) {
 // A column a plane: three rows of all these numbers would be wider than a terminal.
 void printGeometry(std::ostream& out, const BufferGeometry& buffer) {
     std::vector<Table::Column> columns{{"plane", Align::kLeft}};
-    for (size_t i = 0; i < buffer.planes.size(); ++i)
+    for (size_t i = 0; i < buffer.planes.size(); ++i) {
         columns.push_back({std::to_string(i)});
+    }
     Table table(columns);
     for (const auto& [title, isOfPicture, textOf] : kGeometryRows) {
         std::vector<std::string> cells{title};
-        for (const PlaneGeometry& plane : buffer.planes)
+        for (const PlaneGeometry& plane : buffer.planes) {
             cells.push_back(isOfPicture && !buffer.pictureKnown ? "-" : textOf(plane));
+        }
         table.add(cells);
     }
     table.print(out);
     out << "planes end at " << buffer.planesEnd;
-    if (buffer.allocationSize)
+    if (buffer.allocationSize) {
         out << ", the buffer at " << *buffer.allocationSize << ", tail " << buffer.tail();
+    }
     out << "; all in bytes and rows\n";
 }
 

@@ -48,8 +48,9 @@ zcam::GrallocRequest requestOf(const QueryOptions& options) {
 }
 
 void requireBackend(const std::string& backend) {
-    if (backend != "aidl" && backend != "hidl")
+    if (backend != "aidl" && backend != "hidl") {
         throw unusable("backend " + inQuotes(backend) + " is not usable: expected aidl or hidl");
+    }
 }
 
 void writePicture(const QueryOutcome& outcome, const std::string& path) {
@@ -67,15 +68,18 @@ void writePicture(const QueryOutcome& outcome, const std::string& path) {
 void printOutcome(const QueryOutcome& outcome, const QueryOptions& options) {
     if (options.json) {
         Json document = layoutDocument(outcome.answer);
-        if (outcome.mapper)
+        if (outcome.mapper) {
             document["mapper"] = mapperDocument(*outcome.mapper);
+        }
         return writeDocument(document);
     }
     printLayout(std::cout, outcome.answer);
-    if (outcome.mapper)
+    if (outcome.mapper) {
         printComparison(std::cout, outcome.answer, *outcome.mapper);
-    if (!options.draw)
+    }
+    if (!options.draw) {
         return;
+    }
     std::cout << '\n';
     printBlocks(std::cout, outcome.geometry, colourWanted(), outputWidth());
     std::cout << '\n';
@@ -88,12 +92,15 @@ void runQuery(const QueryOptions& options) {
     openLibraryLog(options.verbose);
     startLibrary();
     QueryOutcome outcome{queryLayout(request, options.force), std::nullopt, {}};
-    if (options.backend == "hidl")
+    if (options.backend == "hidl") {
         outcome.mapper = probeThroughHidl(request);
-    if (options.draw || !options.svg.empty())
+    }
+    if (options.draw || !options.svg.empty()) {
         outcome.geometry = geometryOf(outcome.answer.layout, measureAllocation(request));
-    if (!options.svg.empty())
+    }
+    if (!options.svg.empty()) {
         writePicture(outcome, options.svg);
+    }
     printOutcome(outcome, options);
 }
 

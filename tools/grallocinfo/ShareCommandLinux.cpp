@@ -63,10 +63,12 @@ class InterruptibleWait {
         pollfd waiting{listener.fd(), POLLIN, 0};
         while (!gInterrupted) {
             const int ready = ppoll(&waiting, 1, nullptr, &mUnblocked);
-            if (ready > 0)
+            if (ready > 0) {
                 return true;
-            if (ready < 0 && errno != EINTR)
+            }
+            if (ready < 0 && errno != EINTR) {
                 throw systemFailure("cannot wait for clients", errno);
+            }
         }
         return false;
     }
@@ -77,8 +79,9 @@ class InterruptibleWait {
 
 int sendTo(const transport::TransportListener& listener, const native_handle* handle) {
     const auto client = listener.accept();
-    if (!client.ok())
+    if (!client.ok()) {
         return client.error;
+    }
     const int error = transport::setTimeout(client.value.get(), kClientPatience);
     return error ? error : transport::sendHandle(client.value.get(), handle);
 }
@@ -107,10 +110,11 @@ void serve(const transport::TransportListener& listener, const native_handle* ha
            const InterruptibleWait& wait) {
     while (wait.forClient(listener)) {
         const int error = sendTo(listener, handle);
-        if (error != 0)
+        if (error != 0) {
             remark(std::string("a client did not get the buffer: ") + strerror(-error));
-        else if (once)
+        } else if (once) {
             return;
+        }
     }
 }
 

@@ -23,13 +23,15 @@ void Table::print(std::ostream& out) const {
         titles.push_back(mColumns[i].title);
         widths.push_back(mColumns[i].title.size());
         for (const auto& row : mRows) {
-            if (i < row.size())
+            if (i < row.size()) {
                 widths[i] = std::max(widths[i], row[i].size());
+            }
         }
     }
     printRow(out, titles, widths);
-    for (const auto& row : mRows)
+    for (const auto& row : mRows) {
         printRow(out, row, widths);
+    }
 }
 
 }  // namespace grallocinfo

@@ -78,8 +78,9 @@ class JsonWatcher {
                             {"planes", Json::array()}});
     }
     void operator()(const DumpedAnswer& answer) {
-        if (!mEntries.empty())
+        if (!mEntries.empty()) {
             mEntries.back()["answer"] = recordObject(answer);
+        }
     }
     void operator()(const DumpedPlane& plane) {
         if (!mEntries.empty()) {
@@ -102,8 +103,9 @@ class JsonWatcher {
 template <typename Watcher>
 void follow(std::istream& log, Watcher& watcher) {
     for (std::string line; std::getline(log, line);) {
-        if (const auto read = readDumpLine(line))
+        if (const auto read = readDumpLine(line)) {
             std::visit(watcher, *read);
+        }
     }
 }
 
@@ -118,8 +120,9 @@ void watchLog(std::istream& log, bool json) {
 }
 
 void runWatch(const WatchOptions& options) {
-    if (options.file == "-")
+    if (options.file == "-") {
         return watchLog(std::cin, options.json);
+    }
     std::ifstream file = openFile(options.file, "a log file, or - for standard input");
     watchLog(file, options.json);
 }

@@ -25,11 +25,13 @@ bool asksForJson(const std::vector<std::string>& words) {
 }
 
 int report(const Failure& failure) {
-    if (failure.exit == ExitCode::kLibraryFailure && failure.code != kSystemFailure)
+    if (failure.exit == ExitCode::kLibraryFailure && failure.code != kSystemFailure) {
         showHeldErrors();
+    }
     remark(failure.message);
-    if (gJson && !documentWritten())
+    if (gJson && !documentWritten()) {
         printJson(std::cout, failureDocument(failure));
+    }
     std::cout.flush();
     return static_cast<int>(failure.exit);
 }
@@ -47,15 +49,17 @@ const CLI::App& chosenCommand(const CLI::App& program) {
 
 std::string commandNames(const CLI::App& program) {
     std::string names;
-    for (const CLI::App* const command : program.get_subcommands(nullptr))
+    for (const CLI::App* const command : program.get_subcommands(nullptr)) {
         names += (names.empty() ? "" : ", ") + command->get_name();
+    }
     return names;
 }
 
 // "grallocinfo query FORMAT WIDTHxHEIGHT [OPTIONS]", or the commands that there are.
 std::string synopsisOf(const CLI::App& command) {
-    if (!command.get_parent())
+    if (!command.get_parent()) {
         return "a command, one of " + commandNames(command) + "; see 'grallocinfo --help'";
+    }
     std::string synopsis = "grallocinfo " + command.get_name();
     for (const CLI::Option* const option : command.get_options()) {
         if (option->get_positional()) {
@@ -70,8 +74,9 @@ Failure parseFailure(const CLI::App& program, const CLI::ParseError& error,
                      const std::string& firstWord) {
     const CLI::App& command = chosenCommand(program);
     std::string reason = error.what();
-    if (!command.get_parent() && !firstWord.empty() && !firstWord.starts_with('-'))
+    if (!command.get_parent() && !firstWord.empty() && !firstWord.starts_with('-')) {
         reason = inQuotes(firstWord) + " is not a command";
+    }
     std::replace(reason.begin(), reason.end(), '\n', ' ');
     return unusable(reason + ": expected " + synopsisOf(command));
 }

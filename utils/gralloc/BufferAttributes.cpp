@@ -31,8 +31,9 @@ int gQueryExtra(const native_handle* handle, Extra& extra) {
     result |= readAttribute(handle, PLEXA_GET_BUFFER_FLAGS, extra.bufferFlags);
     result |= readAttribute(handle, PLEXA_GET_STRIDE, extra.stride32);
     result |= readAttribute(handle, PLEXA_GET_HEIGHT, extra.height32);
-    if (result == 0)
+    if (result == 0) {
         return 0;
+    }
 
     LOGE("Given buffer_handle_t:%p, plexa_query returns %d", static_cast<const void*>(handle),
          result);

@@ -49,8 +49,9 @@ class CodeIndex {
 
     static constexpr uint32_t kFactor = [] {
         uint32_t factor = 0x9E3779B1;  // 2^32 by the golden ratio: spreads codes that follow on
-        while (!separates(factor))
+        while (!separates(factor)) {
             factor += 2;
+        }
         return factor;
     }();
 
@@ -58,8 +59,9 @@ class CodeIndex {
     static constexpr auto kRows = [] {
         std::array<uint8_t, kSlots> rows{};
         static_assert(kTable.size() <= UINT8_MAX);
-        for (size_t row = 0; row < kTable.size(); ++row)
+        for (size_t row = 0; row < kTable.size(); ++row) {
             rows[slotOf(kFactor, kTable[row].code)] = static_cast<uint8_t>(row);
+        }
         return rows;
     }();
 };

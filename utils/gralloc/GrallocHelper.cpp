@@ -45,8 +45,9 @@ class ProbeBuffer {
 // Allocates one buffer of the request, or answers null: also when the allocator reports success
 // without a handle, or a failure with one.
 int32_t allocateProbe(const MyRequest& key, const native_handle** handle) {
-    if (!gAllocator)
+    if (!gAllocator) {
         return kNoBackend;
+    }
     uint32_t stride = 0;
     return gAllocator->allocate(static_cast<uint32_t>(key.widthInPixels),
                                 static_cast<uint32_t>(key.heightInPixels),
@@ -110,10 +111,12 @@ class GrallocHelperImp : public IGrallocHelper {
 GrallocHelperImp::GrallocHelperImp() {
     LOGD("+");
     mLogLevel = property_get_int32("vendor.debug.camera.log", 0);
-    if (mLogLevel == 0)
+    if (mLogLevel == 0) {
         mLogLevel = property_get_int32("debug.zelkcam.utils.gralloc.loglevel", 0);
-    if (!initialize())
+    }
+    if (!initialize()) {
         LOGE("%s initialize fail", __func__);
+    }
     LOGD("-");
 }
 
@@ -164,18 +167,21 @@ int GrallocHelperImp::query(const GrallocRequest* pRequest, GrallocStaticInfo* p
     }
 
     MyStaticInfo value;
-    if (const int result = determine(key, value); result != 0)
+    if (const int result = determine(key, value); result != 0) {
         return result;
+    }
 
     addToMapLocked(key, value);
     copyLayout(value, *pStaticInfo);
-    if (!MyRequest::isResolvedByUsage(key.format))
+    if (!MyRequest::isResolvedByUsage(key.format)) {
         return 0;
+    }
 
     // A later request for the resolved format needs no probe of its own.
     const MyRequest resolved = concreteRequest(value, key.widthInPixels, key.heightInPixels);
-    if (mMap.find(resolved) == nullptr)
+    if (mMap.find(resolved) == nullptr) {
         addToMapLocked(resolved, value);
+    }
     return 0;
 }
 
@@ -212,16 +218,18 @@ void GrallocHelperImp::dump(const MyRequest& key, const MyStaticInfo& value) con
     LOGD("%dx%d usage:0x%08x(%s) format:0x%08x(%s)", value.widthInPixels, value.heightInPixels,
          static_cast<uint32_t>(value.usage), queryGrallocUsageName(value.usage).c_str(),
          static_cast<uint32_t>(value.format), queryPixelFormatName(value.format).c_str());
-    for (size_t i = 0; i < value.planes.size(); ++i)
+    for (size_t i = 0; i < value.planes.size(); ++i) {
         LOGD("  [%zu] sizeInBytes:%zu rowStrideInBytes:%zu", i, size_t{value.planes[i].sizeInBytes},
              size_t{value.planes[i].rowStrideInBytes});
+    }
 }
 
 void GrallocHelperImp::dumpToLog() const {
     LOGD("+");
     const MutexLock lock(mLock);
-    for (const LayoutCache::Entry& entry : mMap.entries())
+    for (const LayoutCache::Entry& entry : mMap.entries()) {
         dump(entry.key, entry.value);
+    }
     LOGD("-");
 }
 
@@ -238,12 +246,14 @@ int GrallocHelperImp::query(const native_handle* handle, GrallocStaticInfo* pSta
         return -EINVAL;
     }
     Extra extra;
-    if (gQueryExtra(handle, extra) != 0)
+    if (gQueryExtra(handle, extra) != 0) {
         return INT32_MIN;
+    }
 
     const MutexLock lock(mLock);
-    if (const int result = queryLayoutLocked(handle, extra, pStaticInfo); result != 0)
+    if (const int result = queryLayoutLocked(handle, extra, pStaticInfo); result != 0) {
         return result;
+    }
     return pDynamicInfo == nullptr ? 0 : queryDynamicInfo(handle, *pDynamicInfo);
 }
 
@@ -262,15 +272,18 @@ int GrallocHelperImp::queryLayoutLocked(const native_handle* handle, const Extra
             gQueryPixelFormatName(key.format).c_str());
 
     MyStaticInfo info;
-    if (const int result = queryStaticInfo(handle, info); result != 0)
+    if (const int result = queryStaticInfo(handle, info); result != 0) {
         return result;
+    }
 
     // Contract: looked up once more, by what the derivation answered.
     const MyRequest derived = concreteRequest(info, info.widthInPixels, info.heightInPixels);
-    if (mMap.find(derived) == nullptr)
+    if (mMap.find(derived) == nullptr) {
         addToMapLocked(derived, info);
-    if (pStaticInfo != nullptr)
+    }
+    if (pStaticInfo != nullptr) {
         copyLayout(info, *pStaticInfo);
+    }
     return 0;
 }
 
@@ -320,8 +333,9 @@ int GrallocHelperImp::importBuffer(const native_handle*& handle) {
 }
 
 int GrallocHelperImp::freeBuffer(const native_handle* handle) {
-    if (handle == nullptr)
+    if (handle == nullptr) {
         return -1;
+    }
     return gMapper ? gMapper->freeBuffer(handle) : kNoBackend;
 }
 
@@ -329,8 +343,9 @@ int GrallocHelperImp::lock(const native_handle* handle, unsigned int usage, int 
                            void** vaddr) {
     const ARect region = {0, 0, width, height};
     const int32_t status = gMapper ? gMapper->lock(handle, usage, region, -1, vaddr) : kNoBackend;
-    if (status != 0)
+    if (status != 0) {
         LOGE("lock(...) failed %d (%s)", status, strerror(negated(status)));
+    }
     return status;
 }
 

@@ -18,8 +18,9 @@ size_t lastNotAbove(const std::vector<PackedRequest>& keys, PackedRequest key) {
 }  // namespace
 
 const MyStaticInfo* LayoutCache::find(const MyRequest& key) const {
-    if (mKeys.empty())
+    if (mKeys.empty()) {
         return nullptr;
+    }
     const PackedRequest packed(key);
     const size_t index = lastNotAbove(mKeys, packed);
     return mKeys[index] == packed ? &mEntries.array()[index].value : nullptr;
@@ -28,14 +29,16 @@ const MyStaticInfo* LayoutCache::find(const MyRequest& key) const {
 void LayoutCache::add(const MyRequest& key, const MyStaticInfo& value) {
     const ssize_t index = mEntries.add(Entry(key, value));
     // A replaced entry keeps its place.
-    if (mEntries.size() > mKeys.size())
+    if (mEntries.size() > mKeys.size()) {
         mKeys.insert(mKeys.begin() + index, PackedRequest(key));
+    }
 }
 
 void LayoutCache::remove(const MyRequest& key) {
     const ssize_t index = mEntries.remove(Entry(key));
-    if (index >= 0)
+    if (index >= 0) {
         mKeys.erase(mKeys.begin() + index);
+    }
 }
 
 void LayoutCache::clear() {

@@ -32,12 +32,15 @@ struct MyRequest {
 // Ascending by format, usage, width, height; every field is compared signed, so a usage with bit 31
 // set comes before usage 0.
 constexpr bool operator<(const MyRequest& left, const MyRequest& right) {
-    if (left.format != right.format)
+    if (left.format != right.format) {
         return left.format < right.format;
-    if (left.usage != right.usage)
+    }
+    if (left.usage != right.usage) {
         return left.usage < right.usage;
-    if (left.widthInPixels != right.widthInPixels)
+    }
+    if (left.widthInPixels != right.widthInPixels) {
         return left.widthInPixels < right.widthInPixels;
+    }
     return left.heightInPixels < right.heightInPixels;
 }
 

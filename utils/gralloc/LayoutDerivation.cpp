@@ -41,8 +41,9 @@ struct Derivation {
 // sized by the allocation; it exists to be seen in the log.
 void checkPlaneSize(const MyStaticInfo& info, size_t plane, size_t rows) {
     const Plane& checked = info.planes[plane];
-    if (checked.sizeInBytes == checked.rowStrideInBytes * rows)
+    if (checked.sizeInBytes == checked.rowStrideInBytes * rows) {
         return;
+    }
     LOGW("[%s:%zu] sizeInBytes:%zu != %zu x %zu", gQueryPixelFormatName(info.format).c_str(), plane,
          size_t{checked.sizeInBytes}, size_t{checked.rowStrideInBytes}, rows);
 }
@@ -71,8 +72,9 @@ void gQueryYCbCr(android_ycbcr& ycbcr, const native_handle* handle, size_t width
          "status:%d",
          size_t{distance(ycbcr.y, ycbcr.cr)}, size_t{distance(ycbcr.cr, ycbcr.cb)}, ycbcr.y,
          ycbcr.cb, ycbcr.cr, ycbcr.ystride, ycbcr.cstride, ycbcr.chroma_step, status);
-    if (status != 0)
+    if (status != 0) {
         LOGF("status:%d(%s)", negated(status), strerror(negated(status)));
+    }
 }
 
 android_ycbcr locateChroma(const Derivation& buffer) {
@@ -92,12 +94,14 @@ int packed(const Derivation& buffer) {
 int yCbCr422I(const Derivation& buffer) {
     packed<2>(buffer);
     const Plane& plane = buffer.info.planes[0];
-    if (plane.rowStrideInBytes % 32 != 0)
+    if (plane.rowStrideInBytes % 32 != 0) {
         LOGW_AS(kDerivation, "[YCbCr_422_I] rowStrideInBytes:%zu is not a multiple of 32",
                 size_t{plane.rowStrideInBytes});
-    if (plane.sizeInBytes < plane.rowStrideInBytes * 16)
+    }
+    if (plane.sizeInBytes < plane.rowStrideInBytes * 16) {
         LOGW_AS(kDerivation, "[YCbCr_422_I] sizeInBytes:%zu<rowStrideInBytes:%zu*16",
                 size_t{plane.sizeInBytes}, size_t{plane.rowStrideInBytes});
+    }
     return 0;
 }
 
@@ -165,8 +169,9 @@ int p010(const Derivation& buffer) {
 // it.
 int nv21(const Derivation& buffer) {
     // A protected buffer cannot be locked.
-    if ((buffer.extra.usage & kUsageProtected) != 0)
+    if ((buffer.extra.usage & kUsageProtected) != 0) {
         return nv12(buffer);
+    }
 
     const android_ycbcr ycbcr = locateChroma(buffer);
     const uint64_t lumaSize = distance(ycbcr.y, ycbcr.cr);
@@ -182,8 +187,9 @@ int yv12(const Derivation& buffer) {
     setPlane(buffer, 0, ycbcr.ystride, distance(ycbcr.y, ycbcr.cr));
     setPlane(buffer, 1, ycbcr.cstride, distance(ycbcr.cr, ycbcr.cb));
     setPlane(buffer, 2, ycbcr.cstride, buffer.extra.allocSize - offsetOfCb);
-    if ((buffer.extra.bufferFlags & kFlagAlignedFrame) == 0)
+    if ((buffer.extra.bufferFlags & kFlagAlignedFrame) == 0) {
         return 0;
+    }
 
     // Contract: the size has been checked before this replacement, which is not checked again.
     const int32_t frame =
@@ -241,8 +247,9 @@ int queryStaticInfo(const native_handle* handle, MyStaticInfo& info) {
              gQueryPixelFormatName(extra.format).c_str());
         return -ENOENT;
     }
-    if (rule->planes != 0)
+    if (rule->planes != 0) {
         info.planes.resize(rule->planes);
+    }
     return rule->derive({handle, extra, info});
 }
 

@@ -137,9 +137,11 @@ namespace name_table_checks {
 template <typename Row, size_t Rows>
 consteval bool namesDiffer(const std::array<Row, Rows>& table) {
     for (size_t i = 0; i < Rows; ++i) {
-        for (size_t j = i + 1; j < Rows; ++j)
-            if (table[i].name == table[j].name)
+        for (size_t j = i + 1; j < Rows; ++j) {
+            if (table[i].name == table[j].name) {
                 return false;
+            }
+        }
     }
     return true;
 }

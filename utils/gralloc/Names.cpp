@@ -29,8 +29,9 @@ struct Piece {
 template <typename Row, size_t Rows>
 constexpr size_t longestName(const std::array<Row, Rows>& table) {
     size_t longest = 0;
-    for (const Row& row : table)
+    for (const Row& row : table) {
         longest = std::max(longest, row.name.size());
+    }
     return longest;
 }
 
@@ -51,8 +52,9 @@ constexpr size_t kLongestPiece = sizeof(kPieces<kTable>[0].text);
 template <const auto& kTable>
 constexpr std::string_view pieceOf(int32_t code) {
     const size_t row = CodeIndex<kTable>::rowOf(code);
-    if (row == kTable.size())
+    if (row == kTable.size()) {
         return {};
+    }
     return {kPieces<kTable>[row].text.data(), kPieces<kTable>[row].length};
 }
 
@@ -89,8 +91,9 @@ char* appendHex(char* end, int32_t code) {
 template <const auto& kTable, size_t kRow>
 char* appendUsageName(char* end, uint32_t usage) {
     constexpr size_t length = kPieces<kTable>[kRow].length;
-    if ((usage & kTable[kRow].mask) != kTable[kRow].value)
+    if ((usage & kTable[kRow].mask) != kTable[kRow].value) {
         return end;
+    }
     memcpy(end, kPieces<kTable>[kRow].text.data(), length);
     return end + length;
 }
@@ -100,8 +103,7 @@ template <const auto& kTable>
 char* appendUsageNames(char* end, uint32_t usage) {
     [&]<size_t... kRow>(std::index_sequence<kRow...>) {
         ((end = appendUsageName<kTable, kRow>(end, usage)), ...);
-    }
-    (std::make_index_sequence<kTable.size()>());
+    }(std::make_index_sequence<kTable.size()>());
     return end;
 }
 
@@ -109,8 +111,9 @@ char* appendUsageNames(char* end, uint32_t usage) {
 template <const auto& kTable>
 char* appendName(char* end, int32_t code) {
     const size_t row = CodeIndex<kTable>::rowOf(code);
-    if (row == kTable.size())
+    if (row == kTable.size()) {
         return end;
+    }
     const auto& piece = kPieces<kTable>[row];
     memcpy(end, piece.text.data(), sizeof(piece.text));
     return end + piece.length;
@@ -144,18 +147,21 @@ String8 gQueryGrallocUsageName(int usage) {
     char* end = text;
     *end++ = '0';
     end = appendUsageNames<kUsageFieldNames>(end, bits);
-    if ((bits & kHardwareUsageMask) != 0)
+    if ((bits & kHardwareUsageMask) != 0) {
         end = appendUsageNames<kHardwareUsageNames>(end, bits);
+    }
     return String8(text, static_cast<size_t>(end - text));
 }
 
 String8 gQueryDataspaceName(int dataspace) {
-    if (const CodeName* legacy = findCode<kLegacyDataspaceNames>(dataspace))
+    if (const CodeName* legacy = findCode<kLegacyDataspaceNames>(dataspace)) {
         return String8(legacy->name.data(), legacy->name.size());
+    }
 
     const size_t combined = CodeIndex<kCombinedDataspaceNames>::rowOf(dataspace);
-    if (combined < kCombinedTexts.size())
+    if (combined < kCombinedTexts.size()) {
         return String8(kCombinedTexts[combined].text.data(), kCombinedTexts[combined].length);
+    }
 
     char text[sizeof("0xffffffff") + kLongestFields];
     char* end = appendHex(text, dataspace);

@@ -29,12 +29,15 @@ int bytesPerStride(const std::vector<PlaneLayout>& planes) {
 
 void tellPixelAndStride(const std::vector<PlaneLayout>& planes, int* outBytesPerPixel,
                         int* outBytesPerStride) {
-    if (planes.empty())
+    if (planes.empty()) {
         return;
-    if (outBytesPerPixel != nullptr)
+    }
+    if (outBytesPerPixel != nullptr) {
         *outBytesPerPixel = bytesPerPixel(planes);
-    if (outBytesPerStride != nullptr)
+    }
+    if (outBytesPerStride != nullptr) {
         *outBytesPerStride = bytesPerStride(planes);
+    }
 }
 
 bool YcbcrWalk::add(const PlaneLayout& plane) {
@@ -45,11 +48,13 @@ bool YcbcrWalk::add(const PlaneLayout& plane) {
 bool YcbcrWalk::addComponent(const PlaneLayout& plane, const Component& component) {
     // Contract: the published test goes by the given name's length, so a shortened or empty name
     // counts as standard.
-    if (!android::gralloc4::isStandardPlaneLayoutComponentType(component.type))
+    if (!android::gralloc4::isStandardPlaneLayoutComponentType(component.type)) {
         return true;
+    }
     // Contract: asked of every standard component, also of those that play no part here.
-    if (component.offsetInBits % 8 != 0)
+    if (component.offsetInBits % 8 != 0) {
         return false;
+    }
 
     void* const address =
             addressAt(addressAt(mBase, plane.offsetInBytes), component.offsetInBits / 8);
@@ -66,8 +71,10 @@ bool YcbcrWalk::addComponent(const PlaneLayout& plane, const Component& componen
 }
 
 bool YcbcrWalk::addLuma(const PlaneLayout& plane, const Component& component, void* address) {
-    if (mDescription.y != nullptr || component.sizeInBits != 8 || plane.sampleIncrementInBits != 8)
+    if (mDescription.y != nullptr || component.sizeInBits != 8 ||
+        plane.sampleIncrementInBits != 8) {
         return false;
+    }
     mDescription.y = address;
     mDescription.ystride = static_cast<size_t>(plane.strideInBytes);
     return true;
@@ -75,8 +82,9 @@ bool YcbcrWalk::addLuma(const PlaneLayout& plane, const Component& component, vo
 
 // `slot` is the pointer of the description that `address` is for.
 bool YcbcrWalk::addChroma(const PlaneLayout& plane, void* address, void** slot) {
-    if (plane.sampleIncrementInBits != 8 && plane.sampleIncrementInBits != 16)
+    if (plane.sampleIncrementInBits != 8 && plane.sampleIncrementInBits != 16) {
         return false;
+    }
 
     const auto stride = static_cast<size_t>(plane.strideInBytes);
     const auto step = static_cast<size_t>(plane.sampleIncrementInBits / 8);
@@ -87,8 +95,9 @@ bool YcbcrWalk::addChroma(const PlaneLayout& plane, void* address, void** slot) 
         return false;
     }
 
-    if (*slot != nullptr)
+    if (*slot != nullptr) {
         return false;
+    }
     *slot = address;
     return true;
 }

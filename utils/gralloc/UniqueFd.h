@@ -32,8 +32,9 @@ class UniqueFd {
     // somebody else's.
     void reset(int fd = -1) {
         const int old = std::exchange(mFd, fd);
-        if (old >= 0)
+        if (old >= 0) {
             ::close(old);
+        }
     }
 
   private:

@@ -27,8 +27,9 @@ class SpAIBinder {
     ~SpAIBinder() { set(nullptr); }
 
     SpAIBinder& operator=(const SpAIBinder& other) {
-        if (this == &other)
+        if (this == &other) {
             return *this;
+        }
         AIBinder_incStrong(other.mBinder);
         set(other.mBinder);
         return *this;
@@ -37,8 +38,9 @@ class SpAIBinder {
     // Drops the present reference and takes over the caller's.
     void set(AIBinder* binder) {
         AIBinder* old = mBinder;
-        if (old != nullptr)
+        if (old != nullptr) {
             AIBinder_decStrong(old);
+        }
         mBinder = binder;
     }
 
@@ -194,10 +196,12 @@ class ScopedAIBinder_Weak
 namespace internal {
 
 inline void closeWithError(int fd) {
-    if (fd == -1)
+    if (fd == -1) {
         return;
-    if (close(fd) != 0)
+    }
+    if (close(fd) != 0) {
         syslog(LOG_ERR, "Could not close FD %d: %s", fd, strerror(errno));
+    }
 }
 
 }  // namespace internal

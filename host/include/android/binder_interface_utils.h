@@ -30,8 +30,9 @@ class SharedRefBase {
         std::call_once(mFirstRef, [] {
             __assert(__FILE__, __LINE__, "SharedRefBase: destroyed without ever being shared");
         });
-        if (ref() != nullptr)
+        if (ref() != nullptr) {
             __assert(__FILE__, __LINE__, "SharedRefBase: destroyed while it is still shared");
+        }
     }
 
     // The first call makes the owning pointer; every later one needs an owner to be alive.
@@ -60,9 +61,7 @@ class SharedRefBase {
 #if !defined(__ANDROID_API__) || __ANDROID_API__ >= 30 || defined(__ANDROID_APEX__)
   private:
 #endif
-    static void* operator new(size_t size) {
-        return std::malloc(size);
-    }
+    static void* operator new(size_t size) { return std::malloc(size); }
 
   private:
     std::once_flag mFirstRef;
@@ -168,8 +167,9 @@ AIBinder_Class* ICInterface::defineClass(const char* interfaceDescriptor,
                                          AIBinder_Class_onTransact onTransact) {
     AIBinder_Class* clazz = AIBinder_Class_define(interfaceDescriptor, ICInterfaceData::onCreate,
                                                   ICInterfaceData::onDestroy, onTransact);
-    if (clazz == nullptr)
+    if (clazz == nullptr) {
         return nullptr;
+    }
     AIBinder_Class_setOnDump(clazz, ICInterfaceData::onDump);
 #ifdef HAS_BINDER_SHELL_COMMAND
     AIBinder_Class_setHandleShellCommand(clazz, ICInterfaceData::handleShellCommand);

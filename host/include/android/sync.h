@@ -3,10 +3,9 @@
 // Descriptors that are passed in stay the caller's.
 #pragma once
 
+#include <linux/sync_file.h>
 #include <stdint.h>
 #include <sys/cdefs.h>
-
-#include <linux/sync_file.h>
 
 #ifndef __INTRODUCED_IN
 #define __INTRODUCED_IN(api_level)

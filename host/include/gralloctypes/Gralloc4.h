@@ -2,6 +2,12 @@
 // graphics mapper 4.0.
 #pragma once
 
+#include <stdint.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
 #include <aidl/android/hardware/graphics/common/BlendMode.h>
 #include <aidl/android/hardware/graphics/common/ChromaSiting.h>
 #include <aidl/android/hardware/graphics/common/Compression.h>
@@ -17,12 +23,7 @@
 #include <aidl/android/hardware/graphics/common/StandardMetadataType.h>
 #include <aidl/android/hardware/graphics/common/XyColor.h>
 #include <android/hardware/graphics/mapper/4.0/IMapper.h>
-#include <stdint.h>
 #include <utils/Errors.h>
-
-#include <optional>
-#include <string>
-#include <vector>
 
 namespace android {
 namespace gralloc4 {

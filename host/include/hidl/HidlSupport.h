@@ -2,13 +2,7 @@
 // process, and what enumerations and death notices need.
 #pragma once
 
-#include <cutils/native_handle.h>
-#include <hidl/HidlInternal.h>
-#include <hidl/Status.h>
 #include <stdint.h>
-#include <utils/Errors.h>
-#include <utils/RefBase.h>
-#include <utils/StrongPointer.h>
 
 #include <algorithm>
 #include <array>
@@ -21,6 +15,13 @@
 #include <type_traits>
 #include <utility>
 #include <vector>
+
+#include <cutils/native_handle.h>
+#include <hidl/HidlInternal.h>
+#include <hidl/Status.h>
+#include <utils/Errors.h>
+#include <utils/RefBase.h>
+#include <utils/StrongPointer.h>
 
 namespace android {
 

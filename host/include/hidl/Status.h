@@ -1,15 +1,16 @@
 // The outcome of a HIDL call: the transport's status, and with it the value that came back.
 #pragma once
 
-#include <hidl/HidlInternal.h>
 #include <stdint.h>
-#include <utils/Errors.h>
-#include <utils/StrongPointer.h>
 
 #include <ostream>
 #include <string>
 #include <type_traits>
 #include <utility>
+
+#include <hidl/HidlInternal.h>
+#include <utils/Errors.h>
+#include <utils/StrongPointer.h>
 
 namespace android {
 namespace hardware {

@@ -46,8 +46,9 @@ std::vector<IMapper::MetadataType> listedTypes() {
     hidlMapper().listSupportedMetadataTypes(
             [&](Error error, const hidl_vec<IMapper::MetadataTypeDescription>& descriptions) {
                 EXPECT_EQ(error, Error::NONE);
-                for (const auto& each : descriptions)
+                for (const auto& each : descriptions) {
                     types.push_back(each.metadataType);
+                }
             });
     return types;
 }
@@ -86,8 +87,9 @@ TEST(Hidl, setsWhatTheStableMapperReads) {
                  {hidl(buffer), android::gralloc4::MetadataType_Width, Error::BAD_VALUE},
                  {hidl(buffer), {"other", 1}, Error::UNSUPPORTED},
                  {nullptr, type, Error::BAD_BUFFER}};
-    for (const auto& each : cases)
+    for (const auto& each : cases) {
         EXPECT_EQ(Error(hidlMapper().set(each.buffer, each.type, dataspace)), each.error);
+    }
     EXPECT_EQ(getStable(buffer, type), dataspace);
     EXPECT_EQ(get(hidl(buffer), {"other", 1}).first, Error::UNSUPPORTED);
 }

@@ -90,8 +90,9 @@ TEST_F(HostileHandle, withOtherIntegers) {
     for (int i = 2; i < 6; ++i) {
         const int right = good()->data[i];
         for (const int wrong : {0, -1, INT32_MAX, INT32_MIN, right + 1, right ^ 0x100}) {
-            if (wrong != right)
+            if (wrong != right) {
                 expectRefusedWith(i, wrong, "an integer");
+            }
         }
     }
 }
@@ -267,8 +268,9 @@ bool maySenderChoose(size_t offset) {
 TEST_F(HostileHandle, whoseMetadataDiffersInAnyByte) {
     const SharedImage image = imageOf(good());
     for (size_t offset = 0; offset < sizeof(image); ++offset) {
-        if (maySenderChoose(offset))
+        if (maySenderChoose(offset)) {
             continue;
+        }
         SharedImage forged = image;
         reinterpret_cast<uint8_t*>(&forged)[offset] ^= 0x41;
         expectRefusedWith(kMetadata, forge(forged).get(),

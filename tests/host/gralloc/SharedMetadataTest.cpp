@@ -134,8 +134,9 @@ TEST(SharedMetadata, isNeverTornByThreads) {
     const auto write = [&](const Import& import, uint8_t fill) {
         for (; !stop; ++fill) {
             import.set(kStandardName, 21, filledWith(fill));
-            if (fill % 8 == 0)
+            if (fill % 8 == 0) {
                 usleep(50);  // what two writers made is there to be read
+            }
         }
     };
     std::thread writers[] = {std::thread([&] { write(first, 1); }),
@@ -153,8 +154,9 @@ TEST(SharedMetadata, isNeverTornByThreads) {
     EXPECT_GT(read, 0);
     EXPECT_EQ(torn, 0);
     stop = true;
-    for (std::thread& writer : writers)
+    for (std::thread& writer : writers) {
         writer.join();
+    }
 }
 
 // A stopped writer may hold the cell's lock: then a set gives up after a while, and reads go on.

@@ -1,7 +1,6 @@
 // Two connected ends in one process, and a handle to send between them.
 #pragma once
 
-#include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -9,6 +8,8 @@
 
 #include <algorithm>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "zelkcam/host/HandleTransport.h"
 

@@ -10,8 +10,8 @@
 #include <thread>
 
 #include "host/transport/MessageFormat.h"
-#include "tests/support/Holdings.h"
 #include "tests/host/transport/Connection.h"
+#include "tests/support/Holdings.h"
 
 namespace zelkcam::test {
 namespace {
@@ -48,8 +48,9 @@ TEST(Transport, GivesAHandleOfItsOwnOnTheSameFiles) {
     std::vector<int> most(host::kMaxTransportInts);
     std::iota(most.begin(), most.end(), INT_MIN);
     for (const Shape& shape : {Shape{2, {1, -1, INT_MAX, INT_MIN}}, Shape{0, {}}, Shape{0, {7}},
-                               Shape{1, {}}, Shape{host::kMaxTransportFds, most}})
+                               Shape{1, {}}, Shape{host::kMaxTransportFds, most}}) {
         expectRoundTrip(shape);
+    }
 }
 
 TEST(Transport, KeepsSuccessiveHandlesApartAndOutlivesTheSendersCopy) {
@@ -179,8 +180,9 @@ const BadMessage kBadMessages[] = {
 };
 
 TEST(Transport, AMalformedMessageIsRefusedAndNothingStaysOpen) {
-    for (const BadMessage& bad : kBadMessages)
+    for (const BadMessage& bad : kBadMessages) {
         expectRefused(bad);
+    }
 }
 
 TEST(Transport, DescriptorsThatTheProcessCannotHoldCountAsAFailure) {

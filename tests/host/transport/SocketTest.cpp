@@ -6,8 +6,8 @@
 #include <filesystem>
 #include <fstream>
 
-#include "tests/support/Holdings.h"
 #include "tests/host/transport/Connection.h"
+#include "tests/support/Holdings.h"
 
 namespace zelkcam::test {
 namespace {

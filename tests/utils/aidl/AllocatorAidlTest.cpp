@@ -52,8 +52,9 @@ TEST_F(AllocatorAidlTest, EachBufferIsImportedAndItsRawDescriptorsAreClosed) {
     EXPECT_THAT(journal().take(), ElementsAre("allocate2", "flush", "importBuffer", "flush",
                                               "flush", "importBuffer", "flush", "flush"));
     EXPECT_EQ(handles[2], kUntouched);
-    for (const native_handle* const handle : {handles[0], handles[1]})
+    for (const native_handle* const handle : {handles[0], handles[1]}) {
         EXPECT_EQ(allocator->free(handle), 0);
+    }
     EXPECT_THAT(journal().take(),
                 ElementsAre("freeBuffer", "flush", "flush", "freeBuffer", "flush", "flush"));
 }

@@ -1,6 +1,6 @@
 // The stable-C mapper backend: locks, fences, plane layouts.
-#include "tests/utils/aidl/BackendTest.h"
 #include "tests/support/PlaneCases.h"
+#include "tests/utils/aidl/BackendTest.h"
 
 namespace zelkcam::test {
 
@@ -21,10 +21,12 @@ class MapperV5Test : public BackendTest {
 
     int32_t lock(Shape shape, int fence = -1) {
         void* data = nullptr;
-        if (shape == Shape::kPlain)
+        if (shape == Shape::kPlain) {
             return mapper->lock(buffer, 3, kRegion, fence, &data);
-        if (shape == Shape::kLayout)
+        }
+        if (shape == Shape::kLayout) {
             return mapper->lock(buffer, 3, kRegion, fence, &data, &pixel, &stride);
+        }
         return mapper->lock(buffer, 3, kRegion, fence, &ycbcr);
     }
 
@@ -92,7 +94,7 @@ TEST_F(MapperV5Test, AMissingThreadStateIsLogged) {
 
 TEST_F(MapperV5Test, EveryLockConsumesItsFenceAfterTheCall) {
     describePlanes(nv12());
-    for (const int32_t result : {0, 3})
+    for (const int32_t result : {0, 3}) {
         for (const Shape shape : {Shape::kPlain, Shape::kLayout, Shape::kYcbcr}) {
             const WatchedFd fence("acquire");
             bool openAtLock = false;
@@ -104,6 +106,7 @@ TEST_F(MapperV5Test, EveryLockConsumesItsFenceAfterTheCall) {
             EXPECT_EQ(journal().times("close acquire"), 1u);
             journal().take();
         }
+    }
 }
 
 TEST_F(MapperV5Test, WhenOutYcbcrIsNullOrTheLayoutsCannotBeReadAcquireFenceStaysOpen) {
@@ -197,8 +200,9 @@ TEST_F(MapperV5Test, ALayoutIsDumpedOnlyWhenThePropertyAndTheGateAllowIt) {
         logging.lock(buffer, 3, kRegion, -1, &ycbcr);
         const auto log = takeLog();
         ASSERT_EQ(log.size(), c.lines);
-        if (c.lines == 0)
+        if (c.lines == 0) {
             continue;
+        }
         const std::string kRest =
                 ", widthInSamples: 0, heightInSamples: 0, totalSizeInBytes: 0, "
                 "horizontalSubsampling: 0, verticalSubsampling: 0}";

@@ -25,13 +25,14 @@ constexpr int32_t kAlignedFrame = 0x20000000;
 
 void locate(const Located& at) {
     using enum PlaneLayoutComponentType;
-    if (platformScript().attributes[PLEXA_GET_FORMAT].at(0) == kYv12)
+    if (platformScript().attributes[PLEXA_GET_FORMAT].at(0) == kYv12) {
         describePlanes({plane(at.y, 8, at.ystride, {component(Y, 0)}),
                         plane(at.cr, 8, at.cstride, {component(CR, 0)}),
                         plane(at.cb, 8, at.cstride, {component(CB, 0)})});
-    else
+    } else {
         describePlanes({plane(at.y, 8, at.ystride, {component(Y, 0)}),
                         plane(at.cr, 16, at.cstride, {component(CR, 0), component(CB, 8)})});
+    }
 }
 
 class DerivationTest : public HelperTest {
@@ -42,8 +43,9 @@ class DerivationTest : public HelperTest {
         locate(located);
         EXPECT_EQ(describe(), 0);
         std::vector<Plane> planes;
-        for (const auto& plane : info.planes)
+        for (const auto& plane : info.planes) {
             planes.emplace_back(plane.sizeInBytes, plane.rowStrideInBytes);
+        }
         return planes;
     }
 
@@ -195,8 +197,9 @@ TEST_F(DerivationTest, APlaneWhoseSizeIsNotThatOfItsRowsIsReportedAndKept) {
     for (const auto& c : cases) {
         planesOf(c.attributes, c.located);
         std::vector<std::string> expected;
-        for (const std::string& warning : c.warnings)
+        for (const std::string& warning : c.warnings) {
             expected.push_back("W GrallocHelper [" + warning);
+        }
         EXPECT_THAT(derivationLog(), ElementsAreArray(expected));
     }
 }

@@ -39,8 +39,9 @@ class HelperTest : public GrallocTest {
         std::ostringstream text;
         text << std::hex << "0x" << info.format << std::dec << " " << info.widthInPixels << "x"
              << info.heightInPixels;
-        for (const auto& plane : info.planes)
+        for (const auto& plane : info.planes) {
             text << " " << plane.sizeInBytes << "/" << plane.rowStrideInBytes;
+        }
         return text.str();
     }
 

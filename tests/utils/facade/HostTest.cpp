@@ -38,15 +38,17 @@ class HostTest : public DoublesTest {
     static void expectNothingLeft(int times, const std::function<void()>& round) {
         round();
         const Holdings before = holdings();
-        for (int i = 0; i < times && !HasFailure(); ++i)
+        for (int i = 0; i < times && !HasFailure(); ++i) {
             round();
+        }
         EXPECT_EQ(holdings(), before);
     }
 
     std::vector<std::pair<uint64_t, uint64_t>> planesAsPairs() const {
         std::vector<std::pair<uint64_t, uint64_t>> planes;
-        for (const auto& plane : info.planes)
+        for (const auto& plane : info.planes) {
             planes.emplace_back(plane.sizeInBytes, plane.rowStrideInBytes);
+        }
         return planes;
     }
 
@@ -77,7 +79,7 @@ TEST_F(HostTest, AFormatLeftToTheAllocatorIsResolvedByItsUsage) {
 }
 
 TEST_F(HostTest, TheAnswerAgreesWithTheMappersOwnPlaneLayouts) {
-    for (const int32_t format : kFormats)
+    for (const int32_t format : kFormats) {
         for (const auto& [width, height] : {std::pair(1920, 1080), {4000, 3000}, {1921, 1083}}) {
             SCOPED_TRACE(testing::Message() << format << " " << width << "x" << height);
             ASSERT_EQ(request({0, format, width, height}), 0);
@@ -95,8 +97,9 @@ TEST_F(HostTest, TheAnswerAgreesWithTheMappersOwnPlaneLayouts) {
             std::vector<PlaneLayout> layouts;
             EXPECT_EQ(mapper.getPlaneLayouts(buffer, &layouts), 0);
             std::vector<std::pair<uint64_t, uint64_t>> described;
-            for (const PlaneLayout& plane : layouts)
+            for (const PlaneLayout& plane : layouts) {
                 described.emplace_back(plane.totalSizeInBytes, plane.strideInBytes);
+            }
             EXPECT_EQ(asked, described);
 
             // And with what the helper itself says of that buffer.
@@ -107,6 +110,7 @@ TEST_F(HostTest, TheAnswerAgreesWithTheMappersOwnPlaneLayouts) {
             EXPECT_EQ(dynamicInfo.ionFds[0], buffer->data[0]);
             EXPECT_EQ(allocator.free(buffer), 0);
         }
+    }
 }
 
 class HostRuleTest : public HostTest, public testing::WithParamInterface<int32_t> {};

@@ -1,7 +1,6 @@
 // The logging pattern, statement by statement; tests of the rooms check what they log with it.
-#include "utils/gralloc/Log.h"
-
 #include "tests/support/DoublesTest.h"
+#include "utils/gralloc/Log.h"
 
 namespace zelkcam::test {
 
@@ -29,9 +28,11 @@ void logAtEveryLevel() {
 // The levels that got through, "DIWE" for all.
 std::string letters(const std::vector<LogLine>& lines, bool switchboard) {
     std::string found;
-    for (const LogLine& line : lines)
-        if (line.switchboard == switchboard)
+    for (const LogLine& line : lines) {
+        if (line.switchboard == switchboard) {
             found += static_cast<char>(toupper(line.text[strlen("[f] ")]));
+        }
+    }
     return found;
 }
 
@@ -45,19 +46,23 @@ std::string through(const LogSettings& settings) {
 
 TEST_F(LogTest, LevelsAndTheMaskGateWhatIsLogged) {
     const char* const byLevel[] = {"E/E", "E/E", "WE/WE", "IWE/IWE", "IWE/IWE", "DIWE/DIWE"};
-    for (uint32_t level = 0; level < 6; ++level)
+    for (uint32_t level = 0; level < 6; ++level) {
         EXPECT_EQ(through({.details = level}), byLevel[level]) << level;
+    }
     EXPECT_EQ(through({.details = ~0u}), "DIWE/DIWE") << "compared unsigned";
-    for (const uint32_t open : {0x40001000u, 0x40002000u, 0x40004000u, ~0u})
+    for (const uint32_t open : {0x40001000u, 0x40002000u, 0x40004000u, ~0u}) {
         EXPECT_EQ(through({.details = 5, .mask = open}), "DIWE/DIWE") << std::hex << open;
-    for (const uint32_t shut : {0u, 0x7000u, 0x40000000u, 0x80007000u, ~0x7000u, ~0x40000000u})
+    }
+    for (const uint32_t shut : {0u, 0x7000u, 0x40000000u, 0x80007000u, ~0x7000u, ~0x40000000u}) {
         EXPECT_EQ(through({.details = 5, .mask = shut}), "WE/WE") << std::hex << shut;
+    }
 }
 
 TEST_F(LogTest, TheModeChoosesTheOutputsIndependently) {
-    for (uint32_t mode = 0; mode < 32; ++mode)
+    for (uint32_t mode = 0; mode < 32; ++mode) {
         EXPECT_EQ(through({.details = 5, .mode = mode}),
                   std::string(mode & 1 ? "DIWE" : "") + "/" + (mode & 0xA ? "DIWE" : ""));
+    }
 }
 
 TEST_F(LogTest, BothOutputsCarryLevelModuleAndTextAndOnlyAnAndroidErrorItsLocation) {

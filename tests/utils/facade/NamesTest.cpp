@@ -12,8 +12,9 @@ std::map<uint32_t, std::string> table(const char* text) {
     std::map<uint32_t, std::string> rows;
     std::istringstream words(text);
     uint32_t code = 0;
-    for (std::string name; words >> std::hex >> code >> name;)
+    for (std::string name; words >> std::hex >> code >> name;) {
         rows[code] = name;
+    }
     return rows;
 }
 
@@ -36,9 +37,11 @@ TEST_F(NamesTest, PixelFormatsAreNamedByTheTableAndByNothingElse) {
             22 IMPLEMENTATION_DEFINED 23 YCbCr_420_888 24 RAW_OPAQUE 25 RAW10 36 YCBCR_P010
             111 CAMERA_OPAQUE 1000 NV12 20203859 Y8 20363159 Y16 32315659 YV12)");
     ASSERT_EQ(expected.size(), 20u);
-    for (const uint32_t block : {0u, 0x20203000u, 0x20363000u, 0x32315000u, 0x7FFFF000u, ~0xFFFu})
-        for (uint32_t code = block; code - block < 0x1800; ++code)
+    for (const uint32_t block : {0u, 0x20203000u, 0x20363000u, 0x32315000u, 0x7FFFF000u, ~0xFFFu}) {
+        for (uint32_t code = block; code - block < 0x1800; ++code) {
             ASSERT_EQ(format(code), expected[code]) << std::hex << code;
+        }
+    }
 }
 
 // Bits 27 and 29 are not named on their own, only beside another hardware bit.
@@ -52,8 +55,9 @@ TEST_F(NamesTest, UsagesAreNamedInTheOrderOfTheTable) {
             20033 0|SW_READ_OFTEN|SW_WRITE_OFTEN|HW_CAMERA_WRITE ffffffff 0|HW_CAMERA_ZSL)"
                              "|HW_TEXTURE|HW_RENDER|HW_2D|HW_COMPOSER|HW_FB|HW_VIDEO_ENCODER"
                              "|HW_IMAGE_ENCODER|SMVR");
-    for (const auto& [bits, name] : cases)
+    for (const auto& [bits, name] : cases) {
         EXPECT_EQ(usage(bits), name) << std::hex << bits;
+    }
 }
 
 TEST_F(NamesTest, DataspacesAreBareOrFollowedByTheirFields) {
@@ -86,8 +90,9 @@ TEST_F(NamesTest, DataspacesAreBareOrFollowedByTheirFields) {
             1800000 0x1800000|TRANSFER_GAMMA2_8 2000000 0x2000000|TRANSFER_HLG
             2400000 0x2400000 4000000 0x4000000 20000000 0x20000000)");
     ASSERT_EQ(cases.size(), 47u);
-    for (const auto& [code, name] : cases)
+    for (const auto& [code, name] : cases) {
         EXPECT_EQ(dataspace(code), name);
+    }
 }
 
 }  // namespace

@@ -37,10 +37,11 @@ class RequestQueryTest : public HelperTest {
             unsigned usage = 0, format = 0;
             if (line.ends_with("-->") &&
                 sscanf(line.c_str(), "D GrallocHelper [dump] %dx%d usage:%x(%*[^)]) format:%x",
-                       &width, &height, &usage, &format) == 4)
+                       &width, &height, &usage, &format) == 4) {
                 keys.push_back((std::ostringstream() << std::hex << format << " " << usage
                                                      << std::dec << " " << width << "x" << height)
                                        .str());
+            }
         }
         return keys;
     }
@@ -90,8 +91,9 @@ TEST_F(RequestQueryTest, AColdRequestMakesTheseCallsInThisOrderAndAHitNone) {
                           "plexa_query 17", "plexa_query 10", "plexa_query 11", "plexa_query 12",
                           "plexa_query 13", "plexa_query 14", "plexa_query 52", "plexa_query 12",
                           "plexa_query 11"};
-        for (int i = 0; i < 2; ++i)
+        for (int i = 0; i < 2; ++i) {
             expected.insert(expected.end(), c.layoutRead.begin(), c.layoutRead.end());
+        }
         expected.insert(expected.end(),
                         {"lock usage=3 rect=0,0,64,32 fence=-1", "flush", "unlock", "flush",
                          "sync_wait release", "close release", "freeBuffer", "flush", "flush"});
@@ -120,8 +122,9 @@ TEST_F(RequestQueryTest, UsageCountsOnlyForTheTwoFormatsThatItResolves) {
             {0x1, 1, 0}, {0x21, 1, 0}, {0x24, 1, 0}, {0x22, 3, 0x80000000}, {0x23, 3, 0x80000000}};
     for (const auto& c : cases) {
         const size_t before = probes();
-        for (const uint32_t usage : {0u, 3u, 0x80000000u})
+        for (const uint32_t usage : {0u, 3u, 0x80000000u}) {
             EXPECT_EQ(request({usage, c.format, 64, 32}), 0);
+        }
         EXPECT_EQ(probes() - before, c.probes);
         EXPECT_EQ(static_cast<int64_t>(allocatorScript().requests.back().usage), c.usage)
                 << "widened with zeros";
@@ -154,8 +157,9 @@ TEST_F(RequestQueryTest, KeysAreOrderedByFormatUsageWidthHeightEachComparedSigne
             {0, -5, 1, 1},   {0x7FFFFFFF, 0x22, 0, 0},
             {0, 1, 7, -1},
     };
-    for (const GrallocRequest& r : asked)
+    for (const GrallocRequest& r : asked) {
         EXPECT_EQ(requestResolving(1, r), 0);
+    }
     EXPECT_THAT(cachedKeys(),
                 ElementsAre("fffffffb 0 1x1", "1 0 -7x3", "1 0 0x0", "1 0 1x1", "1 0 7x-1",
                             "1 0 7x1", "1 0 7x2", "1 0 9x9", "22 80000000 9x9", "22 0 9x9",
@@ -205,10 +209,11 @@ TEST_F(RequestQueryTest, AFailedAllocationIsToldAndFreesNothing) {
     info.format = 77;
     for (const auto& c : cases) {
         allocatorScript().allocateStatus = nullptr;
-        if (c.refused)
+        if (c.refused) {
             allocatorScript().allocateStatus = [] {
                 return ndk::ScopedAStatus::fromServiceSpecificError(0);
             };
+        }
         mapperScript().importResults = c.importResults;
         mapperScript().failedImport = c.left;
         mapperScript().importGivesNull = c.importGivesNull;
@@ -250,16 +255,19 @@ TEST_F(RequestQueryTest, AnEntryIsDumpedAsItIsAdded) {
     std::vector<std::string> expected = {"[query] Grallc Request: u(0x20003) f(0x22) w(64) h(32)"};
     for (const char* const asked : {"64x32 usage:0x00020003(0|SW_READ_OFTEN|HW_CAMERA_WRITE) "
                                     "format:0x00000022(IMPLEMENTATION_DEFINED) -->",
-                                    "64x32 usage:0x00000000(0) format:0x00000001(RGBA_8888) -->"})
+                                    "64x32 usage:0x00000000(0) format:0x00000001(RGBA_8888) -->"}) {
         for (const std::string& line :
              {stars, std::string("!!!gralloc time: 2999 us"), std::string(asked), result,
-              std::string("  [0] sizeInBytes:8192 rowStrideInBytes:256")})
+              std::string("  [0] sizeInBytes:8192 rowStrideInBytes:256")}) {
             expected.push_back("[dump] " + line);
+        }
+    }
     std::vector<std::string> log = takeLog();
     std::erase_if(log,
                   [](const std::string& line) { return !line.starts_with("D GrallocHelper "); });
-    for (std::string& line : expected)
+    for (std::string& line : expected) {
         line = "D GrallocHelper " + line;
+    }
     EXPECT_THAT(log, ElementsAreArray(expected));
 
     helper->dumpToLog();

@@ -19,8 +19,9 @@ class StartupTest : public DoublesTest {
   protected:
     void SetUp() override {
         DoublesTest::SetUp();
-        if (journal().calls("property_get_int32") != 0)
+        if (journal().calls("property_get_int32") != 0) {
             GTEST_SKIP() << "needs a process of its own: run it with ctest";
+        }
         GTEST_FLAG_SET(death_test_style, "threadsafe");
     }
 
@@ -55,14 +56,16 @@ TEST_F(StartupTest, BothAccessorsAnswerOneObjectFromAnyThread) {
     std::barrier start(8);
     std::vector<IGrallocInfoProvider*> seen(8);
     std::vector<std::jthread> threads;
-    for (size_t i = 0; i < seen.size(); ++i)
+    for (size_t i = 0; i < seen.size(); ++i) {
         threads.emplace_back([&, i] {
             start.arrive_and_wait();
             seen[i] = i % 2 ? IGrallocInfoProvider::getInstance() : IGrallocHelper::singleton();
         });
+    }
     threads.clear();
-    for (const void* const provider : seen)
+    for (const void* const provider : seen) {
         EXPECT_EQ(provider, IGrallocHelper::singleton());
+    }
     EXPECT_EQ(journal().calls("AIMapper_loadIMapper"), 1) << "built once";
 }
 
@@ -150,10 +153,11 @@ TEST_F(StartupTest, ABrokenMapperEndsTheProcessWithTheStepThatFailed) {
                            HasSubstr(":utils/gralloc/aidl/v2/mapper/mapper}"),
                            Not(HasSubstr("[Fatal]")), Not(HasSubstr("testLog"))));
     }
-    for (const LogSettings& settings : {LogSettings{.mode = 8, .object = false}, {.mode = 1}})
+    for (const LogSettings& settings : {LogSettings{.mode = 8, .object = false}, {.mode = 1}}) {
         EXPECT_FATAL(startWith(settings),
                      AllOf(HasSubstr("assert(null)" + start), Not(HasSubstr("switchboard")),
                            Not(HasSubstr("flush 1"))));
+    }
 }
 
 }  // namespace

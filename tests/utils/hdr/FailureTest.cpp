@@ -45,17 +45,19 @@ TEST_F(HdrFailureTest, ASizeMustBeExactWhereItIsLookedAt) {
                  {1, 8, "Cta861_3(8)"},
                  {2, 224, "plexa_hdr10p_dynamic_metadata_t(224)"}};
     std::string data(300, 'u');
-    for (const auto& kind : kinds)
+    for (const auto& kind : kinds) {
         for (const unsigned size : {kind.right - 1, kind.right + 1, 0u, UINT32_MAX}) {
             const std::string line = "data_size(" + std::to_string(static_cast<int>(size)) +
                                      ") != struct size of " + kind.record;
             EXPECT_EQ(get(*mapper, buffer, kind.kind, data.data(), size), 3);
             EXPECT_THAT(takeLog(), ElementsAre("E GrallocMapperAidlV2 [getGrallocMeta] " + line));
-            if (kind.kind == 2)
+            if (kind.kind == 2) {
                 continue;  // set takes a vector of any size
+            }
             EXPECT_EQ(set(*mapper, buffer, kind.kind, data.data(), size), 3);
             EXPECT_THAT(takeLog(), ElementsAre("E GrallocMapperAidlV2 [setGrallocMeta] " + line));
         }
+    }
     EXPECT_EQ(data, std::string(300, 'u'));
     EXPECT_THAT(journal().take(), IsEmpty());
 }
@@ -66,19 +68,21 @@ TEST_F(HdrFailureTest, WhatIsNoKindDoesNothingAndAPayloadNeedsNoSize) {
         EXPECT_EQ(set(*mapper, buffer, kind, data.data(), 40), 0);
         EXPECT_EQ(get(*mapper, buffer, kind, data.data(), 40), 0);
     }
-    for (const unsigned size : {0u, 223u, 224u})
+    for (const unsigned size : {0u, 223u, 224u}) {
         EXPECT_EQ(get(*mapper, buffer, 3, data.data(), size), 0);
+    }
     EXPECT_THAT(journal().take(), IsEmpty());
     EXPECT_EQ(data, std::string(300, 'u'));
 
     const Payload none;
-    for (const int kind : {2, 3})
+    for (const int kind : {2, 3}) {
         for (const unsigned size : {0u, 24u, 225u, UINT32_MAX}) {
             mapperScript().lastSet.clear();
             EXPECT_EQ(set(*mapper, buffer, kind, &none, size), 0);
             EXPECT_EQ(text(mapperScript().lastSet),
                       encodedPayload(static_cast<char>(19 + kind), 0, 0));
         }
+    }
     EXPECT_EQ(mapperScript().lastSet.size(), 77u);
     EXPECT_THAT(takeLog(), IsEmpty());
 }
@@ -89,12 +93,13 @@ TEST_F(HdrFailureTest, ASetAnswersTheMappersResultSilently) {
         const void* data;
         unsigned size;
     } kinds[] = {{kOddFloats, 40}, {kOddFloats, 8}, {&payload, 0}, {&payload, 0}};
-    for (const int result : {0, 2, 3, 7, -1})
+    for (const int result : {0, 2, 3, 7, -1}) {
         for (int kind = 0; kind < 4; ++kind) {
             mapperScript().setResult = result;
             EXPECT_EQ(set(*mapper, buffer, kind, kinds[kind].data, kinds[kind].size), result);
             EXPECT_EQ(journal().take().size(), 2u) << "one call and its flush";
         }
+    }
     EXPECT_THAT(takeLog(), IsEmpty());
 }
 
@@ -124,7 +129,7 @@ TEST_F(HdrFailureTest, AFailedGetAnswers0LeavesTheDataAloneAndTellsWhatIsUnexpec
             {"another type", 0, [](std::string& bytes) { bytes[61] ^= 1; }},
             {"one byte less", 0, [](std::string& bytes) { bytes.pop_back(); }},
     };
-    for (const auto& kind : kinds)
+    for (const auto& kind : kinds) {
         for (const auto& c : cases) {
             SCOPED_TRACE(testing::Message() << kind.kind << ": " << c.name);
             mapperScript() = {};
@@ -141,6 +146,7 @@ TEST_F(HdrFailureTest, AFailedGetAnswers0LeavesTheDataAloneAndTellsWhatIsUnexpec
             EXPECT_EQ(journal().take().size(), 2u) << "one read and its flush";
             EXPECT_THAT(takeLog(), ElementsAreArray(c.log));
         }
+    }
 }
 
 }  // namespace

@@ -1,11 +1,12 @@
 // HDR metadata through the host's own mapper, between two processes.
 #include <dlfcn.h>
-#include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <numeric>
+
+#include <gtest/gtest.h>
 
 #include "tests/utils/hdr/HdrTest.h"
 #include "utils/gralloc/aidl/v2/allocator/allocator.h"
@@ -60,26 +61,34 @@ bool holds(const MapperV5& mapper, const native_handle* handle, int kind, unsign
 // says how far it came.
 int readAsPeer(int socket) {
     const auto received = host::receiveHandle(socket);
-    if (!received.ok())
+    if (!received.ok()) {
         return 1;
+    }
     const Platform platform;
     const native_handle* buffer = nullptr;
-    if (platform.mapper.importBuffer(received.value, &buffer) != 0)
+    if (platform.mapper.importBuffer(received.value, &buffer) != 0) {
         return 2;
-    if (!holds(platform.mapper, buffer, 0, 40, text(kOddFloats, 40)))
+    }
+    if (!holds(platform.mapper, buffer, 0, 40, text(kOddFloats, 40))) {
         return 3;
-    if (!holds(platform.mapper, buffer, 1, 8, text(kOddFloats + 2, 8)))
+    }
+    if (!holds(platform.mapper, buffer, 1, 8, text(kOddFloats + 2, 8))) {
         return 4;
-    if (!holds(platform.mapper, buffer, 2, 224, text(counted(600, 7))))
+    }
+    if (!holds(platform.mapper, buffer, 2, 224, text(counted(600, 7)))) {
         return 5;
-    if (readDolby(buffer) != headerOf(0x16) + literal("\x05\0\0\0\0\0\0\0\1\2\3\4\5"))
+    }
+    if (readDolby(buffer) != headerOf(0x16) + literal("\x05\0\0\0\0\0\0\0\1\2\3\4\5")) {
         return 6;
-    if (set(platform.mapper, buffer, 1, kOddFloats + 8, 8) != 0)
+    }
+    if (set(platform.mapper, buffer, 1, kOddFloats + 8, 8) != 0) {
         return 7;
+    }
     if (platform.mapper
                 .setStandardMetadata<NSCam::GrallocMapperAidlV2::StandardMetadataType::SMPTE2086>(
-                        buffer, std::nullopt) != 0)
+                        buffer, std::nullopt) != 0) {
         return 8;
+    }
     return platform.mapper.freeBuffer(buffer) == 0 ? 0 : 9;
 }
 
@@ -88,13 +97,15 @@ TEST(HdrHostTest, WhatOneProcessSetsAnotherReadsBitForBit) {
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
     const host::TransportSocket mine(ends[0]), other(ends[1]);
     const pid_t peer = fork();
-    if (peer == 0)
+    if (peer == 0) {
         _exit(readAsPeer(other.get()));
+    }
 
     const Platform platform;
     const native_handle* const buffer = platform.allocate();
-    for (const auto& [kind, size] : {std::pair(0, 40u), {1, 8u}, {2, 224u}})
+    for (const auto& [kind, size] : {std::pair(0, 40u), {1, 8u}, {2, 224u}}) {
         EXPECT_TRUE(holds(platform.mapper, buffer, kind, size, "")) << "a new buffer has none";
+    }
     const Payload hdr10Plus = counted(600, 7), dolby = counted(5, 1);
     EXPECT_EQ(set(platform.mapper, buffer, 0, kOddFloats, 40), 0);
     EXPECT_EQ(set(platform.mapper, buffer, 1, kOddFloats + 2, 8), 0);

@@ -23,13 +23,15 @@ class HidlAllocatorTest : public HidlBackendTest {
 
     // As many raw buffers as there is room for; nobody looks behind them.
     static void offerBuffers() {
-        for (size_t i = 0; i < kRoom; ++i)
+        for (size_t i = 0; i < kRoom; ++i) {
             hidlScript().allocated.push_back(&raw()[i]);
+        }
     }
     static native_handle_t* raw() {
         static native_handle_t handles[kRoom] = {};
-        for (native_handle_t& handle : handles)
+        for (native_handle_t& handle : handles) {
             handle.version = sizeof(native_handle_t);
+        }
         return handles;
     }
 
@@ -74,15 +76,18 @@ TEST_F(HidlAllocatorTest, AFailedImportFreesTheOnesBeforeInOrderAndAnswersItsOwn
         EXPECT_EQ(allocate(3), 2);
         EXPECT_EQ(width, 7u);
         Calls expected = {"allocate"};
-        for (int i = 0; i <= failing; ++i)
+        for (int i = 0; i <= failing; ++i) {
             expected.insert(expected.end(), {"importBuffer", "importBuffer is over"});
-        for (int i = 0; i < failing; ++i)
+        }
+        for (int i = 0; i < failing; ++i) {
             expected.push_back("freeBuffer 0x100" + std::to_string(i));
+        }
         expected.emplace_back("allocate is over");
         EXPECT_THAT(journal().take(), ElementsAreArray(expected));
-        for (int i = 0; i < 3; ++i)
+        for (int i = 0; i < 3; ++i) {
             EXPECT_EQ(handles[i], i < failing ? nullptr : buffer)
                     << "the failed one's is untouched";
+        }
         EXPECT_THAT(takeLog(), IsEmpty());
     }
 }
@@ -167,8 +172,9 @@ TEST(HidlStartTest, AnAbsentMapperIsSilentAnAbsentAllocatorEndsTheProcess) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     setenv("ZELKCAM_HOST_SERVICES", "none", 1);
     setLog(kDebugLog);
-    if (IMapper::getService("default", false) != nullptr)
+    if (IMapper::getService("default", false) != nullptr) {
         GTEST_SKIP() << "needs a process of its own: run it with ctest";
+    }
     const NSCam::GrallocMapper::Mapper mapper;
     EXPECT_THAT(takeLog(), IsEmpty());
     EXPECT_FATAL(NSCam::GrallocAllocator::Allocator{mapper},

@@ -1,9 +1,10 @@
 // The HIDL pair over the host's own services, beside the AIDL pair over the same buffers.
-#include <gtest/gtest.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <cstring>
+
+#include <gtest/gtest.h>
 
 #include "tests/support/Holdings.h"
 #include "tests/support/LogCapture.h"
@@ -59,7 +60,7 @@ const Pairs& pairs() {
 
 TEST(HidlHostTest, BothMappersDescribeAndLockTheSameBufferAlike) {
     const auto& [mapper, allocator, stableMapper, stableAllocator] = pairs();
-    for (const int32_t format : kFormats)
+    for (const int32_t format : kFormats) {
         for (const bool hidl : {true, false}) {
             SCOPED_TRACE(testing::Message() << std::hex << format << ", HIDL: " << hidl);
             const native_handle* const buffer = pairs().allocate(hidl, format, 1921, 1083);
@@ -86,8 +87,9 @@ TEST(HidlHostTest, BothMappersDescribeAndLockTheSameBufferAlike) {
             EXPECT_EQ(stableMapper.lock(buffer, kUsage, {}, -1, &stableYcbcr), said ? 0 : 3);
             if (said) {
                 // Only the stable one takes a plane without components for luma.
-                if (planes[0].components.empty())
+                if (planes[0].components.empty()) {
                     ycbcr.y = data, ycbcr.ystride = static_cast<size_t>(planes[0].strideInBytes);
+                }
                 EXPECT_EQ(memcmp(&ycbcr, &stableYcbcr, sizeof(ycbcr)), 0);
                 stableMapper.unlock(buffer);
                 mapper.unlock(buffer);
@@ -95,6 +97,7 @@ TEST(HidlHostTest, BothMappersDescribeAndLockTheSameBufferAlike) {
             // Either pair's mapper frees what the other's has imported.
             EXPECT_EQ(hidl ? stableMapper.freeBuffer(buffer) : mapper.freeBuffer(buffer), 0);
         }
+    }
 }
 
 TEST(HidlHostTest, TenThousandRoundsLeaveDescriptorsAndMappingsAsTheyWere) {
@@ -126,8 +129,9 @@ TEST(HidlHostTest, TenThousandRoundsLeaveDescriptorsAndMappingsAsTheyWere) {
     const Holdings before = holdings();
     for (int i = 0; i < 10'000 && !HasFailure(); ++i) {
         serve();
-        if (i % 10 == 0)
+        if (i % 10 == 0) {
             refuse();
+        }
     }
     EXPECT_EQ(holdings(), before);
     close(signalled);

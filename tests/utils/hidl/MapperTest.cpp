@@ -2,9 +2,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "tests/utils/hidl/ScriptedHidl.h"
 #include "tests/support/Holdings.h"
 #include "tests/support/PlaneCases.h"
+#include "tests/utils/hidl/ScriptedHidl.h"
 
 namespace zelkcam::test {
 
@@ -22,8 +22,9 @@ class FenceHandle {
   public:
     explicit FenceHandle(const WatchedFd& fence, int fds = 1, int ints = 0)
         : mHandle(fds < 0 ? nullptr : native_handle_create(fds, ints)) {
-        for (int i = 0; i < fds; ++i)
+        for (int i = 0; i < fds; ++i) {
             mHandle->data[i] = fence.get();
+        }
     }
     ~FenceHandle() { native_handle_delete(mHandle); }
     FenceHandle(const FenceHandle&) = delete;
@@ -54,8 +55,8 @@ TEST_F(HidlMapperTest, TheCallbacksCodeIsTheResultUnlessTheTransportFailedWhichI
             {"YCbCr lock", [&] { return lock(Shape::kYcbcr); }},
             {"getPlaneLayouts", [&] { return mapper->getPlaneLayouts(buffer, &layouts); }},
     };
-    for (const auto& [name, call] : calls)
-        for (const Error error : {Error::NONE, Error::BAD_BUFFER, Error::UNSUPPORTED})
+    for (const auto& [name, call] : calls) {
+        for (const Error error : {Error::NONE, Error::BAD_BUFFER, Error::UNSUPPORTED}) {
             for (const Transport transport :
                  {Transport::kWorks, Transport::kFailsOnTheWay, Transport::kFailsOnTheWayBack}) {
                 SCOPED_TRACE(name);
@@ -65,17 +66,20 @@ TEST_F(HidlMapperTest, TheCallbacksCodeIsTheResultUnlessTheTransportFailedWhichI
                 data = &pixel;
                 const bool works = transport == Transport::kWorks;
                 EXPECT_EQ(call(), works ? static_cast<int32_t>(error) : 5);
-                if (error == Error::NONE)
+                if (error == Error::NONE) {
                     continue;
+                }
                 EXPECT_EQ(descriptor.size(), 0u) << "outputs are written on NONE only";
                 EXPECT_EQ(imported, buffer);
                 EXPECT_EQ(data, &pixel);
             }
+        }
+    }
 }
 
 TEST_F(HidlMapperTest, ALockPassesItsArgumentsOnAndClosesTheFenceAfterTheCall) {
     hidlScript().planes = {plane(0, 8, 64, {})};
-    for (const Shape shape : kShapes)
+    for (const Shape shape : kShapes) {
         for (const Error error : {Error::NONE, Error::BAD_VALUE}) {
             hidlScript().lockError = error;
             const WatchedFd fence("acquire");
@@ -94,13 +98,15 @@ TEST_F(HidlMapperTest, ALockPassesItsArgumentsOnAndClosesTheFenceAfterTheCall) {
             EXPECT_EQ(hidlScript().lock.fence, "none");
             EXPECT_EQ(journal().take().back(), "lock is over") << "nothing to close";
         }
-    for (const Transport transport : {Transport::kFailsOnTheWay, Transport::kFailsOnTheWayBack})
+    }
+    for (const Transport transport : {Transport::kFailsOnTheWay, Transport::kFailsOnTheWayBack}) {
         for (const Shape shape : {Shape::kPlain, Shape::kLayout}) {
             const WatchedFd fence("acquire");
             hidlScript().transport = transport;
             EXPECT_EQ(lock(shape, fence.get()), 5);
             EXPECT_FALSE(fence.isOpen());
         }
+    }
 }
 
 TEST_F(HidlMapperTest, AFenceThatCannotBeWrappedStaysOpenAndHasOneLine) {
@@ -158,7 +164,7 @@ TEST_F(HidlMapperTest, LayoutsAreAskedForOnlyWithAPlaceForThem) {
 TEST_F(HidlMapperTest, PixelAndStrideAreToldWhetherOrNotTheLockSucceeds) {
     std::vector<PixelAndStrideCase> cases = pixelAndStrideCases();
     cases.push_back({{}, 77, 77});
-    for (const PixelAndStrideCase& c : cases)
+    for (const PixelAndStrideCase& c : cases) {
         for (const Error error : {Error::NONE, Error::NO_RESOURCES}) {
             SCOPED_TRACE(&c - cases.data());
             hidlScript() = {.lockError = error, .planes = c.planes};
@@ -167,6 +173,7 @@ TEST_F(HidlMapperTest, PixelAndStrideAreToldWhetherOrNotTheLockSucceeds) {
             EXPECT_EQ(pixel, c.pixel);
             EXPECT_EQ(stride, c.stride);
         }
+    }
     hidlScript() = {.error = Error::BAD_BUFFER};
     EXPECT_EQ(lock(Shape::kLayout), 0) << "the lock goes ahead without layouts";
     EXPECT_EQ(pixel, 77);

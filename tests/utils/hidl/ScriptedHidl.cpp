@@ -23,8 +23,9 @@ Status transportStatus() {
 template <typename Callback>
 Return<void> answer(const char* call, const Callback& callback) {
     journal().add(call);
-    if (hidlScript().transport != Transport::kFailsOnTheWay)
+    if (hidlScript().transport != Transport::kFailsOnTheWay) {
         callback();
+    }
     journal().add(std::string(call) + " is over");
     return Return<void>(transportStatus());
 }
@@ -54,8 +55,9 @@ class ScriptedMapper final : public host::MapperService {
         char text[32];
         snprintf(text, sizeof(text), "freeBuffer %p", buffer);
         journal().add(text);
-        if (hidlScript().transport != Transport::kWorks)
+        if (hidlScript().transport != Transport::kWorks) {
             return Return<Error>(transportStatus());
+        }
         return hidlScript().error;
     }
 
@@ -94,8 +96,9 @@ class ScriptedAllocator final : public host::HidlAllocatorService {
         script.descriptors.push_back(descriptor);
         script.counts.push_back(count);
         hidl_vec<hidl_handle> raw(script.allocated.size());
-        for (size_t i = 0; i < raw.size(); ++i)
+        for (size_t i = 0; i < raw.size(); ++i) {
             raw[i] = hidl_handle(script.allocated[i]);
+        }
         return answer("allocate", [&] { callback(script.error, 128, raw); });
     }
 };
@@ -135,10 +138,12 @@ void HidlBackendTest::SetUp() {
 
 int32_t HidlBackendTest::lock(Shape shape, int fence) {
     constexpr IMapper::Rect kRegion = {1, 2, 3, 4};
-    if (shape == Shape::kPlain)
+    if (shape == Shape::kPlain) {
         return mapper->lock(buffer, 0x1'0000'0003, kRegion, fence, &data);
-    if (shape == Shape::kLayout)
+    }
+    if (shape == Shape::kLayout) {
         return mapper->lock(buffer, 0x1'0000'0003, kRegion, fence, &data, &pixel, &stride);
+    }
     return mapper->lock(buffer, 0x1'0000'0003, kRegion, fence, &ycbcr);
 }
 
@@ -151,8 +156,9 @@ int dup(int fd) {
 }
 
 native_handle_t* native_handle_init(char* storage, int numFds, int numInts) {
-    if (zelkcam::test::hidlScript().wrapFails)
+    if (zelkcam::test::hidlScript().wrapFails) {
         return nullptr;
+    }
     auto* const handle = reinterpret_cast<native_handle_t*>(storage);
     handle->version = sizeof(native_handle_t);
     handle->numFds = numFds;

@@ -1,13 +1,13 @@
 // What every HIDL enumeration offers beside its enumerators, made from one table of names.
 #pragma once
 
-#include <hidl/HidlSupport.h>
-
 #include <array>
 #include <cstddef>
 #include <ostream>
 #include <string>
 #include <type_traits>
+
+#include <hidl/HidlSupport.h>
 
 namespace zelkcam::host {
 

@@ -39,10 +39,12 @@ int32_t importAll(const Mapper& mapper, const hidl_vec<hidl_handle>& buffers, ui
     for (uint32_t i = 0; i < count; ++i) {
         // Contract: the service is trusted to have made as many buffers as were asked for.
         const int32_t error = mapper.importBuffer(buffers[i], &outBufferHandles[i]);
-        if (error == kNone)
+        if (error == kNone) {
             continue;
-        for (uint32_t j = 0; j < i; ++j)
+        }
+        for (uint32_t j = 0; j < i; ++j) {
             mapper.freeBuffer(std::exchange(outBufferHandles[j], nullptr));
+        }
         return error;
     }
     return kNone;
@@ -52,8 +54,9 @@ int32_t importAll(const Mapper& mapper, const hidl_vec<hidl_handle>& buffers, ui
 
 Allocator::Allocator(const Mapper& mapper)
     : mMapper(mapper), mAllocator(IAllocator::getService("default", false)) {
-    if (mAllocator == nullptr)
+    if (mAllocator == nullptr) {
         LOGF("gralloc-alloc is missing ");
+    }
 }
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param): binary interface
@@ -65,8 +68,9 @@ int32_t Allocator::allocate(hidl_vec<uint8_t> descriptor, uint32_t count, uint32
             [&](Error error, uint32_t stride, const hidl_vec<hidl_handle>& buffers) {
                 result = error == Error::NONE ? importAll(mMapper, buffers, count, outBufferHandles)
                                               : static_cast<int32_t>(error);
-                if (result == kNone)
+                if (result == kNone) {
                     *outStride = stride;
+                }
             });
     return transport.isOk() ? result : kNoResources;
 }
@@ -86,8 +90,9 @@ int32_t Allocator::allocate(uint32_t width, uint32_t height, PixelFormat format,
         return -ENOMEM;
     }
     const int32_t error = allocate(std::move(descriptor), 1, outStride, outBufferHandle);
-    if (error == kNone)
+    if (error == kNone) {
         return 0;
+    }
     LOGE("Failed to allocate (%u x %u) layerCount %u format %d usage %lx: %d", info.width,
          info.height, info.layerCount, static_cast<int>(info.format),
          static_cast<unsigned long>(info.usage), error);

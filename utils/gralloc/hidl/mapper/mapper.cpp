@@ -38,11 +38,13 @@ int32_t callResult(const Return<void>& transport, Error answer) {
 // Makes `*handle` refer to a native handle in `storage` that holds `fence`; without a fence it
 // stays empty.
 bool wrapFence(int fence, char* storage, hidl_handle* handle) {
-    if (fence < 0)
+    if (fence < 0) {
         return true;
+    }
     native_handle_t* const native = native_handle_init(storage, 1, 0);
-    if (native == nullptr)
+    if (native == nullptr) {
         return false;
+    }
     native->data[0] = fence;
     *handle = native;
     return true;
@@ -75,8 +77,9 @@ std::optional<int32_t> lockWithFence(IMapper& mapper, const native_handle* buffe
 }  // namespace
 
 Mapper::Mapper() : mMapper(IMapper::getService("default", false)) {
-    if (mMapper != nullptr && mMapper->isRemote())
+    if (mMapper != nullptr && mMapper->isRemote()) {
         LOGF("gralloc-mapper must be in passthrough mode");
+    }
 }
 
 int32_t Mapper::createDescriptor(const IMapper::BufferDescriptorInfo& descriptorInfo,
@@ -85,8 +88,9 @@ int32_t Mapper::createDescriptor(const IMapper::BufferDescriptorInfo& descriptor
     const Return<void> transport = mMapper->createDescriptor(
             descriptorInfo, [&](Error answer, const hidl_vec<uint8_t>& descriptor) {
                 error = answer;
-                if (answer == Error::NONE)
+                if (answer == Error::NONE) {
                     *outDescriptor = descriptor;
+                }
             });
     return callResult(transport, error);
 }
@@ -96,8 +100,9 @@ int32_t Mapper::importBuffer(const hidl_handle& rawHandle, const native_handle**
     const Return<void> transport =
             mMapper->importBuffer(rawHandle, [&](Error answer, void* buffer) {
                 error = answer;
-                if (answer == Error::NONE)
+                if (answer == Error::NONE) {
                     *outBuffer = static_cast<const native_handle*>(buffer);
+                }
             });
     return callResult(transport, error);
 }
@@ -105,8 +110,9 @@ int32_t Mapper::importBuffer(const hidl_handle& rawHandle, const native_handle**
 int32_t Mapper::freeBuffer(const native_handle* buffer) const {
     const Return<Error> answer = mMapper->freeBuffer(writable(buffer));
     const int32_t error = answer.isOk() ? static_cast<int32_t>(Error(answer)) : kNoResources;
-    if (error != kNone)
+    if (error != kNone) {
         LOGE("freeBuffer(%p) failed with %d", buffer, error);
+    }
     return error;
 }
 
@@ -114,10 +120,11 @@ int32_t Mapper::lock(const native_handle* buffer, uint64_t cpuUsage,
                      const IMapper::Rect& accessRegion, int acquireFence, void** outData) const {
     const std::optional<int32_t> result = lockWithFence(
             *mMapper, buffer, cpuUsage, accessRegion, acquireFence, [&](Error error, void* data) {
-                if (error == Error::NONE)
+                if (error == Error::NONE) {
                     *outData = data;
-                else
+                } else {
                     LOGE("IMapper->lock error happen, err=%u", static_cast<unsigned int>(error));
+                }
             });
     return result.value_or(kNoResources);
 }
@@ -126,20 +133,24 @@ int32_t Mapper::lock(const native_handle* buffer, uint64_t cpuUsage,
                      const IMapper::Rect& accessRegion, int acquireFence, void** outData,
                      int* outBytesPerPixel, int* outBytesPerStride) const {
     std::vector<PlaneLayout> planes;
-    if (getPlaneLayouts(buffer, &planes) == kNone)
+    if (getPlaneLayouts(buffer, &planes) == kNone) {
         gralloc::tellPixelAndStride(planes, outBytesPerPixel, outBytesPerStride);
+    }
 
     const std::optional<int32_t> result = lockWithFence(
             *mMapper, buffer, cpuUsage, accessRegion, acquireFence, [&](Error answer, void* data) {
-                if (answer == Error::NONE)
+                if (answer == Error::NONE) {
                     *outData = data;
+                }
             });
     // A fence that cannot be wrapped has had its line.
-    if (!result)
+    if (!result) {
         return kNoResources;
+    }
     // Contract: this one line passes by the gates and the switchboard.
-    if (*result != kNone)
+    if (*result != kNone) {
         __android_log_print(ANDROID_LOG_WARN, kLogTag, "lock(%p, ...) failed: %d", buffer, *result);
+    }
     return *result;
 }
 
@@ -148,23 +159,27 @@ int32_t Mapper::lock(const native_handle* buffer, uint64_t cpuUsage,
                      android_ycbcr* outYcbcr) const {
     // Contract: up to the inner lock the fence is not consumed; a caller that does not close it
     // then leaks it.
-    if (outYcbcr == nullptr)
+    if (outYcbcr == nullptr) {
         return -EINVAL;
+    }
     std::vector<PlaneLayout> planes;
-    if (const int32_t error = getPlaneLayouts(buffer, &planes); error != kNone)
+    if (const int32_t error = getPlaneLayouts(buffer, &planes); error != kNone) {
         return error;
+    }
 
     void* data = nullptr;
     // Contract: the inner lock reads the layouts once more, for nobody.
     if (const int32_t error =
                 lock(buffer, cpuUsage, accessRegion, acquireFence, &data, nullptr, nullptr);
-        error != kNone)
+        error != kNone) {
         return error;
+    }
 
     gralloc::YcbcrWalk walk(data);
     for (const PlaneLayout& plane : planes) {
-        if (walk.add(plane))
+        if (walk.add(plane)) {
             continue;
+        }
         // Contract: the release fence of this unlock is dropped without being closed; each such
         // failure leaves a descriptor behind when the mapper gives one.
         unlock(buffer);
@@ -182,8 +197,9 @@ int Mapper::unlock(const native_handle* buffer) const {
                 error = answer;
                 const native_handle_t* const fence = handle.getNativeHandle();
                 // Contract: a handle of several descriptors is no fence.
-                if (answer != Error::NONE || fence == nullptr || fence->numFds != 1)
+                if (answer != Error::NONE || fence == nullptr || fence->numFds != 1) {
                     return;
+                }
                 // The handle is the mapper's and ends with this call.
                 releaseFence = dup(fence->data[0]);
                 if (releaseFence < 0) {
@@ -192,15 +208,17 @@ int Mapper::unlock(const native_handle* buffer) const {
                 }
             });
     const int32_t result = callResult(transport, error);
-    if (result != kNone)
+    if (result != kNone) {
         LOGE("unlock(%p) failed with %d", buffer, result);
+    }
     return releaseFence;
 }
 
 int32_t Mapper::getPlaneLayouts(const native_handle* buffer,
                                 std::vector<PlaneLayout>* outPlaneLayouts) const {
-    if (outPlaneLayouts == nullptr)
+    if (outPlaneLayouts == nullptr) {
         return -EINVAL;
+    }
     const IMapper::MetadataType& type = android::gralloc4::MetadataType_PlaneLayouts;
     Error error = Error::NO_RESOURCES;
     hidl_vec<uint8_t> bytes;

@@ -46,15 +46,17 @@ std::shared_ptr<IAllocator> AllocatorAidl::createInstance() {
     const std::string name = std::string(IAllocator::descriptor) + "/default";
     auto allocator =
             IAllocator::fromBinder(ndk::SpAIBinder(AServiceManager_checkService(name.c_str())));
-    if (allocator == nullptr)
+    if (allocator == nullptr) {
         LOGE("gralloc-alloc is missing ");
+    }
     return allocator;
 }
 
 AllocatorAidl::AllocatorAidl(std::shared_ptr<IAllocator> allocator, const MapperV5& mapper)
     : mMapper(mapper), mAllocator(std::move(allocator)) {
-    if (mAllocator == nullptr)
+    if (mAllocator == nullptr) {
         LOGF("gralloc-alloc is missing ");
+    }
 }
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param): binary interface
@@ -64,17 +66,20 @@ int32_t AllocatorAidl::allocate(BufferDescriptorInfo descriptorInfo, uint32_t co
     const ndk::ScopedAStatus status =
             mAllocator->allocate2(descriptorInfo, static_cast<int32_t>(count), &result);
     ipcFlushCommands();
-    if (!status.isOk())
+    if (!status.isOk()) {
         return AIMAPPER_ERROR_NO_RESOURCES;
+    }
 
     for (uint32_t i = 0; i < count; ++i) {
         // Contract: the service is trusted to have made as many buffers as were asked for.
         const int32_t error = importFromAidl(mMapper, result.buffers[i], &outBufferHandles[i]);
         ipcFlushCommands();
-        if (error == AIMAPPER_ERROR_NONE)
+        if (error == AIMAPPER_ERROR_NONE) {
             continue;
-        for (uint32_t j = 0; j < i; ++j)
+        }
+        for (uint32_t j = 0; j < i; ++j) {
             free(std::exchange(outBufferHandles[j], nullptr));
+        }
         // Contract: whatever the import's own code was.
         return AIMAPPER_ERROR_BAD_BUFFER;
     }
@@ -92,8 +97,9 @@ int32_t AllocatorAidl::allocate(uint32_t width, uint32_t height, PixelFormat for
          static_cast<const void*>(outBufferHandle), static_cast<const void*>(outStride));
     const BufferDescriptorInfo info = describe(width, height, format, layerCount, usage);
     const int32_t error = allocate(info, 1, outStride, outBufferHandle);
-    if (error == AIMAPPER_ERROR_NONE)
+    if (error == AIMAPPER_ERROR_NONE) {
         return 0;
+    }
     LOGE("Failed to allocate (%u x %u) layerCount %u format %d usage %lx: %d",
          static_cast<unsigned int>(info.width), static_cast<unsigned int>(info.height),
          static_cast<unsigned int>(info.layerCount), static_cast<int>(info.format),

@@ -103,8 +103,9 @@ static_assert(sizeof(plexa_hdr10p_dynamic_metadata_t) == 224);
 
 template <typename Kind>
 bool hasRecordSize(const char* function, unsigned int size) {
-    if (size == sizeof(typename Kind::Record))
+    if (size == sizeof(typename Kind::Record)) {
         return true;
+    }
     Kind::logWrongSize(function, static_cast<int>(size));
     return false;
 }
@@ -136,8 +137,9 @@ std::string bitDump(const std::vector<uint8_t>& payload) {
     text.reserve(payload.size() * 9);
     for (const uint8_t byte : payload) {
         text += ' ';
-        for (int bit = 7; bit >= 0; --bit)
+        for (int bit = 7; bit >= 0; --bit) {
             text += (byte >> bit & 1) != 0 ? '1' : '0';
+        }
     }
     return text;
 }
@@ -145,8 +147,9 @@ std::string bitDump(const std::vector<uint8_t>& payload) {
 template <typename Kind>
 AIMapper_Error setRecord(const MapperV5& mapper, const native_handle* handle, const void* data,
                          unsigned int size) {
-    if (!hasRecordSize<Kind>("setGrallocMeta", size))
+    if (!hasRecordSize<Kind>("setGrallocMeta", size)) {
         return AIMAPPER_ERROR_BAD_VALUE;
+    }
     std::optional<typename Kind::Record> record(std::in_place);
     std::memcpy(&*record, data, sizeof(*record));
     return mapper.setStandardMetadata<Kind::kType>(handle, record);
@@ -157,16 +160,18 @@ template <typename Kind>
 AIMapper_Error setPayload(const MapperV5& mapper, const native_handle* handle, const void* data,
                           bool dump) {
     const std::optional payload(*static_cast<const std::vector<uint8_t>*>(data));
-    if (dump)
+    if (dump) {
         Kind::logPayload("setGrallocMeta", bitDump(*payload).c_str());
+    }
     return mapper.setStandardMetadata<Kind::kType>(handle, payload);
 }
 
 template <typename Kind>
 AIMapper_Error getInto(const MapperV5& mapper, const native_handle* handle, void* data,
                        unsigned int size) {
-    if (!hasRecordSize<Kind>("getGrallocMeta", size))
+    if (!hasRecordSize<Kind>("getGrallocMeta", size)) {
         return AIMAPPER_ERROR_BAD_VALUE;
+    }
     const auto value = mapper.getStandardMetadata<Kind::kType>(handle);
     // Contract: a payload is copied as long as it is, also beyond the record's size; what could not
     // be read is no error.
@@ -184,8 +189,9 @@ std::optional<typename StandardMetadata<T>::value_type> MapperV5::getStandardMet
         const native_handle* handle) const {
     std::vector<uint8_t> bytes = zeroedBytes(kFirstReadSize);
     const auto size = readStandardMetadata(*this, *mMapper, handle, T, bytes);
-    if (!size)
+    if (!size) {
         return std::nullopt;
+    }
     return StandardMetadata<T>::value::decode(bytes.data(), *size);
 }
 
@@ -230,8 +236,9 @@ INSTANTIATE_SET(StandardMetadataType::SMPTE2094_10);
 int32_t MapperV5::getPlaneLayouts(const native_handle* buffer,
                                   std::vector<PlaneLayout>* outPlaneLayouts) const {
     auto planes = getStandardMetadata<StandardMetadataType::PLANE_LAYOUTS>(buffer);
-    if (!planes)
+    if (!planes) {
         return AIMAPPER_ERROR_BAD_VALUE;
+    }
     *outPlaneLayouts = *std::move(planes);
     return AIMAPPER_ERROR_NONE;
 }
@@ -239,8 +246,9 @@ int32_t MapperV5::getPlaneLayouts(const native_handle* buffer,
 AIMapper_Error MapperV5::setGrallocMeta(const native_handle* handle,
                                         GRALLOC_STANDARD_METADATA_TYPE type, void* data,
                                         unsigned int data_size) const {
-    if (const AIMapper_Error error = checkPointers(__func__, handle, data))
+    if (const AIMapper_Error error = checkPointers(__func__, handle, data)) {
         return error;
+    }
     switch (type) {
         case GRALLOC_META_SMPTE2086:
             return setRecord<MasteringDisplay>(*this, handle, data, data_size);
@@ -257,8 +265,9 @@ AIMapper_Error MapperV5::setGrallocMeta(const native_handle* handle,
 AIMapper_Error MapperV5::getGrallocMeta(const native_handle* handle,
                                         GRALLOC_STANDARD_METADATA_TYPE type, void* data,
                                         unsigned int data_size) const {
-    if (const AIMapper_Error error = checkPointers(__func__, handle, data))
+    if (const AIMapper_Error error = checkPointers(__func__, handle, data)) {
         return error;
+    }
     switch (type) {
         case GRALLOC_META_SMPTE2086:
             return getInto<MasteringDisplay>(*this, handle, data, data_size);

@@ -23,10 +23,12 @@ std::optional<android_ycbcr> describeYcbcr(const std::vector<PlaneLayout>& plane
                                            bool dump) {
     gralloc::YcbcrWalk walk(data);
     for (const PlaneLayout& plane : planes) {
-        if (dump)
+        if (dump) {
             LOGD_AS("lock", "%s", plane.toString().c_str());
-        if (!walk.add(plane))
+        }
+        if (!walk.add(plane)) {
             return std::nullopt;
+        }
     }
     android_ycbcr ycbcr = walk.description();
     // A single plane whose mapper describes no components is all luma.
@@ -59,25 +61,29 @@ std::vector<uint8_t> zeroedBytes(size_t size) {
 
 MapperV5::MapperV5(std::shared_ptr<IAllocator> allocator) : mAllocator(std::move(allocator)) {
     std::string suffix;
-    if (!mAllocator->getIMapperLibrarySuffix(&suffix).isOk())
+    if (!mAllocator->getIMapperLibrarySuffix(&suffix).isOk()) {
         FATAL_AND_FLUSH("getIMapperLibrarySuffix fail");
+    }
 
     const std::string name = "mapper." + suffix + ".so";
     void* const library = android_load_sphal_library(name.c_str(), RTLD_NOW);
-    if (library == nullptr)
+    if (library == nullptr) {
         FATAL_AND_FLUSH("android_load_sphal_library fail");
+    }
 
     const auto load = reinterpret_cast<decltype(&AIMapper_loadIMapper)>(
             dlsym(library, "AIMapper_loadIMapper"));
-    if (load == nullptr)
+    if (load == nullptr) {
         FATAL_AND_FLUSH("AIMapper_loadIMapper missing");
+    }
 
     // Contract: only the pointer tells whether there is a mapper; neither the entry's result nor
     // the record's version is looked at.
     AIMapper* implementation = nullptr;
     load(&implementation);
-    if (implementation == nullptr)
+    if (implementation == nullptr) {
         FATAL_AND_FLUSH("AIMapper_loadIMapper fail");
+    }
 
     mMapper = std::make_shared<AIMapper>(*implementation);
     mLogLevel = property_get_int32("debug.zelkcam.utils.gralloc.loglevel", 0);
@@ -90,8 +96,9 @@ int32_t MapperV5::importBuffer(const native_handle* rawHandle,
 
 int32_t MapperV5::freeBuffer(const native_handle* buffer) const {
     const AIMapper_Error error = callAndFlush(*this, mMapper->v5.freeBuffer, buffer);
-    if (error != AIMAPPER_ERROR_NONE)
+    if (error != AIMAPPER_ERROR_NONE) {
         LOGE("freeBuffer(%p) failed with %d", buffer, error);
+    }
     return error;
 }
 
@@ -101,8 +108,9 @@ int32_t MapperV5::lock(const native_handle* buffer, uint64_t cpuUsage, const ARe
     const UniqueFd consumed(acquireFence);
     const AIMapper_Error error = callAndFlush(*this, mMapper->v5.lock, buffer, cpuUsage,
                                               accessRegion, acquireFence, outData);
-    if (error != AIMAPPER_ERROR_NONE)
+    if (error != AIMAPPER_ERROR_NONE) {
         LOGE("IMapper->lock error happen, err=%u", static_cast<unsigned int>(error));
+    }
     return error;
 }
 
@@ -110,16 +118,18 @@ int32_t MapperV5::lock(const native_handle* buffer, uint64_t cpuUsage, const ARe
                        int acquireFence, void** outData, int* outBytesPerPixel,
                        int* outBytesPerStride) const {
     std::vector<PlaneLayout> planes;
-    if (getPlaneLayouts(buffer, &planes) == AIMAPPER_ERROR_NONE)
+    if (getPlaneLayouts(buffer, &planes) == AIMAPPER_ERROR_NONE) {
         gralloc::tellPixelAndStride(planes, outBytesPerPixel, outBytesPerStride);
+    }
 
     UniqueFd consumed(acquireFence);
     const AIMapper_Error error = callAndFlush(*this, mMapper->v5.lock, buffer, cpuUsage,
                                               accessRegion, acquireFence, outData);
     consumed.reset();
     // Contract: this one line passes by the gates and the switchboard.
-    if (error != AIMAPPER_ERROR_NONE)
+    if (error != AIMAPPER_ERROR_NONE) {
         __android_log_print(ANDROID_LOG_WARN, kLogTag, "lock(%p, ...) failed: %d", buffer, error);
+    }
     return error;
 }
 
@@ -127,18 +137,21 @@ int32_t MapperV5::lock(const native_handle* buffer, uint64_t cpuUsage, const ARe
                        int acquireFence, android_ycbcr* outYcbcr) const {
     // Contract: up to the inner lock the fence is not consumed; a caller that does not close it
     // then leaks it.
-    if (outYcbcr == nullptr)
+    if (outYcbcr == nullptr) {
         return AIMAPPER_ERROR_BAD_VALUE;
+    }
     std::vector<PlaneLayout> planes;
-    if (const int32_t error = getPlaneLayouts(buffer, &planes); error != AIMAPPER_ERROR_NONE)
+    if (const int32_t error = getPlaneLayouts(buffer, &planes); error != AIMAPPER_ERROR_NONE) {
         return error;
+    }
 
     void* data = nullptr;
     // Contract: the inner lock reads the layouts once more, for nobody.
     if (const int32_t error =
                 lock(buffer, cpuUsage, accessRegion, acquireFence, &data, nullptr, nullptr);
-        error != AIMAPPER_ERROR_NONE)
+        error != AIMAPPER_ERROR_NONE) {
         return error;
+    }
 
     const auto ycbcr = describeYcbcr(planes, data, mLogLevel != 0);
     if (!ycbcr) {
@@ -154,8 +167,9 @@ int32_t MapperV5::lock(const native_handle* buffer, uint64_t cpuUsage, const ARe
 int MapperV5::unlock(const native_handle* buffer) const {
     int releaseFence = -1;
     const AIMapper_Error error = callAndFlush(*this, mMapper->v5.unlock, buffer, &releaseFence);
-    if (error != AIMAPPER_ERROR_NONE)
+    if (error != AIMAPPER_ERROR_NONE) {
         LOGE("unlock(%p) failed with %d", buffer, error);
+    }
     return releaseFence;
 }
 

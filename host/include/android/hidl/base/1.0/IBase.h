@@ -1,12 +1,13 @@
 // The base of all HIDL interfaces.
 #pragma once
 
-#include <android/hidl/base/1.0/types.h>
-#include <hidl/HidlSupport.h>
 #include <stdint.h>
-#include <utils/RefBase.h>
 
 #include <functional>
+
+#include <android/hidl/base/1.0/types.h>
+#include <hidl/HidlSupport.h>
+#include <utils/RefBase.h>
 
 namespace android {
 namespace hidl {

@@ -1,8 +1,9 @@
 // Types of the base of all HIDL interfaces.
 #pragma once
 
-#include <hidl/HidlSupport.h>
 #include <stdint.h>
+
+#include <hidl/HidlSupport.h>
 
 namespace android {
 namespace hidl {

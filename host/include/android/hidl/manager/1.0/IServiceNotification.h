@@ -1,9 +1,10 @@
 // What a client that waits for a HIDL service implements.
 #pragma once
 
+#include <stdint.h>
+
 #include <android/hidl/base/1.0/IBase.h>
 #include <hidl/HidlSupport.h>
-#include <stdint.h>
 
 namespace android {
 namespace hidl {

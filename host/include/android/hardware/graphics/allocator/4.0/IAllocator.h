@@ -1,14 +1,15 @@
 // The HIDL graphics allocator 4.0.
 #pragma once
 
-#include <android/hardware/graphics/mapper/4.0/types.h>
-#include <android/hidl/base/1.0/IBase.h>
-#include <android/hidl/manager/1.0/IServiceNotification.h>
-#include <hidl/HidlSupport.h>
 #include <stdint.h>
 
 #include <functional>
 #include <string>
+
+#include <android/hardware/graphics/mapper/4.0/types.h>
+#include <android/hidl/base/1.0/IBase.h>
+#include <android/hidl/manager/1.0/IServiceNotification.h>
+#include <hidl/HidlSupport.h>
 
 namespace android {
 namespace hardware {

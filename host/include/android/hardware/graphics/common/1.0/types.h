@@ -1,10 +1,11 @@
 // Graphics types of HIDL common 1.0.
 #pragma once
 
-#include <hidl/HidlSupport.h>
 #include <stdint.h>
 
 #include <array>
+
+#include <hidl/HidlSupport.h>
 
 #include "zelkcam/host/hidl_enum.h"
 

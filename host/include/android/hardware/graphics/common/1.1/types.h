@@ -1,11 +1,12 @@
 // Graphics types of HIDL common 1.1: those of 1.0 and what it adds.
 #pragma once
 
-#include <android/hardware/graphics/common/1.0/types.h>
-#include <hidl/HidlSupport.h>
 #include <stdint.h>
 
 #include <array>
+
+#include <android/hardware/graphics/common/1.0/types.h>
+#include <hidl/HidlSupport.h>
 
 #include "zelkcam/host/hidl_enum.h"
 

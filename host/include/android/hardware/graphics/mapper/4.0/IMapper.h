@@ -1,16 +1,17 @@
 // The HIDL graphics mapper 4.0: imports, maps and describes buffers in the caller's process.
 #pragma once
 
-#include <android/hardware/graphics/common/1.2/types.h>
-#include <android/hardware/graphics/mapper/4.0/types.h>
-#include <android/hidl/base/1.0/IBase.h>
-#include <android/hidl/manager/1.0/IServiceNotification.h>
-#include <hidl/HidlSupport.h>
 #include <stdint.h>
 
 #include <functional>
 #include <ostream>
 #include <string>
+
+#include <android/hardware/graphics/common/1.2/types.h>
+#include <android/hardware/graphics/mapper/4.0/types.h>
+#include <android/hidl/base/1.0/IBase.h>
+#include <android/hidl/manager/1.0/IServiceNotification.h>
+#include <hidl/HidlSupport.h>
 
 namespace android {
 namespace hardware {

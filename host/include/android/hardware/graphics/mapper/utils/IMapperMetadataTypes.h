@@ -106,10 +106,12 @@ class MetadataWriter {
     }
 
     void addToDesiredSize(size_t size) {
-        if (mDesiredSize < 0)
+        if (mDesiredSize < 0) {
             return;
-        if (__builtin_add_overflow(mDesiredSize, size, &mDesiredSize))
+        }
+        if (__builtin_add_overflow(mDesiredSize, size, &mDesiredSize)) {
             mDesiredSize = -AIMAPPER_ERROR_BAD_VALUE;
+        }
     }
 
     std::byte* mDest;
@@ -131,10 +133,12 @@ class MetadataReader {
     // Reads the header and fails unless it is this one.
     template <typename HEADER>
     MetadataReader& checkHeader() {
-        if (readString() != std::string_view(HEADER::name))
+        if (readString() != std::string_view(HEADER::name)) {
             fail();
-        if (readInt<int64_t>() != static_cast<int64_t>(HEADER::value))
+        }
+        if (readInt<int64_t>() != static_cast<int64_t>(HEADER::value)) {
             fail();
+        }
         return *this;
     }
 
@@ -147,8 +151,9 @@ class MetadataReader {
 
     MetadataReader& read(std::string& dest) {
         const std::string_view text = readString();
-        if (mOk)
+        if (mOk) {
             dest = text;
+        }
         return *this;
     }
 
@@ -192,8 +197,9 @@ class MetadataReader {
     size_t readLength() {
         int64_t length = 0;
         read(length);
-        if (length >= 0 && static_cast<uint64_t>(length) <= mRemaining)
+        if (length >= 0 && static_cast<uint64_t>(length) <= mRemaining) {
             return static_cast<size_t>(length);
+        }
         fail();
         return 0;
     }
@@ -207,10 +213,11 @@ class MetadataReader {
     }
 
     MetadataReader& take(void* dest, size_t size) {
-        if (size <= mRemaining)
+        if (size <= mRemaining) {
             std::memcpy(dest, advance(size), size);
-        else
+        } else {
             fail();
+        }
         return *this;
     }
 
@@ -225,8 +232,9 @@ namespace details {
 // at hand cannot hold that many.
 inline std::optional<size_t> readCount(MetadataReader& reader, size_t elementSize) {
     const std::optional<int64_t> count = reader.readInt<int64_t>();
-    if (!count || *count < 0 || static_cast<uint64_t>(*count) > reader.remaining() / elementSize)
+    if (!count || *count < 0 || static_cast<uint64_t>(*count) > reader.remaining() / elementSize) {
         return std::nullopt;
+    }
     return static_cast<size_t>(*count);
 }
 
@@ -238,8 +246,9 @@ constexpr size_t kRectSize = 4 * sizeof(int32_t);
 
 inline void writePlane(MetadataWriter& writer, const PlaneLayout& plane) {
     writer.write(static_cast<int64_t>(plane.components.size()));
-    for (const PlaneLayoutComponent& component : plane.components)
+    for (const PlaneLayoutComponent& component : plane.components) {
         writer.write(component.type).write(component.offsetInBits).write(component.sizeInBits);
+    }
     writer.write(plane.offsetInBytes)
             .write(plane.sampleIncrementInBits)
             .write(plane.strideInBytes)
@@ -252,11 +261,13 @@ inline void writePlane(MetadataWriter& writer, const PlaneLayout& plane) {
 
 inline bool readPlane(MetadataReader& reader, PlaneLayout& plane) {
     const std::optional<size_t> count = readCount(reader, kMinComponentSize);
-    if (!count)
+    if (!count) {
         return false;
+    }
     plane.components.resize(*count);
-    for (PlaneLayoutComponent& component : plane.components)
+    for (PlaneLayoutComponent& component : plane.components) {
         reader.read(component.type).read(component.offsetInBits).read(component.sizeInBits);
+    }
     reader.read(plane.offsetInBytes)
             .read(plane.sampleIncrementInBits)
             .read(plane.strideInBytes)
@@ -349,8 +360,9 @@ struct MetadataValue<HEADER, std::vector<PlaneLayout>> {
                                         size_t destBufferSize) {
         MetadataWriter writer{destBuffer, destBufferSize};
         writer.template writeHeader<HEADER>().write(static_cast<int64_t>(values.size()));
-        for (const PlaneLayout& plane : values)
+        for (const PlaneLayout& plane : values) {
             details::writePlane(writer, plane);
+        }
         return writer.desiredSize();
     }
 
@@ -359,12 +371,14 @@ struct MetadataValue<HEADER, std::vector<PlaneLayout>> {
         MetadataReader reader{metadata, metadataSize};
         reader.template checkHeader<HEADER>();
         const std::optional<size_t> count = details::readCount(reader, details::kMinPlaneSize);
-        if (!count)
+        if (!count) {
             return std::nullopt;
+        }
         std::vector<PlaneLayout> planes(*count);
         for (PlaneLayout& plane : planes) {
-            if (!details::readPlane(reader, plane))
+            if (!details::readPlane(reader, plane)) {
                 return std::nullopt;
+            }
         }
         return planes;
     }
@@ -376,8 +390,9 @@ struct MetadataValue<HEADER, std::vector<Rect>> {
                                         size_t destBufferSize) {
         MetadataWriter writer{destBuffer, destBufferSize};
         writer.template writeHeader<HEADER>().write(static_cast<int64_t>(values.size()));
-        for (const Rect& rect : values)
+        for (const Rect& rect : values) {
             writer.write(rect.left).write(rect.top).write(rect.right).write(rect.bottom);
+        }
         return writer.desiredSize();
     }
 
@@ -386,11 +401,13 @@ struct MetadataValue<HEADER, std::vector<Rect>> {
         MetadataReader reader{metadata, metadataSize};
         reader.template checkHeader<HEADER>();
         const std::optional<size_t> count = details::readCount(reader, details::kRectSize);
-        if (!count)
+        if (!count) {
             return std::nullopt;
+        }
         std::vector<Rect> rects(*count);
-        for (Rect& rect : rects)
+        for (Rect& rect : rects) {
             reader.read(rect.left).read(rect.top).read(rect.right).read(rect.bottom);
+        }
         return reader.ok() ? DecodeResult(std::move(rects)) : std::nullopt;
     }
 };
@@ -401,8 +418,9 @@ template <typename HEADER>
 struct MetadataValue<HEADER, std::optional<Smpte2086>> {
     [[nodiscard]] static int32_t encode(const std::optional<Smpte2086>& optValue, void* destBuffer,
                                         size_t destBufferSize) {
-        if (!optValue)
+        if (!optValue) {
             return 0;
+        }
         return MetadataWriter{destBuffer, destBufferSize}
                 .template writeHeader<HEADER>()
                 .write(optValue->primaryRed)
@@ -416,8 +434,9 @@ struct MetadataValue<HEADER, std::optional<Smpte2086>> {
 
     using DecodeResult = std::optional<std::optional<Smpte2086>>;
     [[nodiscard]] static DecodeResult decode(const void* metadata, size_t metadataSize) {
-        if (metadataSize == 0)
+        if (metadataSize == 0) {
             return std::optional<Smpte2086>();
+        }
         MetadataReader reader{metadata, metadataSize};
         Smpte2086 value;
         reader.template checkHeader<HEADER>()
@@ -435,8 +454,9 @@ template <typename HEADER>
 struct MetadataValue<HEADER, std::optional<Cta861_3>> {
     [[nodiscard]] static int32_t encode(const std::optional<Cta861_3>& optValue, void* destBuffer,
                                         size_t destBufferSize) {
-        if (!optValue)
+        if (!optValue) {
             return 0;
+        }
         return MetadataWriter{destBuffer, destBufferSize}
                 .template writeHeader<HEADER>()
                 .write(optValue->maxContentLightLevel)
@@ -446,8 +466,9 @@ struct MetadataValue<HEADER, std::optional<Cta861_3>> {
 
     using DecodeResult = std::optional<std::optional<Cta861_3>>;
     [[nodiscard]] static DecodeResult decode(const void* metadata, size_t metadataSize) {
-        if (metadataSize == 0)
+        if (metadataSize == 0) {
             return std::optional<Cta861_3>();
+        }
         MetadataReader reader{metadata, metadataSize};
         Cta861_3 value;
         reader.template checkHeader<HEADER>()
@@ -461,8 +482,9 @@ template <typename HEADER>
 struct MetadataValue<HEADER, std::optional<std::vector<uint8_t>>> {
     [[nodiscard]] static int32_t encode(const std::optional<std::vector<uint8_t>>& optValue,
                                         void* destBuffer, size_t destBufferSize) {
-        if (!optValue)
+        if (!optValue) {
             return 0;
+        }
         return MetadataWriter{destBuffer, destBufferSize}
                 .template writeHeader<HEADER>()
                 .write(*optValue)
@@ -471,8 +493,9 @@ struct MetadataValue<HEADER, std::optional<std::vector<uint8_t>>> {
 
     using DecodeResult = std::optional<std::optional<std::vector<uint8_t>>>;
     [[nodiscard]] static DecodeResult decode(const void* metadata, size_t metadataSize) {
-        if (metadataSize == 0)
+        if (metadataSize == 0) {
             return std::optional<std::vector<uint8_t>>();
+        }
         MetadataReader reader{metadata, metadataSize};
         std::vector<uint8_t> value = reader.template checkHeader<HEADER>().readBuffer();
         return reader.ok() ? DecodeResult(std::move(value)) : std::nullopt;
@@ -526,8 +549,9 @@ namespace details {
 constexpr bool isValueEqualToIndex() {
     const auto& values = ::ndk::internal::enum_values<StandardMetadataType>;
     for (size_t i = 0; i < values.size(); ++i) {
-        if (static_cast<size_t>(values[i]) != i)
+        if (static_cast<size_t>(values[i]) != i) {
             return false;
+        }
     }
     return values.size() == 24;
 }
@@ -543,8 +567,9 @@ void invokeWithStandardMetadata(F&& f, StandardMetadataType type, std::index_seq
     const auto invokeIfSame = [&]<size_t INDEX>(std::integral_constant<size_t, INDEX>) {
         constexpr auto T = static_cast<StandardMetadataType>(INDEX);
         if constexpr (T != StandardMetadataType::INVALID) {
-            if (type == T)
+            if (type == T) {
                 f.template operator()<T>();
+            }
         }
     };
     (invokeIfSame(std::integral_constant<size_t, I>{}), ...);
