@@ -1,9 +1,7 @@
-// The service manager of this process: what was registered, and behind it the services that the
-// host platform brings along.
+// The service manager of this process: what was registered, and behind it the default services.
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <cstdlib>
-#include <cstring>
 #include <map>
 #include <mutex>
 #include <set>
@@ -13,16 +11,18 @@
 
 #include <android/binder_manager.h>
 
-#include "host/allocator/EmbeddedServices.h"
 #include "host/binder/Binder.h"
+#include "host/binder/DefaultServices.h"
 #include "host/sphal/VendorLibrary.h"
 
 namespace zelkcam::host {
 namespace {
 
-bool embeddedServicesWanted() {
-    const char* choice = std::getenv("ZELKCAM_HOST_SERVICES");
-    return choice == nullptr || std::strcmp(choice, "none") != 0;
+std::atomic<DefaultAidlServices> gDefaults{nullptr};
+
+AIBinder* findDefault(const std::string& instance) {
+    const DefaultAidlServices find = gDefaults;
+    return find != nullptr ? find(instance) : nullptr;
 }
 
 class ServiceManager {
@@ -49,7 +49,7 @@ class ServiceManager {
     // The service with one strong reference for the caller, or null.
     AIBinder* check(const std::string& instance) {
         AIBinder* binder = registered(instance);
-        return binder != nullptr ? binder : embedded(instance);
+        return binder != nullptr ? binder : findDefault(instance);
     }
 
     AIBinder* wait(const std::string& instance) {
@@ -98,27 +98,9 @@ class ServiceManager {
         return found->second;
     }
 
-    AIBinder* embedded(const std::string& instance) {
-        if (!embeddedServicesWanted()) {
-            return nullptr;
-        }
-        const std::lock_guard lock(mEmbeddedMutex);
-        const auto [found, isFirst] = mEmbedded.try_emplace(instance, nullptr);
-        if (isFirst) {
-            found->second = embeddedAidlService(instance);
-        }
-        if (found->second != nullptr) {
-            retain(found->second);
-        }
-        return found->second;
-    }
-
-    // Both maps own one strong reference per binder.
     std::mutex mMutex;
     std::condition_variable mAdded;
-    std::map<std::string, AIBinder*> mRegistered;
-    std::mutex mEmbeddedMutex;
-    std::map<std::string, AIBinder*> mEmbedded;
+    std::map<std::string, AIBinder*> mRegistered;  // owns one strong reference of each
 };
 
 // How long, and how often, AServiceManager_getService asks.
@@ -134,6 +116,11 @@ binder_exception_t add(AIBinder* binder, const char* instance) {
 }
 
 }  // namespace
+
+void setDefaultAidlServices(DefaultAidlServices find) {
+    gDefaults = find;
+}
+
 }  // namespace zelkcam::host
 
 using namespace zelkcam::host;

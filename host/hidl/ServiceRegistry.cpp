@@ -1,8 +1,6 @@
 #include "host/hidl/ServiceRegistry.h"
 
-#include <stdlib.h>
-
-#include "host/hidl_gralloc/EmbeddedServices.h"
+#include <atomic>
 
 namespace zelkcam::host {
 
@@ -13,10 +11,7 @@ using android::hardware::hidl_vec;
 using android::hardware::Return;
 using android::hidl::base::V1_0::IBase;
 
-bool embeddedServicesWanted() {
-    const char* services = getenv("ZELKCAM_HOST_SERVICES");
-    return services == nullptr || std::string(services) != "none";
-}
+std::atomic<DefaultHidlServices> gDefaults{nullptr};
 
 // Empty when the object cannot tell.
 std::vector<std::string> interfacesOf(const HidlObject& object) {
@@ -59,6 +54,10 @@ Return<bool> hidlImplements(const HidlObject& object, const char* descriptor) {
     return found;
 }
 
+void setDefaultHidlServices(DefaultHidlServices make) {
+    gDefaults = make;
+}
+
 ServiceRegistry& ServiceRegistry::instance() {
     static auto* const registry = new ServiceRegistry;
     return *registry;
@@ -73,15 +72,13 @@ HidlObject ServiceRegistry::find(const std::string& descriptor, const std::strin
             return found->second;
         }
     }
-    return embedded(key);
+    return findDefault(key);
 }
 
 // Of threads that ask at once each may make one; the first to arrive here is everybody's.
-HidlObject ServiceRegistry::embedded(const Key& key) {
-    if (!embeddedServicesWanted()) {
-        return nullptr;
-    }
-    const HidlObject made = embeddedHidlService(key.first, key.second);
+HidlObject ServiceRegistry::findDefault(const Key& key) {
+    const DefaultHidlServices make = gDefaults;
+    const HidlObject made = make != nullptr ? make(key.first, key.second) : nullptr;
     if (made == nullptr) {
         return nullptr;
     }
@@ -116,7 +113,7 @@ bool ServiceRegistry::watch(const std::string& descriptor, const std::string& na
     if (notification == nullptr) {
         return false;
     }
-    find(descriptor, name);  // an embedded default is there already, even if nobody asked for it
+    find(descriptor, name);  // a default is there already, even if nobody asked for it
     const Watch watch{Key(descriptor, name), notification};
     std::vector<Announcement> announcements;
     {

@@ -22,14 +22,21 @@ using HidlNotification = android::sp<android::hidl::manager::V1_0::IServiceNotif
 // A call of the chain that does not come through is the returned status.
 android::hardware::Return<bool> hidlImplements(const HidlObject& object, const char* descriptor);
 
-// Thread-safe. No lock is held while a service, an embedded default or a notification runs, so all
+// Answers a new object of the default service of an interface and name, or null. Is asked from any
+// thread, until it has answered an object or one was registered.
+using DefaultHidlServices = HidlObject (*)(const std::string& descriptor, const std::string& name);
+
+// What answers when nobody registered a service. Null, as at first, stands for no defaults.
+void setDefaultHidlServices(DefaultHidlServices make);
+
+// Thread-safe. No lock is held while a service, a default or a notification runs, so all
 // of them may call back.
 class ServiceRegistry {
   public:
     // The process's one registry. It is never destroyed: services may be used until the very end.
     static ServiceRegistry& instance();
 
-    // What was registered; else the embedded default, which is remembered; else null.
+    // What was registered; else the default, which is remembered; else null.
     HidlObject find(const std::string& descriptor, const std::string& name);
 
     // Registers the object under every interface of its chain, in place of earlier ones.
@@ -50,7 +57,7 @@ class ServiceRegistry {
         bool wants(const Key& service) const;
     };
 
-    HidlObject embedded(const Key& key);
+    HidlObject findDefault(const Key& key);
 
     std::mutex mMutex;
     std::map<Key, HidlObject> mServices;

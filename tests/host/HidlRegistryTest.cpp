@@ -1,6 +1,4 @@
-// How HIDL services are registered and found, with an embedded default of the test's own.
-#include <stdlib.h>
-
+// How HIDL services are registered and found, with a default of the test's own.
 #include <atomic>
 #include <set>
 #include <string>
@@ -9,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "host/hidl_gralloc/EmbeddedServices.h"
+#include "host/hidl/ServiceRegistry.h"
 #include "host/hidl_gralloc/MapperService.h"
 #include "platform/hidl.h"
 
@@ -26,7 +24,7 @@ using android::hidl::base::V1_0::IBase;
 using android::hidl::manager::V1_0::IServiceNotification;
 using IAllocator = android::hardware::graphics::allocator::V4_0::IAllocator;
 
-std::atomic<int> embeddedMade = 0;
+std::atomic<int> defaultsMade = 0;
 
 // The host's own mapper, but for what it says of itself.
 class Mapper : public zelkcam::host::MapperService {
@@ -40,19 +38,16 @@ class Mapper : public zelkcam::host::MapperService {
     Status chainStatus;
 };
 
-}  // namespace
-
 // Takes the place of the host platform's own.
-sp<IBase> zelkcam::host::embeddedHidlService(const std::string& descriptor,
-                                             const std::string& instance) {
-    if (descriptor != IMapper::descriptor || instance.rfind("embedded", 0) != 0) {
+sp<IBase> makeDefault(const std::string& descriptor, const std::string& name) {
+    if (descriptor != IMapper::descriptor || name.rfind("built-in", 0) != 0) {
         return nullptr;
     }
-    ++embeddedMade;
+    ++defaultsMade;
     return new Mapper;
 }
 
-namespace {
+const bool isDefaultSet = (zelkcam::host::setDefaultHidlServices(makeDefault), true);
 
 TEST(HidlRegistry, FindsOneObjectThroughEveryOverload) {
     const sp<IMapper> mapper = new Mapper;
@@ -89,26 +84,21 @@ TEST(HidlRegistry, RefusesWhatItCannotFile) {
     EXPECT_EQ(mapper->registerAsService("chainless"), android::UNKNOWN_ERROR);
 }
 
-TEST(HidlRegistry, EmbeddedDefaultAnswersUntilSomethingIsRegistered) {
-    setenv("ZELKCAM_HOST_SERVICES", "none", 1);
-    EXPECT_EQ(IMapper::getService("embedded"), nullptr);
-    EXPECT_EQ(embeddedMade, 0);
-    unsetenv("ZELKCAM_HOST_SERVICES");
-
-    const sp<IMapper> embedded = IMapper::getService("embedded");
-    ASSERT_NE(embedded, nullptr);
-    EXPECT_EQ(IMapper::tryGetService("embedded"), embedded);
-    EXPECT_EQ(embeddedMade, 1) << "remembered";
+TEST(HidlRegistry, TheDefaultAnswersUntilSomethingIsRegistered) {
+    const sp<IMapper> found = IMapper::getService("built-in");
+    ASSERT_NE(found, nullptr);
+    EXPECT_EQ(IMapper::tryGetService("built-in"), found);
+    EXPECT_EQ(defaultsMade, 1) << "remembered";
     const sp<IMapper> registered = new Mapper;
-    ASSERT_EQ(registered->registerAsService("embedded"), android::OK);
-    EXPECT_EQ(IMapper::getService("embedded"), registered);
+    ASSERT_EQ(registered->registerAsService("built-in"), android::OK);
+    EXPECT_EQ(IMapper::getService("built-in"), registered);
 }
 
-TEST(HidlRegistry, ThreadsAgreeOnTheEmbeddedDefault) {
+TEST(HidlRegistry, ThreadsAgreeOnTheDefault) {
     sp<IMapper> found[8];
     std::vector<std::thread> threads;
     for (sp<IMapper>& each : found) {
-        threads.emplace_back([&each] { each = IMapper::getService("embedded-raced"); });
+        threads.emplace_back([&each] { each = IMapper::getService("built-in-raced"); });
     }
     for (std::thread& thread : threads) {
         thread.join();
@@ -152,7 +142,7 @@ TEST(HidlRegistry, NotifiesOfWhatIsThereAndOfWhatComes) {
     const sp<IMapper> mapper = new Mapper;
     ASSERT_EQ(mapper->registerAsService("early"), android::OK);
     const sp<Listener> named = new Listener;
-    for (const char* name : {"early", "late", "embedded-told"}) {
+    for (const char* name : {"early", "late", "built-in-told"}) {
         ASSERT_TRUE(IMapper::registerForNotifications(name, named));
     }
     const sp<Listener> all = new Listener;
@@ -160,7 +150,7 @@ TEST(HidlRegistry, NotifiesOfWhatIsThereAndOfWhatComes) {
     ASSERT_EQ(mapper->registerAsService("late"), android::OK);
 
     using Told = std::multiset<std::string>;
-    EXPECT_EQ(named->told, (Told{"early was there", "late came", "embedded-told was there"}));
+    EXPECT_EQ(named->told, (Told{"early was there", "late came", "built-in-told was there"}));
     EXPECT_EQ(all->told.count("early was there"), 1u);
     EXPECT_EQ(all->told.count("late came"), 1u);
     EXPECT_FALSE(IMapper::registerForNotifications("late", nullptr));

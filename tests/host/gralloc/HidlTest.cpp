@@ -53,6 +53,15 @@ std::vector<IMapper::MetadataType> listedTypes() {
     return types;
 }
 
+TEST(Hidl, servicesAreMissingWhileTheDefaultsAreSwitchedOff) {
+    setenv("ZELKCAM_HOST_SERVICES", "none", 1);
+    EXPECT_EQ(IMapper::getService(), nullptr);
+    EXPECT_EQ(HidlAllocator::getService(), nullptr);
+    unsetenv("ZELKCAM_HOST_SERVICES");
+    EXPECT_NE(IMapper::getService(), nullptr);
+    EXPECT_NE(HidlAllocator::getService(), nullptr);
+}
+
 TEST(Hidl, saysTheSameOfABufferAsTheStableMapperAndOfItsDescriptionBeforehand) {
     EXPECT_EQ(listedTypes().size(), 25U);
     for (const int32_t format : {0x1, 0x11, 0x14, 0x20, 0x22, 0x23, 0x25, 0x36, 0x32315659}) {
