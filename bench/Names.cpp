@@ -61,24 +61,7 @@ class Text {
 
 constexpr int kEveryUsage = 0x28071F33;
 
-String8 everyUsage() {
-    Text text;
-    text.append("0");
-    text.append("|SW_READ_OFTEN");
-    text.append("|SW_WRITE_OFTEN");
-    text.append("|HW_CAMERA_ZSL");
-    text.append("|HW_TEXTURE");
-    text.append("|HW_RENDER");
-    text.append("|HW_2D");
-    text.append("|HW_COMPOSER");
-    text.append("|HW_FB");
-    text.append("|HW_VIDEO_ENCODER");
-    text.append("|HW_IMAGE_ENCODER");
-    text.append("|SMVR");
-    return text.text();
-}
-
-// The same with the decisions that the text rests on, written out by hand.
+// With the decisions that the text rests on, written out by hand.
 String8 usageByItsBits(uint32_t usage) {
     Text text;
     text.append("0");
@@ -133,7 +116,7 @@ String8 usageByItsBits(uint32_t usage) {
     return text.text();
 }
 
-String8 everyUsageByItsBits() {
+String8 everyUsage() {
     uint32_t usage = kEveryUsage;
     benchmark::DoNotOptimize(usage);
     return usageByItsBits(usage);
@@ -188,8 +171,6 @@ void registerNames() {
     }
     using Helper = NSCam::IGrallocHelper;
     compareBuilt<&Helper::queryGrallocUsageName>("usage_name/all_bits", kEveryUsage, everyUsage);
-    compareBuilt<&Helper::queryGrallocUsageName>("usage_name_decided/all_bits", kEveryUsage,
-                                                 everyUsageByItsBits);
     compareBuilt<&Helper::queryDataspaceName>("dataspace_name/named", 0x8C20000, namedDataspace);
     compareBuilt<&Helper::queryDataspaceName>("dataspace_name/unnamed", kUnnamedDataspace,
                                               unnamedDataspace);

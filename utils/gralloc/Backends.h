@@ -12,8 +12,9 @@ namespace NSCam::gralloc {
 using GrallocAllocatorAidlV2::AllocatorAidl;
 using GrallocMapperAidlV2::MapperV5;
 
-// Filled once by the helper's start-up and never changed afterwards; empty when it failed. At
-// process exit the allocator goes first, because it refers to the mapper.
+// Filled once by the helper's start-up and never changed afterwards; empty when it failed, so every
+// use has the form `gMapper ? gMapper->operation(...) : kNoBackend`. At process exit the allocator
+// goes first, because it refers to the mapper.
 extern std::unique_ptr<const MapperV5> gMapper;
 extern std::unique_ptr<const AllocatorAidl> gAllocator;
 

@@ -9,10 +9,11 @@
 #include "platform/utils.h"
 #include "utils/gralloc/Backends.h"
 #include "utils/gralloc/BufferAttributes.h"
+#include "utils/gralloc/CodeTable.h"
 #include "utils/gralloc/FacadeLog.h"
 #include "utils/gralloc/IGrallocHelper.h"
-#include "utils/gralloc/LayoutCache.h"
 #include "utils/gralloc/LayoutDerivation.h"
+#include "utils/gralloc/LayoutRecords.h"
 #include "utils/gralloc/Mutex.h"
 #include "utils/gralloc/Names.h"
 #include "utils/gralloc/WrappingMath.h"
@@ -42,20 +43,19 @@ class ProbeBuffer {
     const native_handle* const mHandle;
 };
 
-// Allocates one buffer of the request, or answers null: also when the allocator reports success
-// without a handle, or a failure with one.
+// Allocates one buffer of the request and returns the allocator's status. A success may come
+// without a handle.
 int32_t allocateProbe(const MyRequest& key, const native_handle** handle) {
-    if (!gAllocator) {
-        return kNoBackend;
-    }
     uint32_t stride = 0;
-    return gAllocator->allocate(static_cast<uint32_t>(key.widthInPixels),
-                                static_cast<uint32_t>(key.heightInPixels),
-                                static_cast<GrallocAllocatorAidlV2::PixelFormat>(key.format), 1,
-                                static_cast<uint32_t>(key.usage), handle, &stride, 0, "determine");
+    const auto format = static_cast<GrallocAllocatorAidlV2::PixelFormat>(key.format);
+    return gAllocator ? gAllocator->allocate(static_cast<uint32_t>(key.widthInPixels),
+                                             static_cast<uint32_t>(key.heightInPixels), format, 1,
+                                             static_cast<uint32_t>(key.usage), handle, &stride, 0,
+                                             "determine")
+                      : kNoBackend;
 }
 
-// The request that a known layout answers when it is asked for by its concrete format.
+// The request for a known layout by its concrete format.
 MyRequest concreteRequest(const GrallocStaticInfo& info, int32_t width, int32_t height) {
     return {.usage = 0, .format = info.format, .widthInPixels = width, .heightInPixels = height};
 }
@@ -90,7 +90,12 @@ class GrallocHelperImp : public IGrallocHelper {
     void clearMap() override;
 
   private:
+    using Entry = android::key_value_pair_t<MyRequest, MyStaticInfo>;
+
     bool initialize();
+
+    // The cached layout of a request, or null. Valid until the cache changes.
+    const MyStaticInfo* findLocked(const MyRequest& key) const ZELKCAM_REQUIRES(mLock);
 
     // Probes the layout of a request. Returns 0, -12, or what the derivation failed with.
     int determine(const MyRequest& key, MyStaticInfo& value) const;
@@ -102,8 +107,8 @@ class GrallocHelperImp : public IGrallocHelper {
     void dump(const MyRequest& key, const MyStaticInfo& value) const;
 
     mutable Mutex mLock;
-    mutable LayoutCache mMap ZELKCAM_GUARDED_BY(mLock);
-    // What start-up found. Nothing asks for either afterwards.
+    mutable android::SortedVector<Entry> mMap ZELKCAM_GUARDED_BY(mLock);
+    // What start-up found. Nothing reads either afterwards.
     bool mInitialized = false;
     int32_t mLogLevel = 0;
 };
@@ -150,20 +155,20 @@ int GrallocHelperImp::query(const GrallocRequest* pRequest, GrallocStaticInfo* p
         LOGE("NULL pStaticInfo");
         return -EINVAL;
     }
-    // Contract: the word is spelt so; log readers look for it.
+    // Contract: spelt so; log readers search for it.
     LOGD("Grallc Request: u(0x%x) f(0x%x) w(%d) h(%d)", pRequest->usage,
          static_cast<uint32_t>(pRequest->format), pRequest->widthInPixels,
          pRequest->heightInPixels);
 
     const MyRequest key = MyRequest::of(*pRequest);
     const MutexLock lock(mLock);
-    if (const MyStaticInfo* known = mMap.find(key)) {
+    if (const MyStaticInfo* known = findLocked(key)) {
         if (!forceRequery) {
             copyLayout(*known, *pStaticInfo);
             return 0;
         }
         // Contract: gone even if the probe below fails; the next request then probes again.
-        mMap.remove(key);
+        mMap.remove(Entry(key));
     }
 
     MyStaticInfo value;
@@ -179,7 +184,7 @@ int GrallocHelperImp::query(const GrallocRequest* pRequest, GrallocStaticInfo* p
 
     // A later request for the resolved format needs no probe of its own.
     const MyRequest resolved = concreteRequest(value, key.widthInPixels, key.heightInPixels);
-    if (mMap.find(resolved) == nullptr) {
+    if (findLocked(resolved) == nullptr) {
         addToMapLocked(resolved, value);
     }
     return 0;
@@ -190,7 +195,7 @@ int GrallocHelperImp::determine(const MyRequest& key, MyStaticInfo& value) const
     const nsecs_t start = systemTime(SYSTEM_TIME_MONOTONIC);
     const int32_t result = allocateProbe(key, &handle);
     if (result != 0 || handle == nullptr) {
-        // Contract: the word is spelt so; log readers look for it.
+        // Contract: spelt so; log readers search for it.
         LOGE("Bad allcation handle:%p %dx%d format:%#x(%s) usage:%#x(%s)",
              static_cast<const void*>(handle), key.widthInPixels, key.heightInPixels,
              static_cast<uint32_t>(key.format), gQueryPixelFormatName(key.format).c_str(),
@@ -203,9 +208,14 @@ int GrallocHelperImp::determine(const MyRequest& key, MyStaticInfo& value) const
     return queryStaticInfo(handle, value);
 }
 
+const MyStaticInfo* GrallocHelperImp::findLocked(const MyRequest& key) const {
+    const Entry* const found = findRow(mMap.array(), mMap.size(), key, &Entry::key);
+    return found == nullptr ? nullptr : &found->value;
+}
+
 void GrallocHelperImp::addToMapLocked(const MyRequest& key, const MyStaticInfo& value) const {
     dump(key, value);
-    mMap.add(key, value);
+    mMap.add(Entry(key, value));
 }
 
 // NOLINTNEXTLINE(readability-function-size): six statements, were they not macros
@@ -227,8 +237,8 @@ void GrallocHelperImp::dump(const MyRequest& key, const MyStaticInfo& value) con
 void GrallocHelperImp::dumpToLog() const {
     LOGD("+");
     const MutexLock lock(mLock);
-    for (const LayoutCache::Entry& entry : mMap.entries()) {
-        dump(entry.key, entry.value);
+    for (size_t i = 0; i < mMap.size(); ++i) {
+        dump(mMap[i].key, mMap[i].value);
     }
     LOGD("-");
 }
@@ -263,8 +273,8 @@ int GrallocHelperImp::queryLayoutLocked(const native_handle* handle, const Extra
                            .format = extra.format,
                            .widthInPixels = static_cast<int32_t>(extra.width),
                            .heightInPixels = static_cast<int32_t>(extra.height)};
-    if (const MyStaticInfo* known = mMap.find(key)) {
-        // Contract: `pStaticInfo` is not tested here, only where the layout was not known yet.
+    if (const MyStaticInfo* known = findLocked(key)) {
+        // Contract: `pStaticInfo` is not tested here, only where the layout is not cached yet.
         copyLayout(*known, *pStaticInfo);
         return 0;
     }
@@ -276,9 +286,9 @@ int GrallocHelperImp::queryLayoutLocked(const native_handle* handle, const Extra
         return result;
     }
 
-    // Contract: looked up once more, by what the derivation answered.
+    // Looked up again by the derivation's answer: it has read the attributes itself.
     const MyRequest derived = concreteRequest(info, info.widthInPixels, info.heightInPixels);
-    if (mMap.find(derived) == nullptr) {
+    if (findLocked(derived) == nullptr) {
         addToMapLocked(derived, info);
     }
     if (pStaticInfo != nullptr) {

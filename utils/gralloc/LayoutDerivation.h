@@ -2,20 +2,10 @@
 // lives.
 #pragma once
 
-#include <cstdint>
-
 #include "platform/utils.h"
-#include "utils/gralloc/IGrallocInfoProvider.h"
+#include "utils/gralloc/LayoutRecords.h"
 
 namespace NSCam::gralloc {
-
-// A derived layout and what the dumps show beside it: the value of the layout cache.
-struct MyStaticInfo : zcam::GrallocStaticInfo {
-    int64_t allocTimeNs = 0;   // what the probe's allocation took; the derivation leaves it alone
-    int32_t usage = 0;         // as the buffer reports it
-    uint64_t allocSize = 0;    // bytes
-    uint32_t bufferFlags = 0;  // as the buffer reports them
-};
 
 // Derives the layout of an allocated buffer from its attributes and, for the formats whose chroma
 // planes only the allocator can place, from a CPU lock of it. A buffer that cannot be locked then

@@ -1,4 +1,4 @@
-// The names of pixel formats, usages and dataspaces, as data: Names.cpp prints from these tables,
+// The names of pixel formats, usages and dataspaces, as data: Names.cpp prints from these tables
 // and grallocinfo parses from them, so that the two cannot disagree. Every name is NUL-terminated.
 #pragma once
 
@@ -88,7 +88,7 @@ inline constexpr std::array kLegacyDataspaceNames{
         CodeName{0x1004, "HEIF"},
 };
 
-// Dataspaces that have a name, behind which their fields are spelt out.
+// Dataspaces that have a name, which is followed by the names of their fields.
 inline constexpr std::array kCombinedDataspaceNames{
         CodeName{0x8410000, "V0_SRGB_LINEAR"}, CodeName{0x8460000, "BT2020_LINEAR"},
         CodeName{0x84A0000, "DCI_P3_LINEAR"},  CodeName{0x8810000, "V0_SRGB"},
