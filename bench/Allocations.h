@@ -6,7 +6,7 @@
 
 namespace zelkcam::bench {
 
-// What the calling thread has asked of the heap so far; an enlarged block counts once more.
+// The allocations of the calling thread so far; an enlarged block counts again.
 uint64_t allocationsSoFar();
 
 }  // namespace zelkcam::bench

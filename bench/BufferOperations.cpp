@@ -43,6 +43,28 @@ void directLock(auto&& measure) {
     });
 }
 
+// What a client of the platform itself writes, which flushes nothing.
+void bareLock(auto&& measure) {
+    const Buffer buffer = lockable(HAL_PIXEL_FORMAT_BLOB);
+    measure([&] {
+        void* data = nullptr;
+        mapper().lock(buffer.get(), kReadWriteOften, kWhole, -1, &data);
+        int fence = -1;
+        mapper().unlock(buffer.get(), &fence);
+        benchmark::DoNotOptimize(fence);
+    });
+}
+
+void mapperV5Lock(auto&& measure) {
+    const Buffer buffer = lockable(HAL_PIXEL_FORMAT_BLOB);
+    const NSCam::GrallocMapperAidlV2::MapperV5 backend(allocator());
+    measure([&] {
+        void* data = nullptr;
+        backend.lock(buffer.get(), kReadWriteOften, kWhole, -1, &data);
+        benchmark::DoNotOptimize(backend.unlock(buffer.get()));
+    });
+}
+
 // Both sides unlock through the mapper, so that the next lock finds the buffer as this one did.
 void unlockDirectly(const native_handle* handle) {
     int fence = -1;
@@ -81,6 +103,9 @@ void registerBufferOperations() {
     compare(
             "lock_unlock", [](auto&& measure) { facadeLock(measure); },
             [](auto&& measure) { directLock(measure); });
+    compare(
+            "mapper_lock_unlock", [](auto&& measure) { mapperV5Lock(measure); },
+            [](auto&& measure) { bareLock(measure); });
     // The layouts of the second do not fit the first 512 bytes.
     for (const auto& [name, format] : {std::pair("YCrCb_420_SP", HAL_PIXEL_FORMAT_YCRCB_420_SP),
                                        std::pair("YV12", HAL_PIXEL_FORMAT_YV12)}) {

@@ -24,7 +24,7 @@ using Planes = std::vector<GrallocStaticInfo::Plane>;
 
 constexpr size_t kSharedEntries = 256;
 
-// Which entry is asked for next: no order that a processor could learn, and no memory of its own.
+// Which entry is requested next: unpredictable for the processor, and without memory of its own.
 class Pick {
   public:
     Pick(size_t entries, int seed) : mEntries(entries), mState(static_cast<uint32_t>(seed)) {}
@@ -116,7 +116,7 @@ void compareCalled(const std::string& row, size_t entries) {
     const auto floor = [=](auto&& measure) {
         CalledCache cache(entries);
         CalledCache* called = &cache;
-        benchmark::DoNotOptimize(called);  // or the compiler knows whose function it is
+        benchmark::DoNotOptimize(called);  // or the compiler would call the function directly
         Pick pick(entries, 1);
         Planes planes;
         measure([&] {

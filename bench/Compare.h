@@ -1,5 +1,5 @@
-// How an operation is held against its floor: in turns, slice by slice, so that whatever else the
-// machine does meets both sides alike.
+// How an operation is compared with its floor: in turns, slice by slice, so that whatever else the
+// machine does affects both sides alike.
 #pragma once
 
 #include <time.h>

@@ -1,5 +1,5 @@
 // The first accessor call of a process, which finds the service and loads the mapper. Every sample
-// is a process of its own: this program, started anew.
+// is a process of its own: this program, started again.
 #include <unistd.h>
 
 #include <climits>

@@ -18,7 +18,7 @@ using aidl::android::hardware::graphics::common::PlaneLayout;
 using aidl::android::hardware::graphics::common::StandardMetadataType;
 using android::hardware::graphics::mapper::StandardMetadata;
 
-// Looks the service up and loads the mapper that it names, anew on every call.
+// Looks the service up and loads the mapper that it names, again on every call.
 std::shared_ptr<IAllocator> findAllocator();
 const AIMapperV5* loadMapper(IAllocator& allocator);
 

@@ -12,8 +12,8 @@ std::optional<uint64_t> readUnsigned(const Buffer& buffer) {
     return readStandard<T>(buffer);
 }
 
-// Rows of the first plane, padding included. A plane without a row length says how many rows it
-// holds; a buffer whose planes are not described has at least those that were asked for.
+// Rows of the first plane, padding included. A plane without a row length gives its rows itself; a
+// buffer whose planes are not described has at least the rows that were requested.
 std::optional<uint64_t> readVerticalStride(const Buffer& buffer) {
     const auto planes = readStandard<StandardMetadataType::PLANE_LAYOUTS>(buffer);
     if (!planes) {
@@ -41,7 +41,7 @@ std::optional<PixelFormat> chosenFormat(const Buffer& buffer) {
     if (!fourcc) {
         return std::nullopt;
     }
-    // A code nobody knows leaves the request standing: whoever asks reports that format.
+    // An unknown code leaves the requested format, which the caller then reports as unresolved.
     return formatOfFourcc(*fourcc).value_or(*requested);
 }
 
@@ -61,7 +61,7 @@ std::optional<uint64_t> readUsage(const Buffer& buffer) {
     return static_cast<uint32_t>(*usage);
 }
 
-// No standard metadata speaks of the flags.
+// No standard metadata carries the flags.
 std::optional<uint64_t> noFlags(const Buffer&) {
     return 0;
 }

@@ -10,7 +10,7 @@ namespace zelkcam::plexa {
 
 using aidl::android::hardware::graphics::common::PixelFormat;
 
-// No value for a fourcc that no Android pixel format, or more than one, answers to.
+// No value for a fourcc that stands for no Android pixel format or for more than one.
 std::optional<PixelFormat> formatOfFourcc(uint32_t fourcc);
 
 }  // namespace zelkcam::plexa

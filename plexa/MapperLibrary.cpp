@@ -14,7 +14,7 @@ namespace {
 
 using aidl::android::hardware::graphics::allocator::IAllocator;
 
-// Neither has a destructor to run: buffers may still be asked about while the process ends.
+// Neither has a destructor to run: buffers may still be queried while the process ends.
 constinit std::mutex gSearch;
 constinit std::atomic<const AIMapper*> gMapper{nullptr};
 

@@ -11,7 +11,7 @@ constexpr char kTypeName[] = "zelkcam.plexa.BufferAttribute";
 
 constinit NoteTable gNoteTable;
 
-// The two errors by which a mapper says that it has no such metadata.
+// The two errors with which a mapper refuses metadata that it does not have.
 bool isRefusal(int64_t error) {
     return error == AIMAPPER_ERROR_UNSUPPORTED || error == AIMAPPER_ERROR_BAD_VALUE;
 }

@@ -4,7 +4,7 @@
 //   -ENODEV  no mapper: no allocator service, or no usable library of the name that it gives
 //   -EIO     the mapper failed or refused the handle, or what it answered cannot be used
 //   -ERANGE  a number beyond the 32 bits of its attribute
-//   -EBADF   a handle without descriptors was asked for its first
+//   -EBADF   the first descriptor of a handle that has none
 #include "platform/plexa.h"
 
 #include <cerrno>

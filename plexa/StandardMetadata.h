@@ -13,7 +13,7 @@ namespace zelkcam::plexa {
 
 using aidl::android::hardware::graphics::common::StandardMetadataType;
 
-// A buffer and the mapper that knows it. The handle is borrowed, and may be one that the mapper
+// A buffer and its mapper. The handle is borrowed, and may be one that the mapper
 // refuses.
 struct Buffer {
     const AIMapperV5& mapper;

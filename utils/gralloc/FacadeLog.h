@@ -1,5 +1,5 @@
-// The tag and path of every message of the facade: its rooms log as one source file, whichever of
-// them holds the statement.
+// The tag and path of every message of the facade, whichever of its source files holds the
+// statement.
 #pragma once
 
 #include "utils/gralloc/Log.h"

@@ -20,6 +20,10 @@ class IGrallocHelper : public zcam::IGrallocInfoProvider {
     // The process-wide helper. Built by the first call from any thread, destroyed at process exit;
     // never null, also when start-up failed: operations that need a missing backend then fail as a
     // failed platform call does. Not to be deleted.
+    //
+    // Contract: a YV12 or an unprotected YCrCb_420_SP buffer is described by locking it, and a lock
+    // that fails there ends the process: so does query by handle of such a buffer on a helper whose
+    // start-up failed.
     ZELKCAM_EXPORT static IGrallocHelper* singleton();
 
     using zcam::IGrallocInfoProvider::query;

@@ -48,7 +48,11 @@ class IGrallocInfoProvider {
     // Returns 0; -22 for a null argument; -12 when the probe cannot be allocated; -2 when the
     // resolved format has no layout rule; INT32_MIN when the probe's attributes cannot be read or
     // the allocator left a flexible format unresolved. `*pStaticInfo` is written only on success.
-    // Any thread; callers wait for a running probe.
+    // Any thread; while a probe runs, all queries wait for it, also those that the cache answers.
+    //
+    // Contract: a width or height of 0 answers 0 with the layout of a 1x1 buffer, which is what the
+    // allocator makes of it. Plane sizes do not add up to offsets in general: read those from a
+    // buffer, by MapperV5's YCbCr lock or getPlaneLayouts.
     virtual int query(const GrallocRequest* pRequest, GrallocStaticInfo* pStaticInfo,
                       bool forceRequery = false) const = 0;
 };

@@ -26,7 +26,7 @@ constexpr int32_t kFormatNv12 = 0x1000;
 
 constexpr uint64_t kCpuReadOften = 3;
 constexpr int32_t kUsageProtected = 0x4000;
-// What it means to the allocator is not known beyond the size of the last plane of YV12.
+// Its meaning to the allocator is unknown, but for what it does to the last plane of YV12.
 constexpr uint32_t kFlagAlignedFrame = 0x20000000;
 
 // What a rule works on: the buffer, its attributes, and the answer, whose vector already holds the
@@ -165,8 +165,7 @@ int p010(const Derivation& buffer) {
     return twoPlanes(buffer, 2, buffer.extra.stride * 2);
 }
 
-// The CrCb plane starts at cr; what lies behind the luma plane, tail padding included, counts to
-// it.
+// The CrCb plane starts at cr and takes the rest of the allocation, tail padding included.
 int nv21(const Derivation& buffer) {
     // A protected buffer cannot be locked.
     if ((buffer.extra.usage & kUsageProtected) != 0) {

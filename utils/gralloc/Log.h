@@ -3,9 +3,9 @@
 // A source file that logs defines, before the first statement and in an anonymous namespace,
 //     constexpr char kLogTag[] = "ZelkCam/...";           // fixed: modules filter by it
 //     constexpr char kSourcePath[] = "utils/gralloc/..."; // ends every error line
-// and uses LOGD, LOGI, LOGW, LOGE and LOGF with a literal format. Each message is led by "[%s]
-// " and the name of the logging function; the _AS forms take that name for code that logs on behalf
-// of a named operation.
+// and uses LOGD, LOGI, LOGW, LOGE and LOGF with a literal format. Each message begins with "[%s] ",
+// the name of the logging function; the _AS forms take that name for code that logs on behalf of a
+// named operation.
 //
 // A statement goes to two outputs, chosen by ULogger::sMode: the Android log and the switchboard.
 // Its arguments are evaluated once per chosen output, that is 0, 1 or 2 times: they must have no
@@ -28,7 +28,7 @@ constexpr uint32_t kModuleEnabled = 1u << 30;
 constexpr uint32_t kModuleBits = 0x7000;
 constexpr uint32_t kToAndroid = 0x1;
 constexpr uint32_t kToSwitchboard = 0xA;
-// What zelkcam_testLog is asked for: error output, as logcat abbreviates it.
+// The level given to zelkcam_testLog: errors, by logcat's letter.
 constexpr int kErrorLetter = 'E';
 
 inline bool moduleWanted() {
@@ -66,21 +66,24 @@ __attribute__((cold, noinline, format(printf, 3, 4))) void writeToSwitchboard(co
 #define ZELKCAM_LOG_PREFIX "[%s] "
 #define ZELKCAM_LOG_SUFFIX " (%s){#%d:%s}"
 
-#define ZELKCAM_LOG_BOTH(level, priority, name, format, ...)                                     \
-    do {                                                                                         \
-        if (::NSCam::gralloc::log::androidWanted())                                              \
-            __android_log_print(priority, kLogTag, ZELKCAM_LOG_PREFIX format,                    \
-                                name __VA_OPT__(, ) __VA_ARGS__);                                \
-        if (::NSCam::gralloc::log::switchboardWanted())                                          \
-            ::NSCam::gralloc::log::writeToSwitchboard(kLogTag, level, ZELKCAM_LOG_PREFIX format, \
-                                                      name __VA_OPT__(, ) __VA_ARGS__);          \
+#define ZELKCAM_LOG_TO_SWITCHBOARD(level, name, format, ...)                                 \
+    do {                                                                                     \
+        if (::NSCam::gralloc::log::switchboardWanted()) {                                    \
+            ::NSCam::gralloc::log::writeToSwitchboard(kLogTag, ::NSCam::gralloc::log::level, \
+                                                      ZELKCAM_LOG_PREFIX format,             \
+                                                      name __VA_OPT__(, ) __VA_ARGS__);      \
+        }                                                                                    \
     } while (0)
 
-#define ZELKCAM_LOG_GATED(gate, level, priority, name, format, ...)        \
-    do {                                                                   \
-        if (::NSCam::gralloc::log::gate()) [[unlikely]]                    \
-            ZELKCAM_LOG_BOTH(::NSCam::gralloc::log::level, priority, name, \
-                             format __VA_OPT__(, ) __VA_ARGS__);           \
+#define ZELKCAM_LOG_GATED(gate, level, priority, name, format, ...)                     \
+    do {                                                                                \
+        if (::NSCam::gralloc::log::gate()) [[unlikely]] {                               \
+            if (::NSCam::gralloc::log::androidWanted()) {                               \
+                __android_log_print(priority, kLogTag, ZELKCAM_LOG_PREFIX format,       \
+                                    name __VA_OPT__(, ) __VA_ARGS__);                   \
+            }                                                                           \
+            ZELKCAM_LOG_TO_SWITCHBOARD(level, name, format __VA_OPT__(, ) __VA_ARGS__); \
+        }                                                                               \
     } while (0)
 
 #define LOGD_AS(name, format, ...)                                  \
@@ -92,27 +95,26 @@ __attribute__((cold, noinline, format(printf, 3, 4))) void writeToSwitchboard(co
     ZELKCAM_LOG_GATED(warningWanted, kWarning, ANDROID_LOG_WARN, name, \
                       format __VA_OPT__(, ) __VA_ARGS__)
 
-// Errors have no gate, and only their Android line tells where they were logged.
+// Errors have no gate, and only their Android line carries the place that logged them.
 #define LOGE_AS(name, format, ...)                                                             \
     do {                                                                                       \
-        if (::NSCam::gralloc::log::androidWanted())                                            \
+        if (::NSCam::gralloc::log::androidWanted()) {                                          \
             __android_log_print(ANDROID_LOG_ERROR, kLogTag,                                    \
                                 ZELKCAM_LOG_PREFIX format ZELKCAM_LOG_SUFFIX,                  \
                                 name __VA_OPT__(, ) __VA_ARGS__, name, __LINE__, kSourcePath); \
-        if (::NSCam::gralloc::log::switchboardWanted())                                        \
-            ::NSCam::gralloc::log::writeToSwitchboard(kLogTag, ::NSCam::gralloc::log::kError,  \
-                                                      ZELKCAM_LOG_PREFIX format,               \
-                                                      name __VA_OPT__(, ) __VA_ARGS__);        \
+        }                                                                                      \
+        ZELKCAM_LOG_TO_SWITCHBOARD(kError, name, format __VA_OPT__(, ) __VA_ARGS__);           \
     } while (0)
 
 // Ends the process. The line is printed only where error output is wanted, and never goes to the
 // switchboard; the arguments are evaluated only for the line.
 #define LOGF_AS(name, format, ...)                                                             \
     do {                                                                                       \
-        if (zelkcam_testLog(kLogTag, ::NSCam::gralloc::log::kErrorLetter) != 0)                \
+        if (zelkcam_testLog(kLogTag, ::NSCam::gralloc::log::kErrorLetter) != 0) {              \
             __android_log_print(ANDROID_LOG_ERROR, kLogTag,                                    \
                                 "[Fatal] " ZELKCAM_LOG_PREFIX format ZELKCAM_LOG_SUFFIX,       \
                                 name __VA_OPT__(, ) __VA_ARGS__, name, __LINE__, kSourcePath); \
+        }                                                                                      \
         __android_log_assert("1", kLogTag, "(%s){#%d:%s}\r\n", name, __LINE__, kSourcePath);   \
     } while (0)
 

@@ -46,12 +46,12 @@ bool YcbcrWalk::add(const PlaneLayout& plane) {
 }
 
 bool YcbcrWalk::addComponent(const PlaneLayout& plane, const Component& component) {
-    // Contract: the published test goes by the given name's length, so a shortened or empty name
-    // counts as standard.
+    // Contract: the published test compares only as many characters as the given name has, so a
+    // shortened or empty name counts as standard.
     if (!android::gralloc4::isStandardPlaneLayoutComponentType(component.type)) {
         return true;
     }
-    // Contract: asked of every standard component, also of those that play no part here.
+    // Contract: checked for every standard component, also for those that are ignored below.
     if (component.offsetInBits % 8 != 0) {
         return false;
     }

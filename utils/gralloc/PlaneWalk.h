@@ -27,7 +27,7 @@ inline void* addressAt(void* base, int64_t offset) {
     return reinterpret_cast<void*>(addressAt(reinterpret_cast<uintptr_t>(base), offset));
 }
 
-// Contract: what planes have in common is said in 32 bits, cut from the layout's 64.
+// Contract: what planes have in common is reported in 32 bits, cut from the layout's 64.
 constexpr int32_t cutTo32(int64_t value) {
     return static_cast<int32_t>(static_cast<uint32_t>(value));
 }
@@ -47,8 +47,8 @@ class YcbcrWalk {
     // `base` is the first byte of the buffer.
     explicit YcbcrWalk(void* base) : mBase(base) {}
 
-    // Takes in the components of the next plane. False when they cannot be said by an
-    // android_ycbcr; the walk is over then.
+    // Takes in the components of the next plane. False when an android_ycbcr cannot represent them;
+    // the walk is over then.
     [[nodiscard]] bool add(const PlaneLayout& plane);
 
     // What the planes so far give: planes not met are null, with strides and step 0.

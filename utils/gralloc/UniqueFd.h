@@ -1,4 +1,6 @@
-// A descriptor that is closed with its holder.
+// A descriptor that is closed with its holder. Our own class, not the base library's: that one tags
+// its descriptors on a phone, and the acquire fence of a lock, which some mappers close as well,
+// would then end the process.
 //
 // Three words for descriptors in this tree: an owned one is a UniqueFd, a borrowed one is an int
 // that is never closed, a consumed one is an int parameter that the callee puts into a UniqueFd.

@@ -1,6 +1,5 @@
-// The 32-bit arithmetic of the layout rules. Sizes that the rules compute in 32 bits wrap as the
-// devices' do; the wraps and sign shifts are spelt out here, computed unsigned, so that they are
-// defined for every input.
+// The 32-bit arithmetic of the layout rules. Sizes that the rules compute in 32 bits wrap; the
+// wraps and sign shifts are computed unsigned here, so that they are defined for every input.
 #pragma once
 
 #include <cstdint>

@@ -20,7 +20,7 @@ constexpr char kSourcePath[] = "utils/gralloc/hidl/allocator/allocator";
 constexpr int32_t kNone = static_cast<int32_t>(Error::NONE);
 constexpr int32_t kNoResources = static_cast<int32_t>(Error::NO_RESOURCES);
 
-// Contract: every description goes out without a name and without a reserved region.
+// Every description goes out without a name and without a reserved region.
 IMapper::BufferDescriptorInfo describe(uint32_t width, uint32_t height, PixelFormat format,
                                        uint32_t layerCount, uint64_t usage) {
     const bool sized = width != 0 && height != 0;
@@ -37,7 +37,7 @@ IMapper::BufferDescriptorInfo describe(uint32_t width, uint32_t height, PixelFor
 int32_t importAll(const Mapper& mapper, const hidl_vec<hidl_handle>& buffers, uint32_t count,
                   const native_handle** outBufferHandles) {
     for (uint32_t i = 0; i < count; ++i) {
-        // Contract: the service is trusted to have made as many buffers as were asked for.
+        // The service is trusted to have made as many buffers as were requested.
         const int32_t error = mapper.importBuffer(buffers[i], &outBufferHandles[i]);
         if (error == kNone) {
             continue;

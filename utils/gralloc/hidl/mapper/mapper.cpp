@@ -147,7 +147,7 @@ int32_t Mapper::lock(const native_handle* buffer, uint64_t cpuUsage,
     if (!result) {
         return kNoResources;
     }
-    // Contract: this one line passes by the gates and the switchboard.
+    // Contract: this one line bypasses the gates and the switchboard.
     if (*result != kNone) {
         __android_log_print(ANDROID_LOG_WARN, kLogTag, "lock(%p, ...) failed: %d", buffer, *result);
     }
@@ -168,7 +168,7 @@ int32_t Mapper::lock(const native_handle* buffer, uint64_t cpuUsage,
     }
 
     void* data = nullptr;
-    // Contract: the inner lock reads the layouts once more, for nobody.
+    // The inner lock reads the layouts again, although its outputs are null: the chosen cost.
     if (const int32_t error =
                 lock(buffer, cpuUsage, accessRegion, acquireFence, &data, nullptr, nullptr);
         error != kNone) {
@@ -229,7 +229,7 @@ int32_t Mapper::getPlaneLayouts(const native_handle* buffer,
             });
     const int32_t result = callResult(transport, error);
     if (result != kNone) {
-        // Contract: this one line passes by the switchboard.
+        // Contract: this one line bypasses the switchboard.
         __android_log_print(ANDROID_LOG_ERROR, kLogTag, "get(%s, %lu, ...) failed with %d",
                             type.name.c_str(), static_cast<unsigned long>(type.value), result);
         return result;

@@ -48,8 +48,8 @@ class ZELKCAM_EXPORT Mapper {
     int32_t lock(const native_handle* buffer, uint64_t cpuUsage, const IMapper::Rect& accessRegion,
                  int acquireFence, void** outData) const;
 
-    // The same, and tells the bytes of a pixel and of a row, -1 where planes differ or where it is
-    // no whole number of bytes. Either output may be null.
+    // The same, and reports the bytes of a pixel and of a row, -1 where planes differ or where it
+    // is no whole number of bytes. Either output may be null.
     //
     // Contract: the two outputs come from the plane layouts, before the lock: they are written also
     // when the lock fails, and left alone, whatever the lock does, when the layouts cannot be read
@@ -60,8 +60,8 @@ class ZELKCAM_EXPORT Mapper {
 
     // The same for 8-bit YCbCr buffers: strides and step in bytes, planes that the buffer lacks
     // null. `*outYcbcr` is written only on success, and the buffer is locked only then. Answers -22
-    // for a null output and for layouts that android_ycbcr cannot say; layouts that cannot be read
-    // answer what getPlaneLayouts does.
+    // for a null output and for layouts that android_ycbcr cannot represent; layouts that cannot be
+    // read answer what getPlaneLayouts does.
     //
     // Contract: when `outYcbcr` is null or the layouts cannot be read, `acquireFence` stays open
     // and the caller's. A buffer that describes no components gives null pointers and success.

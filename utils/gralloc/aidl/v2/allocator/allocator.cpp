@@ -17,8 +17,7 @@ using aidl::android::hardware::graphics::common::BufferUsage;
 constexpr char kLogTag[] = "ZelkCam/GrallocAllocatorAidlV2";
 constexpr char kSourcePath[] = "utils/gralloc/aidl/v2/allocator/allocator";
 
-// Contract: every description goes out without a name, without a reserved region and without
-// options.
+// Every description goes out without a name, without a reserved region and without options.
 BufferDescriptorInfo describe(uint32_t width, uint32_t height, PixelFormat format,
                               uint32_t layerCount, uint64_t usage) {
     const bool sized = width != 0 && height != 0;
@@ -71,7 +70,7 @@ int32_t AllocatorAidl::allocate(BufferDescriptorInfo descriptorInfo, uint32_t co
     }
 
     for (uint32_t i = 0; i < count; ++i) {
-        // Contract: the service is trusted to have made as many buffers as were asked for.
+        // The service is trusted to have made as many buffers as were requested.
         const int32_t error = importFromAidl(mMapper, result.buffers[i], &outBufferHandles[i]);
         ipcFlushCommands();
         if (error == AIMAPPER_ERROR_NONE) {
@@ -80,7 +79,7 @@ int32_t AllocatorAidl::allocate(BufferDescriptorInfo descriptorInfo, uint32_t co
         for (uint32_t j = 0; j < i; ++j) {
             free(std::exchange(outBufferHandles[j], nullptr));
         }
-        // Contract: whatever the import's own code was.
+        // Contract: this code, whatever the import's own was.
         return AIMAPPER_ERROR_BAD_BUFFER;
     }
     *outStride = static_cast<uint32_t>(result.stride);

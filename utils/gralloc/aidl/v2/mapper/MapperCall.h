@@ -1,5 +1,5 @@
-// What the sources of MapperV5 share: the tag and path that their messages carry, whichever of them
-// holds the statement, and the way they call the mapper.
+// What the two sources of MapperV5 share: the tag and path of their messages, and the way they call
+// the mapper.
 #pragma once
 
 #include <vector>
@@ -20,8 +20,8 @@ auto callAndFlush(const MapperV5& self, Entry entry, Arguments... arguments) {
     return answer;
 }
 
-// Zeroed memory to read metadata into. Not inlined on purpose: for a constant size the compiler
-// zeroes by a string instruction whose start alone costs more than the C library's whole work.
+// Zeroed memory to read metadata into. Not inlined on purpose: for a constant size GCC zeroes with
+// a string instruction whose start-up costs more than a call of memset.
 std::vector<uint8_t> zeroedBytes(size_t size);
 
 }  // namespace NSCam::GrallocMapperAidlV2

@@ -44,7 +44,7 @@ std::optional<size_t> readStandardMetadata(const MapperV5& self, const AIMapper&
         bytes.resize(static_cast<size_t>(size));
         size = read();
     }
-    // Contract: a value that grew in between is not asked for a third time.
+    // A value that grew in between is not read a third time.
     if (size < 0 || static_cast<size_t>(size) > bytes.size()) {
         LOGE_AS(kFunction, "Failed to get Gralloc StandardMetadataType (%lu) failed with %d",
                 static_cast<unsigned long>(type), size);
@@ -53,8 +53,7 @@ std::optional<size_t> readStandardMetadata(const MapperV5& self, const AIMapper&
     return static_cast<size_t>(size);
 }
 
-// What there is to know of each kind of HDR metadata. `Record` is what the caller's data must be as
-// large as.
+// What distinguishes the kinds of HDR metadata. The caller's data must have the size of `Record`.
 struct MasteringDisplay {
     using Record = Smpte2086;
     static constexpr StandardMetadataType kType = StandardMetadataType::SMPTE2086;
@@ -155,7 +154,7 @@ AIMapper_Error setRecord(const MapperV5& mapper, const native_handle* handle, co
     return mapper.setStandardMetadata<Kind::kType>(handle, record);
 }
 
-// Contract: the size that the caller states is not looked at, the vector has its own.
+// The size that the caller gives is not looked at, the vector has its own.
 template <typename Kind>
 AIMapper_Error setPayload(const MapperV5& mapper, const native_handle* handle, const void* data,
                           bool dump) {
@@ -216,7 +215,7 @@ AIMapper_Error MapperV5::setStandardMetadata(
 }
 
 // Clang hides an instantiation whose arguments come from a header without visibility of its own, so
-// each says that it is binary interface.
+// each is marked as binary interface.
 #define INSTANTIATE_GET(T)                                                 \
     template ZELKCAM_EXPORT std::optional<StandardMetadata<T>::value_type> \
     MapperV5::getStandardMetadata<T>(const native_handle*) const

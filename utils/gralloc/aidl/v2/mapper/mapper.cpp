@@ -17,8 +17,8 @@ namespace {
 
 using gralloc::UniqueFd;
 
-// The buffer locked at `data` as its planes describe it, or nothing when android_ycbcr cannot say
-// it.
+// The buffer locked at `data` as its planes describe it, or nothing when android_ycbcr cannot
+// represent it.
 std::optional<android_ycbcr> describeYcbcr(const std::vector<PlaneLayout>& planes, void* data,
                                            bool dump) {
     gralloc::YcbcrWalk walk(data);
@@ -45,15 +45,16 @@ std::vector<uint8_t> zeroedBytes(size_t size) {
     return std::vector<uint8_t>(size);
 }
 
-// Ends the process. Unlike LOGF it asks nobody first, and it has the switchboard write out
-// what it holds, this line included.
+// Ends the process. Unlike LOGF it does not ask whether error output is wanted, and it makes the
+// switchboard write out what it holds, this line included.
 #define FATAL_AND_FLUSH(message)                                                              \
     do {                                                                                      \
         if (gralloc::log::switchboardWanted()) {                                              \
             gralloc::log::writeToSwitchboard(kLogTag, gralloc::log::kError,                   \
                                              ZELKCAM_LOG_PREFIX message, __func__);           \
-            if (gralloc::log::ULogger* const switchboard = gralloc::log::ULogger::sULogger)   \
+            if (auto* const switchboard = gralloc::log::ULogger::sULogger) {                  \
                 switchboard->flush(1);                                                        \
+            }                                                                                 \
         }                                                                                     \
         __android_log_assert(nullptr, kLogTag, ZELKCAM_LOG_PREFIX message ZELKCAM_LOG_SUFFIX, \
                              __func__, __func__, __LINE__, kSourcePath);                      \
@@ -77,7 +78,7 @@ MapperV5::MapperV5(std::shared_ptr<IAllocator> allocator) : mAllocator(std::move
         FATAL_AND_FLUSH("AIMapper_loadIMapper missing");
     }
 
-    // Contract: only the pointer tells whether there is a mapper; neither the entry's result nor
+    // Contract: only the pointer decides whether there is a mapper; neither the entry's result nor
     // the record's version is looked at.
     AIMapper* implementation = nullptr;
     load(&implementation);
@@ -126,7 +127,7 @@ int32_t MapperV5::lock(const native_handle* buffer, uint64_t cpuUsage, const ARe
     const AIMapper_Error error = callAndFlush(*this, mMapper->v5.lock, buffer, cpuUsage,
                                               accessRegion, acquireFence, outData);
     consumed.reset();
-    // Contract: this one line passes by the gates and the switchboard.
+    // Contract: this one line bypasses the gates and the switchboard.
     if (error != AIMAPPER_ERROR_NONE) {
         __android_log_print(ANDROID_LOG_WARN, kLogTag, "lock(%p, ...) failed: %d", buffer, error);
     }
@@ -146,7 +147,7 @@ int32_t MapperV5::lock(const native_handle* buffer, uint64_t cpuUsage, const ARe
     }
 
     void* data = nullptr;
-    // Contract: the inner lock reads the layouts once more, for nobody.
+    // The inner lock reads the layouts again, although its outputs are null: the chosen cost.
     if (const int32_t error =
                 lock(buffer, cpuUsage, accessRegion, acquireFence, &data, nullptr, nullptr);
         error != AIMAPPER_ERROR_NONE) {

@@ -55,8 +55,8 @@ class ZELKCAM_EXPORT MapperV5 {
     int32_t lock(const native_handle* buffer, uint64_t cpuUsage, const ARect& accessRegion,
                  int acquireFence, void** outData) const;
 
-    // The same, and tells the bytes of a pixel and of a row, -1 where planes differ or where it is
-    // no whole number of bytes. Either output may be null.
+    // The same, and reports the bytes of a pixel and of a row, -1 where planes differ or where it
+    // is no whole number of bytes. Either output may be null.
     //
     // Contract: the two outputs come from the plane layouts, before the lock: they are written also
     // when the lock fails, and left alone, whatever the lock does, when the layouts cannot be read
@@ -68,7 +68,7 @@ class ZELKCAM_EXPORT MapperV5 {
     // The same for 8-bit YCbCr buffers: strides and step in bytes, planes that the buffer lacks
     // null. `*outYcbcr` is written only on success, and the buffer is locked only then. Answers 3
     // (AIMAPPER_ERROR_BAD_VALUE) for a null output, for layouts that cannot be read and for layouts
-    // that android_ycbcr cannot say.
+    // that android_ycbcr cannot represent.
     //
     // Contract: when `outYcbcr` is null or the layouts cannot be read, `acquireFence` stays open
     // and the caller's; on every other path it is consumed.
