@@ -1,5 +1,5 @@
-// The buffer-attribute extension (libplexa): what the allocator knows of a buffer beyond the
-// standard mapper interface. A device maker supplies it; this tree also holds one over any
+// The buffer-attribute extension (libplexa): attributes of a buffer that the standard mapper
+// interface does not have. A device maker supplies it; this tree also holds one over any
 // version-5 mapper's standard metadata.
 //
 // Every function is safe from any thread, for one buffer and for several. Result 0 is success, any
@@ -26,9 +26,6 @@ enum plexa_attribute_t {
     PLEXA_GET_USAGE = 17,            // int32_t, the low half of the usage bits
     PLEXA_GET_BUFFER_FLAGS = 52,     // uint32_t
     PLEXA_GET_SF_INFO = 100,         // plexa_sf_record_t
-    // uint64_t: what PLEXA_SET_SOF stored, 0 for nothing. This tree's libplexa answers it; a
-    // device's own need not.
-    PLEXA_GET_SOF = 110,
 };
 
 // Operations of plexa_perform; the comment gives what `in` points at.

@@ -34,24 +34,33 @@ std::string mapperLibraryName() {
     return "mapper." + suffix + ".so";
 }
 
-const AIMapper* loadMapper(const std::string& name) {
-    void* library = android_load_sphal_library(name.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (library == nullptr) {
-        return nullptr;
-    }
+// The mapper that a loaded library gives, or null. The pointer alone counts, not the entry's
+// result.
+const AIMapper* enterMapper(void* library) {
     const auto load = reinterpret_cast<decltype(&AIMapper_loadIMapper)>(
             dlsym(library, "AIMapper_loadIMapper"));
-    if (load == nullptr) {
-        android_unload_sphal_library(library);
-        return nullptr;
-    }
-    // The pointer alone counts, as it does for whoever else loads this mapper.
     AIMapper* mapper = nullptr;
-    load(&mapper);
+    if (load != nullptr) {
+        load(&mapper);
+    }
     return mapper != nullptr && mapper->version >= AIMAPPER_VERSION_5 ? mapper : nullptr;
 }
 
-const AIMapper* findMapper() {
+// Keeps the library only if there is a mapper in it.
+const AIMapper* loadMapper(const std::string& name) {
+    void* const library = android_load_sphal_library(name.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr) {
+        return nullptr;
+    }
+    const AIMapper* const mapper = enterMapper(library);
+    if (mapper == nullptr) {
+        android_unload_sphal_library(library);
+    }
+    return mapper;
+}
+
+// Ends the process when an exception, such as a failed allocation's, would leave the mutex locked.
+const AIMapper* findMapper() noexcept {
     const std::lock_guard lock(gSearch);
     const AIMapper* mapper = gMapper.load(std::memory_order_relaxed);
     if (mapper != nullptr) {

@@ -4,10 +4,15 @@
 
 namespace zelkcam::plexa {
 
-BufferNotes NoteTable::read(uint64_t bufferId) {
+plexa_sf_record_t NoteTable::read(uint64_t bufferId) {
     const std::lock_guard lock(mLock);
     const Entry* entry = find(bufferId);
-    return entry == nullptr ? BufferNotes{} : entry->notes;
+    return entry == nullptr ? plexa_sf_record_t{} : entry->record;
+}
+
+void NoteTable::write(uint64_t bufferId, const plexa_sf_record_t& record) {
+    const std::lock_guard lock(mLock);
+    entryFor(bufferId).record = record;
 }
 
 NoteTable::Entry* NoteTable::find(uint64_t bufferId) {

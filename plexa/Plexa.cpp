@@ -53,12 +53,6 @@ int queryStatusRecord(const Buffer& buffer, void* out) {
     return error == 0 ? give(out, record) : error;
 }
 
-int queryStartOfFrame(const Buffer& buffer, void* out) {
-    uint64_t time = 0;
-    const int error = readStartOfFrame(buffer, time);
-    return error == 0 ? give(out, time) : error;
-}
-
 }  // namespace
 
 PLEXA_EXPORT int plexa_query(const native_handle* handle, int attribute, void* out) {
@@ -69,8 +63,7 @@ PLEXA_EXPORT int plexa_query(const native_handle* handle, int attribute, void* o
         return queryDescriptor(*handle, out);
     }
     const NumberReader read = numberReader(attribute);
-    const bool isNote = attribute == PLEXA_GET_SF_INFO || attribute == PLEXA_GET_SOF;
-    if (read == nullptr && !isNote) {
+    if (read == nullptr && attribute != PLEXA_GET_SF_INFO) {
         return -EINVAL;
     }
     const AIMapperV5* mapper = mapperFunctions();
@@ -78,11 +71,7 @@ PLEXA_EXPORT int plexa_query(const native_handle* handle, int attribute, void* o
         return -ENODEV;
     }
     const Buffer buffer{*mapper, handle};
-    if (read != nullptr) {
-        return queryNumber(buffer, read, out);
-    }
-    return attribute == PLEXA_GET_SF_INFO ? queryStatusRecord(buffer, out)
-                                          : queryStartOfFrame(buffer, out);
+    return read == nullptr ? queryStatusRecord(buffer, out) : queryNumber(buffer, read, out);
 }
 
 PLEXA_EXPORT int plexa_perform(const native_handle* handle, int operation, void* in) {

@@ -192,6 +192,7 @@ TEST_F(AttributeTest, UnusableArgumentsAreRefusedBeforeTheMapper) {
         EXPECT_NE(plexa_perform(nullptr, code, &slot), 0) << code;
         EXPECT_NE(plexa_perform(handle(), code, nullptr), 0) << code;
     }
+    EXPECT_NE(plexa_query(handle(), PLEXA_SET_SOF, &slot), 0) << "a stamp is not read back";
     const native_handle_t none{.version = 12, .numFds = 0, .numInts = 0, .data = {}};
     EXPECT_NE(plexa_query(&none, PLEXA_GET_ION_FD, &slot), 0);
     EXPECT_TRUE(slot.isUntouched());

@@ -1,5 +1,7 @@
 // Finding the mapper. Each case needs a process that has not found it yet, so it runs in one of its
 // own and says by its exit status how it went.
+#include <link.h>
+
 #include <latch>
 #include <thread>
 
@@ -23,6 +25,14 @@ class MapperSearchTest : public testing::Test {
     }
 };
 
+bool isLoaded(std::string library) {
+    const auto isIt = [](dl_phdr_info* loaded, size_t, void* name) {
+        return static_cast<int>(
+                std::string(loaded->dlpi_name).ends_with(*static_cast<const std::string*>(name)));
+    };
+    return dl_iterate_phdr(isIt, &library) != 0;
+}
+
 [[noreturn]] void finish() {
     _exit(testing::Test::HasFailure() ? 1 : 0);
 }
@@ -42,8 +52,10 @@ TEST_F(MapperSearchTest, IsMadeAgainAfterAFailureAndNeverAfterSuccess) {
         service.suffix = "scripted";
         mapperScript().entryGivesNull = true;
         EXPECT_FALSE(answersWidth()) << "an entry without a mapper";
+        EXPECT_FALSE(isLoaded("mapper.scripted.so")) << "kept though of no use";
         mapperScript().entryGivesNull = false;
         EXPECT_TRUE(answersWidth());
+        EXPECT_TRUE(isLoaded("mapper.scripted.so"));
         EXPECT_EQ(journal().calls("getIMapperLibrarySuffix"), 5);
         service.suffix = "absent";
         EXPECT_TRUE(answersWidth());

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/plexa.h"
+#include "tests/host/gralloc/Buffers.h"
 #include "utils/gralloc/IGrallocHelper.h"
 #include "utils/gralloc/aidl/v2/allocator/allocator.h"
 #include "zelkcam/host/HandleTransport.h"
@@ -94,7 +95,9 @@ TEST(PlexaOnTheHost, TwoProcessesSeeEachOthersMarks) {
     EXPECT_EQ(WEXITSTATUS(status), 0);
     EXPECT_EQ(statusOf(buffer.handle()), 0x5fffffffu);
     uint64_t time = 0;
-    EXPECT_EQ(plexa_query(buffer.handle(), PLEXA_GET_SOF, &time), 0);
+    EXPECT_EQ(
+            mapper().getMetadata(buffer.handle(), {kPlexaName, PLEXA_SET_SOF}, &time, sizeof(time)),
+            int32_t{sizeof(time)});
     EXPECT_EQ(time, kTime);
 }
 
