@@ -65,29 +65,31 @@ void copyLayout(const MyStaticInfo& from, GrallocStaticInfo& to) {
     to = static_cast<const GrallocStaticInfo&>(from);
 }
 
+// What takes mLock is noexcept: an exception, such as a failed allocation's, ends the process. A
+// client that caught it would otherwise go on with a helper that hangs at the next call.
 class GrallocHelperImp : public IGrallocHelper {
   public:
     GrallocHelperImp();
     ~GrallocHelperImp() override;
 
     int query(const GrallocRequest* pRequest, GrallocStaticInfo* pStaticInfo,
-              bool forceRequery) const override;
+              bool forceRequery) const noexcept override;
     int query(const native_handle* handle, GrallocStaticInfo* pStaticInfo,
-              GrallocDynamicInfo* pDynamicInfo) const override;
+              GrallocDynamicInfo* pDynamicInfo) const noexcept override;
     int setDirtyCamera(const native_handle* handle) const override;
     int setColorspace_JFIF(const native_handle* handle) const override;
     int setBufferSOF(const native_handle* handle, unsigned long sof) const override;
     String8 queryPixelFormatName(int format) const override;
     String8 queryGrallocUsageName(int usage) const override;
     String8 queryDataspaceName(int dataspace) const override;
-    void dumpToLog() const override;
+    void dumpToLog() const noexcept override;
     int importBuffer(const native_handle*& handle) override;
     int freeBuffer(const native_handle* handle) override;
     int lock(const native_handle* handle, unsigned int usage, int width, int height,
              void** vaddr) override;
     int unlock(const native_handle* handle) override;
     int setBufferStatus(const native_handle* handle, int mask, int value) const override;
-    void clearMap() override;
+    void clearMap() noexcept override;
 
   private:
     using Entry = android::key_value_pair_t<MyRequest, MyStaticInfo>;
@@ -146,7 +148,7 @@ GrallocHelperImp::~GrallocHelperImp() {
 }
 
 int GrallocHelperImp::query(const GrallocRequest* pRequest, GrallocStaticInfo* pStaticInfo,
-                            bool forceRequery) const {
+                            bool forceRequery) const noexcept {
     if (pRequest == nullptr) {
         LOGE("NULL pRequest");
         return -EINVAL;
@@ -234,7 +236,7 @@ void GrallocHelperImp::dump(const MyRequest& key, const MyStaticInfo& value) con
     }
 }
 
-void GrallocHelperImp::dumpToLog() const {
+void GrallocHelperImp::dumpToLog() const noexcept {
     LOGD("+");
     const MutexLock lock(mLock);
     for (size_t i = 0; i < mMap.size(); ++i) {
@@ -243,14 +245,14 @@ void GrallocHelperImp::dumpToLog() const {
     LOGD("-");
 }
 
-void GrallocHelperImp::clearMap() {
+void GrallocHelperImp::clearMap() noexcept {
     const MutexLock lock(mLock);
     LOGI("Clear the stream info map");
     mMap.clear();
 }
 
 int GrallocHelperImp::query(const native_handle* handle, GrallocStaticInfo* pStaticInfo,
-                            GrallocDynamicInfo* pDynamicInfo) const {
+                            GrallocDynamicInfo* pDynamicInfo) const noexcept {
     if (handle == nullptr) {
         LOGE("NULL buffer_handle_t");
         return -EINVAL;

@@ -5,6 +5,7 @@ namespace zelkcam::test {
 
 namespace {
 
+using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -105,6 +106,48 @@ TEST_F(BufferOperationsTest, TheSettersReplaceTheirBitsOfTheStatusWord) {
         EXPECT_EQ(platformScript().status, c.after) << std::hex << c.before;
         EXPECT_THAT(journal().take(),
                     ElementsAre("plexa_query 100", "plexa_sf_set_status", "plexa_perform 100"));
+    }
+}
+
+// The helper with another function in one slot of its table, for the length of a scope.
+class ReplacedSlot {
+  public:
+    ReplacedSlot(NSCam::IGrallocHelper* helper, size_t slot, void* function)
+        : mTable(*reinterpret_cast<void***>(helper)), mOriginal(mTable) {
+        std::copy_n(mOriginal - 2, std::size(mCopy), mCopy);
+        mCopy[2 + slot] = function;
+        mTable = mCopy + 2;
+    }
+    ~ReplacedSlot() { mTable = mOriginal; }
+
+  private:
+    void**& mTable;
+    void** mOriginal;
+    void* mCopy[2 + 17];
+};
+
+int maskAsResult(const NSCam::IGrallocHelper*, const native_handle*, int mask, int) {
+    return mask;
+}
+
+android::String8 otherName(const NSCam::IGrallocHelper*, int) {
+    return android::String8("other");
+}
+
+TEST_F(BufferOperationsTest, CallsOfTheObjectsOwnGoThroughItsTable) {
+    {
+        const ReplacedSlot status(helper, 15, reinterpret_cast<void*>(maskAsResult));
+        EXPECT_EQ(helper->setDirtyCamera(handle), 0xc03);
+        EXPECT_EQ(helper->setColorspace_JFIF(handle), static_cast<int>(0xe0000000));
+    }
+    for (const auto& [slot, line] :
+         {std::pair(7, "usage:0x00000000(0) format:0x00000001(other) -->"),
+          {8, "usage:0x00000000(other) format:0x00000001(RGBA_8888) -->"}}) {
+        const ReplacedSlot name(helper, slot, reinterpret_cast<void*>(otherName));
+        describeBuffers({.format = 1, .width = 4, .height = 4, .stride = 4});
+        setLog(kDebugLog);
+        EXPECT_EQ(request({.format = 1, .widthInPixels = 4, .heightInPixels = 4}, true), 0);
+        EXPECT_THAT(takeLog(), Contains(HasSubstr(line)));
     }
 }
 

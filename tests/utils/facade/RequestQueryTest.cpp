@@ -1,5 +1,7 @@
 // The query by request: its probe, its cache, its dumps.
+#include <csignal>
 #include <future>
+#include <new>
 
 #include "tests/utils/facade/HelperTest.h"
 
@@ -275,6 +277,22 @@ TEST_F(RequestQueryTest, AnEntryIsDumpedAsItIsAdded) {
     ASSERT_EQ(log.size(), 12u);
     EXPECT_EQ(log.front(), "D GrallocHelper [dumpToLog] +");
     EXPECT_EQ(log.back(), "D GrallocHelper [dumpToLog] -");
+}
+
+// A client that caught the exception would hang at its next query.
+TEST_F(RequestQueryTest, AnExceptionUnderTheLockEndsTheProcess) {
+    allocatorScript().onAllocate = mapperScript().onLock = [] { throw std::bad_alloc(); };
+    describeBuffers({.format = 0x11, .width = 64, .height = 32});
+    describePlanes({plane(0, 8, 64, {})});
+    const auto survives = [](auto query) {
+        try {
+            query();
+        } catch (const std::bad_alloc&) {
+        }
+        exit(0);
+    };
+    EXPECT_EXIT(survives([&] { request(kRgba); }), testing::KilledBySignal(SIGABRT), "");
+    EXPECT_EXIT(survives([&] { describe(); }), testing::KilledBySignal(SIGABRT), "");
 }
 
 TEST_F(RequestQueryTest, ARunningProbeHoldsTheCacheButNothingElse) {

@@ -40,6 +40,7 @@ std::optional<size_t> readStandardMetadata(const MapperV5& self, const AIMapper&
         }
         return std::nullopt;
     }
+    // Contract: the mapper alone decides the size, up to 2 GiB.
     if (static_cast<size_t>(size) > bytes.size()) {
         bytes.resize(static_cast<size_t>(size));
         size = read();
