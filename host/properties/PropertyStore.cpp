@@ -5,6 +5,8 @@
 #include <fstream>
 #include <mutex>
 
+#include "host/properties/Environment.h"
+
 namespace zelkcam::host {
 namespace {
 
@@ -37,6 +39,11 @@ Properties ofFile() {
         return properties;
     }
     std::ifstream file(path);
+    if (!file) {
+        static std::once_flag reported;
+        std::call_once(reported, reportVariable, "ZELKCAM_HOST_PROPERTIES", path,
+                       "cannot be read; no property is taken from it");
+    }
     for (std::string line; std::getline(file, line);) {
         const std::string text = trim(line);
         const size_t equals = text.find('=');

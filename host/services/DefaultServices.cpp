@@ -11,14 +11,21 @@
 #include "host/hidl/ServiceRegistry.h"
 #include "host/hidl_gralloc/HidlAllocatorService.h"
 #include "host/hidl_gralloc/MapperService.h"
+#include "host/properties/Environment.h"
 
 namespace zelkcam::host {
 namespace {
 
+constexpr char kVariable[] = "ZELKCAM_HOST_SERVICES";
+
+std::string_view choice() {
+    const char* text = std::getenv(kVariable);
+    return text != nullptr ? text : "";
+}
+
 // Looked at afresh every time, so a program may switch the defaults off before it first asks.
 bool areDefaultsWanted() {
-    const char* choice = std::getenv("ZELKCAM_HOST_SERVICES");
-    return choice == nullptr || std::string_view(choice) != "none";
+    return choice() != "none";
 }
 
 AIBinder* findAidlDefault(const std::string& instance) {
@@ -46,6 +53,9 @@ HidlObject makeHidlDefault(const std::string& descriptor, const std::string& nam
 }
 
 __attribute__((constructor)) void registerDefaults() {
+    if (!choice().empty() && areDefaultsWanted()) {
+        reportVariable(kVariable, choice().data(), "is ignored; the only choice is none");
+    }
     setDefaultAidlServices(findAidlDefault);
     setDefaultHidlServices(makeHidlDefault);
 }

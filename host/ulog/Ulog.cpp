@@ -5,9 +5,14 @@
 #include <stdio.h>
 #include <unistd.h>
 
+#include <cctype>
+#include <cerrno>
 #include <cstdlib>
+#include <optional>
 
 #include <android/log.h>
+
+#include "host/properties/Environment.h"
 
 namespace NSCam::Utils::ULog {
 namespace {
@@ -42,14 +47,29 @@ union Permanent {
 };
 constinit Permanent gPermanent;
 
+// No value for anything but an unsigned number of 32 bits, decimal, octal or hexadecimal.
+std::optional<uint32_t> parse(const char* text) {
+    char* end = nullptr;
+    errno = 0;
+    const unsigned long number = std::strtoul(text, &end, 0);
+    const bool isNumber = std::isdigit(static_cast<unsigned char>(*text)) != 0 && *end == '\0';
+    return isNumber && errno == 0 && number <= UINT32_MAX
+                   ? std::optional(static_cast<uint32_t>(number))
+                   : std::nullopt;
+}
+
+// Nothing is as good as unset.
 uint32_t numberOf(const char* variable, uint32_t defaultValue) {
     const char* text = std::getenv(variable);
-    if (text == nullptr) {
+    if (text == nullptr || *text == '\0') {
         return defaultValue;
     }
-    char* end = nullptr;
-    const unsigned long number = std::strtoul(text, &end, 0);
-    return end == text || *end != '\0' ? defaultValue : static_cast<uint32_t>(number);
+    const std::optional<uint32_t> number = parse(text);
+    if (!number) {
+        zelkcam::host::reportVariable(variable, text,
+                                      "is no number of 32 bits; the default is taken");
+    }
+    return number.value_or(defaultValue);
 }
 
 }  // namespace
