@@ -1,8 +1,7 @@
-// Fences on the host. A kernel's sync file works as on a device; besides, any descriptor that
-// becomes readable stands in for one: an eventfd, the read end of a pipe.
+// The published fence calls. What is no sync file of the kernel is a stand-in (Fence.h), of which
+// only the state is known.
 #include <errno.h>
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/ioctl.h>
 
 #include <cstdlib>
@@ -10,20 +9,23 @@
 
 #include <android/sync.h>
 
+#include "host/sync/Fence.h"
+
 namespace {
+
+using zelkcam::host::waitForFence;
 
 enum class FenceState { kPending, kSignalled, kInvalid };
 
 FenceState stateOf(int fd) {
-    pollfd fence = {fd, POLLIN, 0};
-    int ready = 0;
-    do {
-        ready = fd < 0 ? -1 : poll(&fence, 1, 0);
-    } while (fd >= 0 && ready < 0 && (errno == EINTR || errno == EAGAIN));
-    if (ready < 0 || (fence.revents & (POLLERR | POLLNVAL)) != 0) {
-        return FenceState::kInvalid;
+    switch (waitForFence(fd, 0)) {
+        case 0:
+            return FenceState::kSignalled;
+        case ETIME:
+            return FenceState::kPending;
+        default:
+            return FenceState::kInvalid;
     }
-    return ready == 0 ? FenceState::kPending : FenceState::kSignalled;
 }
 
 int duplicate(int fd) {
@@ -53,7 +55,6 @@ struct sync_file_info* allocateInfo(uint32_t fences) {
     return info;
 }
 
-// Of a stand-in only the state is known.
 struct sync_file_info* infoOfStandIn(int fd) {
     const FenceState state = stateOf(fd);
     if (state == FenceState::kInvalid) {
@@ -72,24 +73,9 @@ struct sync_file_info* infoOfStandIn(int fd) {
 }  // namespace
 
 int sync_wait(int fd, int timeout) {
-    if (fd < 0) {
-        errno = EINVAL;
-        return -1;
-    }
-    pollfd fence = {fd, POLLIN, 0};
-    int ready = 0;
-    do {
-        ready = poll(&fence, 1, timeout);
-    } while (ready < 0 && (errno == EINTR || errno == EAGAIN));
-    if (ready < 0) {
-        return -1;
-    }
-    if (ready == 0) {
-        errno = ETIME;
-        return -1;
-    }
-    if ((fence.revents & (POLLERR | POLLNVAL)) != 0) {
-        errno = EINVAL;
+    const int error = waitForFence(fd, timeout);
+    if (error != 0) {
+        errno = error;
         return -1;
     }
     return 0;

@@ -43,12 +43,15 @@ TEST(SyncWait, AnswersByTheStateOfTheFence) {
     EXPECT_EQ(EINVAL, waitFor(closed, -1));
 }
 
-TEST(SyncWait, ADescriptorWithAnErrorIsNoFence) {
-    int pipe[2];
-    ASSERT_EQ(0, pipe2(pipe, O_CLOEXEC));
-    close(pipe[0]);  // the write end now reports an error
-    const ScopedFileDescriptor broken(pipe[1]);
-    EXPECT_EQ(EINVAL, waitFor(broken.get(), 0));
+// A descriptor with an error is no fence; one that hung up has nothing more to wait for.
+TEST(SyncWait, TellsAnErrorFromAHangUp) {
+    int failed[2], hungUp[2];
+    ASSERT_EQ(0, pipe2(failed, O_CLOEXEC));
+    ASSERT_EQ(0, pipe2(hungUp, O_CLOEXEC));
+    close(failed[0]);
+    close(hungUp[1]);
+    EXPECT_EQ(EINVAL, waitFor(ScopedFileDescriptor(failed[1]).get(), 0));
+    EXPECT_EQ(0, waitFor(ScopedFileDescriptor(hungUp[0]).get(), 0));
 }
 
 TEST(SyncWait, WaitsAcrossSignals) {
