@@ -1,6 +1,8 @@
 #include "host/allocator/AllocatorService.h"
 
 #include <algorithm>
+#include <optional>
+#include <string_view>
 
 #include <aidl/android/hardware/graphics/allocator/AllocationError.h>
 
@@ -13,22 +15,25 @@ namespace {
 using aidl::android::hardware::common::NativeHandle;
 using aidl::android::hardware::graphics::allocator::AllocationError;
 
-// A negative dimension becomes none at all.
-uint32_t dimension(int32_t value) {
-    return static_cast<uint32_t>(std::max(value, 0));
+constexpr std::string_view kDataspaceOption = "android.hardware.graphics.common.Dataspace";
+
+// Takes the one additional option that is known; false for any other, and for a value beyond the
+// enumeration's 32 bits.
+bool takeOptions(const AllocatorService::BufferDescriptorInfo& info,
+                 gralloc::AllocationRequest* request) {
+    return std::ranges::all_of(info.additionalOptions, [request](const auto& option) {
+        request->dataspace = static_cast<gralloc::Dataspace>(option.value);
+        return option.name == kDataspaceOption &&
+               static_cast<int64_t>(request->dataspace) == option.value;
+    });
 }
 
-gralloc::Description describe(const AllocatorService::BufferDescriptorInfo& info) {
-    gralloc::Description description;
-    const auto* name = reinterpret_cast<const char*>(info.name.data());
-    description.setName({name, std::find(name, name + info.name.size(), '\0')});
-    description.width = dimension(info.width);
-    description.height = dimension(info.height);
-    description.layerCount = static_cast<uint32_t>(info.layerCount);
-    description.format = static_cast<int32_t>(info.format);
-    description.usage = static_cast<uint64_t>(info.usage);
-    description.reservedSize = static_cast<uint64_t>(info.reservedSize);
-    return description;
+// No value when one of the additional options is not taken.
+std::optional<gralloc::AllocationRequest> requestOf(
+        const AllocatorService::BufferDescriptorInfo& info, int32_t count) {
+    const std::string_view name(reinterpret_cast<const char*>(info.name.data()), info.name.size());
+    gralloc::AllocationRequest request{gralloc::describe(name, info), count};
+    return takeOptions(info, &request) ? std::optional(request) : std::nullopt;
 }
 
 ndk::ScopedAStatus refuse(AllocationError error) {
@@ -44,10 +49,10 @@ NativeHandle toAidl(gralloc::RawBuffer& raw) {
     return handle;
 }
 
-ndk::ScopedAStatus allocate(const gralloc::Description& description, int32_t count,
+ndk::ScopedAStatus allocate(const gralloc::AllocationRequest& request,
                             AllocatorService::AllocationResult* result) {
     gralloc::Allocation allocation;
-    const AIMapper_Error error = gralloc::allocate(description, count, &allocation);
+    const AIMapper_Error error = gralloc::allocate(request, &allocation);
     if (error != AIMAPPER_ERROR_NONE) {
         return refuse(error == AIMAPPER_ERROR_NO_RESOURCES ? AllocationError::NO_RESOURCES
                                                            : AllocationError::UNSUPPORTED);
@@ -65,23 +70,21 @@ ndk::ScopedAStatus allocate(const gralloc::Description& description, int32_t cou
 ndk::ScopedAStatus AllocatorService::allocate(const std::vector<uint8_t>& descriptor, int32_t count,
                                               AllocationResult* result) {
     const auto description = decodeDescriptor(descriptor);
-    return description ? host::allocate(*description, count, result)
+    return description ? host::allocate({*description, count}, result)
                        : refuse(AllocationError::BAD_DESCRIPTOR);
 }
 
-// No additional option is known.
 ndk::ScopedAStatus AllocatorService::allocate2(const BufferDescriptorInfo& descriptor,
                                                int32_t count, AllocationResult* result) {
-    return descriptor.additionalOptions.empty()
-                   ? host::allocate(describe(descriptor), count, result)
-                   : refuse(AllocationError::UNSUPPORTED);
+    const auto request = requestOf(descriptor, count);
+    return request ? host::allocate(*request, result) : refuse(AllocationError::UNSUPPORTED);
 }
 
 ndk::ScopedAStatus AllocatorService::isSupported(const BufferDescriptorInfo& descriptor,
                                                  bool* supported) {
-    gralloc::Layout layout{};
-    *supported = descriptor.additionalOptions.empty() &&
-                 gralloc::check(describe(descriptor), &layout) == AIMAPPER_ERROR_NONE;
+    const auto request = requestOf(descriptor, 1);
+    gralloc::Layout layout;
+    *supported = request && gralloc::decide(request->description, &layout) == AIMAPPER_ERROR_NONE;
     return ndk::ScopedAStatus::ok();
 }
 

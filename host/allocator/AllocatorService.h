@@ -3,11 +3,11 @@
 
 #include <aidl/android/hardware/graphics/allocator/BnAllocator.h>
 
-#include "host/gralloc/Description.h"
-
 namespace zelkcam::host {
 
-// Stateless, so safe from any thread. Refusals are service-specific errors: NO_RESOURCES, or
+// Stateless, so safe from any thread. The additional option
+// android.hardware.graphics.common.Dataspace presets the data space of the buffers, any other is
+// refused. Refusals are service-specific errors: NO_RESOURCES, or
 // UNSUPPORTED for whatever isSupported denies. BAD_DESCRIPTOR is 0, which clients of allocate2 take
 // for no error code at all, so only the old allocate answers it.
 class AllocatorService : public aidl::android::hardware::graphics::allocator::BnAllocator {

@@ -1,8 +1,8 @@
 // Buffers as they travel: what the allocator makes and every importer finds.
 //
 // A buffer is a handle with two memfds, the pixels and the metadata, and four integers. The
-// metadata begins with a SharedImage, which does not change any more; cells for the settable values
-// and the memory reserved for clients follow.
+// metadata begins with a SharedImage, which never changes; cells for the settable values and the
+// memory reserved for clients follow.
 #pragma once
 
 #include <array>
@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "host/gralloc/ConstantMetadata.h"
-#include "host/gralloc/Description.h"
+#include "host/gralloc/Device.h"
 #include "host/gralloc/SettableMetadata.h"
 #include "host/gralloc/SharedCell.h"
 #include "host/gralloc/SharedMemory.h"
@@ -50,7 +50,7 @@ constexpr SharedLayout sharedLayout() {
     uint32_t end = (sizeof(SharedImage) + kAlignment - 1) / kAlignment * kAlignment;
     for (size_t i = 0; i < kSettableRules.size(); ++i) {
         layout.cells[i] = end;
-        end += SharedCell::footprint(kSettableRules[i].capacity());
+        end += SharedCell::footprint(kSettableRules[i].capacity);
     }
     layout.reserved = (end + kAlignment - 1) / kAlignment * kAlignment;
     return layout;
@@ -68,17 +68,20 @@ struct RawBuffer {
     std::array<int32_t, kIntCount> ints;
 };
 
-// At most so many buffers in one call; a queue has 64.
-inline constexpr int64_t kMaxBufferCount = 1024;
+struct AllocationRequest {
+    Description description;
+    int64_t count = 1;
+    Dataspace dataspace = Dataspace::UNKNOWN;  // what the buffers start with
+};
 
 struct Allocation {
     uint32_t stride = 0;  // as Layout::stride
     std::vector<RawBuffer> buffers;
 };
 
-// Makes `count` buffers, or none. What check() answers for a description that cannot be served,
+// Makes all the buffers, or none. What decide() answers for a description that cannot be served,
 // UNSUPPORTED for a negative count, NO_RESOURCES for one above the limit and when the process runs
 // out of descriptors or memory.
-AIMapper_Error allocate(const Description& description, int64_t count, Allocation* out);
+AIMapper_Error allocate(const AllocationRequest& request, Allocation* out);
 
 }  // namespace zelkcam::host::gralloc

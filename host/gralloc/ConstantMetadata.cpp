@@ -4,9 +4,6 @@
 
 #include <vector>
 
-#include <aidl/android/hardware/graphics/common/ChromaSiting.h>
-#include <aidl/android/hardware/graphics/common/Compression.h>
-#include <aidl/android/hardware/graphics/common/Interlaced.h>
 #include <android/hardware/graphics/mapper/utils/IMapperMetadataTypes.h>
 
 namespace zelkcam::host::gralloc {
@@ -14,24 +11,31 @@ namespace {
 
 namespace common = aidl::android::hardware::graphics::common;
 using android::hardware::graphics::mapper::StandardMetadata;
-using common::ChromaSiting;
 using common::StandardMetadataType;
 
+// Appends values; the first that does not fit spoils the whole.
 class Encoder {
   public:
-    explicit Encoder(ConstantMetadata* out) : mOut(*out) {}
-
     template <StandardMetadataType T>
     void put(const typename StandardMetadata<T>::value_type& value) {
-        const int32_t size = StandardMetadata<T>::value::encode(value, mOut.bytes.data() + mUsed,
-                                                                mOut.bytes.size() - mUsed);
-        mOut.extents[static_cast<size_t>(T)] = {mUsed, static_cast<uint32_t>(size)};
-        mUsed += static_cast<uint32_t>(size);
+        const size_t room = mOut.bytes.size() - mUsed;
+        const int32_t size =
+                StandardMetadata<T>::value::encode(value, mOut.bytes.data() + mUsed, room);
+        mFits = mFits && size >= 0 && static_cast<size_t>(size) <= room;
+        if (mFits) {
+            mOut.extents[static_cast<size_t>(T)] = {mUsed, static_cast<uint32_t>(size)};
+            mUsed += static_cast<uint32_t>(size);
+        }
+    }
+
+    std::optional<ConstantMetadata> take() const {
+        return mFits ? std::optional(mOut) : std::nullopt;
     }
 
   private:
-    ConstantMetadata& mOut;
+    ConstantMetadata mOut;
     uint32_t mUsed = 0;
+    bool mFits = true;
 };
 
 template <typename E>
@@ -39,49 +43,35 @@ common::ExtendableType extendable(const char* name, E value) {
     return {name, static_cast<int64_t>(value)};
 }
 
-common::PlaneLayout planeLayout(const PlaneRule& rule, const PlanePlacement& placement) {
-    common::PlaneLayout plane;
-    for (int i = 0; i < rule.componentCount; ++i) {
-        const Component& component = rule.components[i];
-        plane.components.push_back(
+common::PlaneLayout planeLayout(const Plane& plane) {
+    common::PlaneLayout published;
+    for (const Component& component : plane.components) {
+        published.components.push_back(
                 {extendable("android.hardware.graphics.common.PlaneLayoutComponentType",
                             component.type),
                  component.offsetInBits, component.sizeInBits});
     }
-    plane.offsetInBytes = placement.offsetInBytes;
-    plane.sampleIncrementInBits = rule.sampleIncrementInBits;
-    plane.strideInBytes = placement.strideInBytes;
-    plane.widthInSamples = placement.widthInSamples;
-    plane.heightInSamples = placement.heightInSamples;
-    plane.totalSizeInBytes = placement.totalSizeInBytes;
-    plane.horizontalSubsampling = rule.horizontalSubsampling;
-    plane.verticalSubsampling = rule.verticalSubsampling;
-    return plane;
+    published.offsetInBytes = plane.offsetInBytes;
+    published.sampleIncrementInBits = plane.sampleIncrementInBits;
+    published.strideInBytes = plane.strideInBytes;
+    published.widthInSamples = plane.widthInSamples;
+    published.heightInSamples = plane.heightInSamples;
+    published.totalSizeInBytes = plane.totalSizeInBytes;
+    published.horizontalSubsampling = plane.horizontalSubsampling;
+    published.verticalSubsampling = plane.verticalSubsampling;
+    return published;
 }
 
-std::vector<common::PlaneLayout> planeLayouts(const Layout& layout) {
+void putPlanes(Encoder& encoder, const Layout& layout) {
     std::vector<common::PlaneLayout> planes;
-    planes.reserve(layout.rule->planeCount);
-    for (int i = 0; i < layout.rule->planeCount; ++i) {
-        planes.push_back(planeLayout(layout.rule->planes[i], layout.placements[i]));
-    }
-    return planes;
-}
-
-std::vector<common::Rect> crops(const Layout& layout) {
-    std::vector<common::Rect> rects;
-    for (const PlanePlacement& plane : layout.planes()) {
-        rects.push_back({0, 0, static_cast<int32_t>(plane.widthInSamples),
+    std::vector<common::Rect> crops;
+    for (const Plane& plane : layout.planes) {
+        planes.push_back(planeLayout(plane));
+        crops.push_back({0, 0, static_cast<int32_t>(plane.widthInSamples),
                          static_cast<int32_t>(plane.heightInSamples)});
     }
-    return rects;
-}
-
-// Where the chroma samples of a subsampled picture lie is for its writer to know.
-ChromaSiting chromaSiting(const FormatRule& rule) {
-    const bool subsampled = rule.planes[rule.planeCount - 1].horizontalSubsampling > 1 ||
-                            rule.format == static_cast<int32_t>(common::PixelFormat::YCBCR_422_I);
-    return subsampled ? ChromaSiting::UNKNOWN : ChromaSiting::NONE;
+    encoder.put<StandardMetadataType::PLANE_LAYOUTS>(planes);
+    encoder.put<StandardMetadataType::CROP>(crops);
 }
 
 void putRequest(Encoder& encoder, const Description& description) {
@@ -98,31 +88,28 @@ void putRequest(Encoder& encoder, const Description& description) {
 }
 
 void putLayout(Encoder& encoder, const Layout& layout) {
-    constexpr uint64_t kLinear = 0;
-    encoder.put<StandardMetadataType::PIXEL_FORMAT_FOURCC>(layout.rule->fourcc);
-    encoder.put<StandardMetadataType::PIXEL_FORMAT_MODIFIER>(kLinear);
+    encoder.put<StandardMetadataType::PIXEL_FORMAT_FOURCC>(layout.fourcc);
+    encoder.put<StandardMetadataType::PIXEL_FORMAT_MODIFIER>(layout.modifier);
     encoder.put<StandardMetadataType::ALLOCATION_SIZE>(layout.allocationSize);
     encoder.put<StandardMetadataType::COMPRESSION>(
-            extendable("android.hardware.graphics.common.Compression", common::Compression::NONE));
+            extendable("android.hardware.graphics.common.Compression", layout.compression));
     encoder.put<StandardMetadataType::INTERLACED>(
-            extendable("android.hardware.graphics.common.Interlaced", common::Interlaced::NONE));
-    encoder.put<StandardMetadataType::CHROMA_SITING>(extendable(
-            "android.hardware.graphics.common.ChromaSiting", chromaSiting(*layout.rule)));
-    encoder.put<StandardMetadataType::PLANE_LAYOUTS>(planeLayouts(layout));
-    encoder.put<StandardMetadataType::CROP>(crops(layout));
+            extendable("android.hardware.graphics.common.Interlaced", layout.interlaced));
+    encoder.put<StandardMetadataType::CHROMA_SITING>(
+            extendable("android.hardware.graphics.common.ChromaSiting", layout.chromaSiting));
+    putPlanes(encoder, layout);
     encoder.put<StandardMetadataType::STRIDE>(layout.stride);
 }
 
 }  // namespace
 
-ConstantMetadata encodeConstants(const Description& description, const Layout& layout,
-                                 uint64_t id) {
-    ConstantMetadata constants;
-    Encoder encoder(&constants);
+std::optional<ConstantMetadata> encodeConstants(const Description& description,
+                                                const Layout& layout, uint64_t id) {
+    Encoder encoder;
     encoder.put<StandardMetadataType::BUFFER_ID>(id);
     putRequest(encoder, description);
     putLayout(encoder, layout);
-    return constants;
+    return encoder.take();
 }
 
 }  // namespace zelkcam::host::gralloc

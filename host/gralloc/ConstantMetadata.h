@@ -3,10 +3,12 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string_view>
 
 #include "host/gralloc/Description.h"
+#include "host/gralloc/Layout.h"
 
 namespace zelkcam::host::gralloc {
 
@@ -15,7 +17,8 @@ inline constexpr std::string_view kStandardTypeName =
 // Standard types are numbered from 1 to here.
 inline constexpr int64_t kLastStandardType = 23;
 
-// The encoded constant values of one buffer. Stands in shared memory as it is: no pointers.
+// The encoded constant values of one buffer. Lies in shared memory as it is: no
+// pointers.
 struct ConstantMetadata {
     struct Extent {
         uint32_t offset;
@@ -36,7 +39,9 @@ struct ConstantMetadata {
     }
 };
 
-// Encodes what the buffer `id` answers. The same arguments give the same bytes in every process.
-ConstantMetadata encodeConstants(const Description& description, const Layout& layout, uint64_t id);
+// Encodes what the buffer `id` answers. The same arguments give the same bytes in every process. No
+// value for a layout that takes more bytes than there are.
+std::optional<ConstantMetadata> encodeConstants(const Description& description,
+                                                const Layout& layout, uint64_t id);
 
 }  // namespace zelkcam::host::gralloc

@@ -1,17 +1,14 @@
-// What a client may ask for, and which of it this allocator can give.
+// What a client asks for.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <string_view>
 
-#include <android/hardware/graphics/mapper/IMapper.h>
-
-#include "host/gralloc/Formats.h"
-
 namespace zelkcam::host::gralloc {
 
-// The description of a buffer, as requested. Stands in shared memory as it is: no pointers.
+// The description of a buffer, as requested. Lies in shared memory as it is: no pointers.
 struct Description {
     std::array<char, 128> name{};  // NUL-terminated
     uint32_t width = 0;
@@ -22,17 +19,26 @@ struct Description {
     uint64_t reservedSize = 0;
 
     bool operator==(const Description&) const = default;
-
-    // Takes the name over, cut to what fits before the NUL.
-    void setName(std::string_view text);
 };
 
-inline constexpr uint64_t kMaxReservedSize = 1 << 20;
-
-// Fills `layout` for a description that can be allocated. BAD_VALUE for one that no allocator could
-// serve (a zero dimension, a name without end), UNSUPPORTED for one that this allocator does not:
-// more or fewer layers than one, an unknown format, usage bits that must be zero, a size out of
-// bounds. The answer depends on the description alone, so "supported" holds for good.
-AIMapper_Error check(const Description& description, Layout* layout);
+// From either published BufferDescriptorInfo. The name ends at its first NUL and is cut to what
+// fits before ours; a negative dimension or layer count becomes none at all, and a negative size
+// one that no device serves.
+template <typename Info>
+Description describe(std::string_view name, const Info& info) {
+    const auto count = [](int64_t value) {
+        return static_cast<uint32_t>(std::max<int64_t>(value, 0));
+    };
+    Description description;
+    name = name.substr(0, std::min(name.find('\0'), description.name.size() - 1));
+    std::ranges::copy(name, description.name.begin());
+    description.width = count(info.width);
+    description.height = count(info.height);
+    description.layerCount = count(info.layerCount);
+    description.format = static_cast<int32_t>(info.format);
+    description.usage = static_cast<uint64_t>(info.usage);
+    description.reservedSize = static_cast<uint64_t>(info.reservedSize);
+    return description;
+}
 
 }  // namespace zelkcam::host::gralloc

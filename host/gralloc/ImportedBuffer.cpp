@@ -1,13 +1,13 @@
 #include "host/gralloc/ImportedBuffer.h"
 
-#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 
 #include <aidl/android/hardware/graphics/common/BufferUsage.h>
+
+#include "host/sync/Fence.h"
 
 namespace zelkcam::host::gralloc {
 namespace {
@@ -43,18 +43,7 @@ bool readImage(int fd, SharedImage* image) {
     return pread(fd, image, sizeof(*image), 0) == static_cast<ssize_t>(sizeof(*image));
 }
 
-// A fence is signalled when its descriptor is readable. Anything else that poll reports can never
-// turn into that.
-bool waitForFence(int fd) {
-    pollfd request{fd, POLLIN, 0};
-    int result;
-    do {
-        result = poll(&request, 1, -1);
-    } while (result < 0 && (errno == EINTR || errno == EAGAIN));
-    return result == 1 && (request.revents & POLLIN) != 0;
-}
-
-// Types whose setting is refused as a wrong value and not as an unknown wish.
+// Types whose setting is refused as a wrong value and not as unsupported.
 bool isFixedByRequest(std::string_view typeName, int64_t type) {
     constexpr StandardMetadataType kFixed[] = {
             StandardMetadataType::BUFFER_ID,   StandardMetadataType::NAME,
@@ -83,7 +72,7 @@ AIMapper_Error ImportedBuffer::import(const native_handle_t* raw,
 AIMapper_Error ImportedBuffer::adopt(const native_handle_t* raw) {
     AIMapper_Error error = copyHandle(raw);
     if (error == AIMAPPER_ERROR_NONE) {
-        error = believe(bufferIdOf(mHandle.get()));
+        error = checkContents(bufferIdOf(mHandle.get()));
     }
     if (error != AIMAPPER_ERROR_NONE) {
         return error;
@@ -111,7 +100,7 @@ AIMapper_Error ImportedBuffer::copyHandle(const native_handle_t* raw) {
 // The kind of the descriptors comes first: reading from another kind could block. The encoded
 // values are compared with what the description must give, so a client that finds its planes by
 // them stays inside the allocation.
-AIMapper_Error ImportedBuffer::believe(uint64_t bufferId) {
+AIMapper_Error ImportedBuffer::checkContents(uint64_t bufferId) {
     SharedMemoryInfo pixels{};
     SharedMemoryInfo metadata{};
     SharedImage image;
@@ -125,18 +114,20 @@ AIMapper_Error ImportedBuffer::believe(uint64_t bufferId) {
     const bool good =
             header.magic == kMagic && header.version == kVersion && header.bufferId == bufferId &&
             header.pixelInode == pixels.inode && pixels.inode != metadata.inode &&
-            check(mDescription, &mLayout) == AIMAPPER_ERROR_NONE &&
+            decide(mDescription, &mLayout) == AIMAPPER_ERROR_NONE &&
             pixels.size >= mLayout.allocationSize && metadata.size >= metadataSize(mDescription);
-    if (!good) {
+    const auto expected = good ? encodeConstants(mDescription, mLayout, bufferId) : std::nullopt;
+    if (!expected || *expected != image.constants) {
         return AIMAPPER_ERROR_BAD_BUFFER;
     }
-    mConstants = encodeConstants(mDescription, mLayout, bufferId);
-    return mConstants == image.constants ? AIMAPPER_ERROR_NONE : AIMAPPER_ERROR_BAD_BUFFER;
+    mConstants = *expected;
+    return AIMAPPER_ERROR_NONE;
 }
 
 // Protected memory is out of the processor's reach. Reading is allowed on everything else: clients
 // measure the planes of a probe that they allocated with usage 0 by locking it for reading. A
-// buffer that was only promised to be read must not be written; one that was promised nothing may.
+// buffer whose usage names processor reads alone must not be written; one that names no processor
+// access may.
 bool ImportedBuffer::allows(uint64_t cpuUsage) const {
     const uint64_t usage = mDescription.usage;
     if ((usage & static_cast<uint64_t>(BufferUsage::PROTECTED)) != 0) {
@@ -168,7 +159,7 @@ AIMapper_Error ImportedBuffer::lock(uint64_t cpuUsage, const Region& region, int
     if (!cpuOnly || !allows(cpuUsage) || !contains(region) || outData == nullptr) {
         return AIMAPPER_ERROR_BAD_VALUE;
     }
-    if (acquireFence >= 0 && !waitForFence(acquireFence)) {
+    if (acquireFence >= 0 && waitForFence(acquireFence, -1) != 0) {
         return AIMAPPER_ERROR_BAD_VALUE;
     }
     const std::lock_guard guard(mMutex);
@@ -193,9 +184,10 @@ AIMapper_Error ImportedBuffer::unlock(ScopedFileDescriptor* releaseFence) {
     return AIMAPPER_ERROR_NONE;
 }
 
-bool ImportedBuffer::isLocked() const {
+// All importers share the same pages, so there is nothing to move.
+AIMapper_Error ImportedBuffer::synchronize() const {
     const std::lock_guard guard(mMutex);
-    return mLockCount > 0;
+    return mLockCount > 0 ? AIMAPPER_ERROR_NONE : AIMAPPER_ERROR_BAD_BUFFER;
 }
 
 void ImportedBuffer::retire() {
@@ -204,7 +196,7 @@ void ImportedBuffer::retire() {
 }
 
 SharedCell ImportedBuffer::cell(size_t index) const {
-    return {mShared.data() + kSharedLayout.cells[index], kSettableRules[index].capacity()};
+    return {mShared.data() + kSharedLayout.cells[index], kSettableRules[index].capacity};
 }
 
 int32_t ImportedBuffer::getMetadata(std::string_view typeName, int64_t type, void* destination,

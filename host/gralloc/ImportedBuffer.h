@@ -47,7 +47,8 @@ class ImportedBuffer {
     // complete; it is empty because they are by then.
     AIMapper_Error unlock(ScopedFileDescriptor* releaseFence);
 
-    bool isLocked() const;
+    // For a flush and for a reread alike: BAD_BUFFER when the buffer is not locked.
+    AIMapper_Error synchronize() const;
 
     // As AIMapper's getMetadata and setMetadata.
     int32_t getMetadata(std::string_view typeName, int64_t type, void* destination,
@@ -70,7 +71,7 @@ class ImportedBuffer {
     ImportedBuffer() = default;
     AIMapper_Error adopt(const native_handle_t* raw);
     AIMapper_Error copyHandle(const native_handle_t* raw);
-    AIMapper_Error believe(uint64_t bufferId);
+    AIMapper_Error checkContents(uint64_t bufferId);
     AIMapper_Error mapPixels();
     bool allows(uint64_t cpuUsage) const;
     bool contains(const Region& region) const;
@@ -80,7 +81,7 @@ class ImportedBuffer {
     std::unique_ptr<native_handle_t, DeleteHandle> mHandle;
     ScopedFileDescriptor mFds[kFdCount];
     Description mDescription;
-    Layout mLayout{};
+    Layout mLayout;
     ConstantMetadata mConstants;
     Mapping mShared;
 

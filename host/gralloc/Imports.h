@@ -21,9 +21,16 @@ class Imports {
     AIMapper_Error remove(buffer_handle_t handle);
 
     // Null for everything that is not a living import: null, raw and freed handles and made-up
-    // addresses, of which none is dereferenced. Who finds a buffer may use it although another
+    // addresses, of which none is dereferenced. Whoever finds a buffer may use it although another
     // thread frees it meanwhile.
     std::shared_ptr<ImportedBuffer> find(buffer_handle_t handle) const;
+
+    // Answers use(buffer), an AIMapper_Error, for a living import and BAD_BUFFER for anything else.
+    template <typename Use>
+    AIMapper_Error with(buffer_handle_t handle, Use&& use) const {
+        const auto buffer = find(handle);
+        return buffer != nullptr ? use(*buffer) : AIMAPPER_ERROR_BAD_BUFFER;
+    }
 
     std::vector<std::shared_ptr<ImportedBuffer>> all() const;
 

@@ -1,54 +1,36 @@
 #include "host/gralloc/SettableMetadata.h"
 
+#include <stddef.h>  // IMapperMetadataTypes.h needs size_t and does not bring it everywhere
+
 #include <algorithm>
-#include <cstring>
+
+#include <android/hardware/graphics/mapper/utils/IMapperMetadataTypes.h>
 
 namespace zelkcam::host::gralloc {
 namespace {
 
-using Header = std::array<uint8_t, kStandardHeaderSize>;
+using android::hardware::graphics::mapper::applyStandardMetadata;
+using android::hardware::graphics::mapper::provideStandardMetadata;
+using android::hardware::graphics::mapper::StandardMetadata;
 
-Header standardHeader(int64_t type) {
-    Header header;
-    const int64_t length = kStandardTypeName.size();
-    std::memcpy(header.data(), &length, sizeof(length));
-    std::ranges::copy(kStandardTypeName, header.begin() + sizeof(length));
-    std::memcpy(header.data() + kStandardHeaderSize - sizeof(type), &type, sizeof(type));
-    return header;
+// The size of the value at the front of the bytes; negative when there is none.
+int32_t measureStandard(int64_t type, std::span<const uint8_t> bytes) {
+    int32_t size = -AIMAPPER_ERROR_UNSUPPORTED;
+    applyStandardMetadata(static_cast<StandardMetadataType>(type), bytes.data(), bytes.size(),
+                          [&]<StandardMetadataType T>(const auto& value) {
+                              size = StandardMetadata<T>::value::encode(value, nullptr, 0);
+                              return AIMAPPER_ERROR_NONE;
+                          });
+    return size;
 }
 
-bool hasHeader(std::span<const uint8_t> bytes, int64_t type) {
-    return bytes.size() >= kStandardHeaderSize &&
-           std::ranges::equal(bytes.first<kStandardHeaderSize>(), standardHeader(type));
+int32_t measurePlain(const SettableRule& rule, std::span<const uint8_t> bytes) {
+    return bytes.size() == rule.capacity ? static_cast<int32_t>(bytes.size())
+                                         : -AIMAPPER_ERROR_UNSUPPORTED;
 }
 
-AIMapper_Error acceptFixed(uint32_t payload, std::span<const uint8_t> bytes, size_t* valueSize) {
-    *valueSize = kStandardHeaderSize + payload;
-    return bytes.size() >= *valueSize ? AIMAPPER_ERROR_NONE : AIMAPPER_ERROR_UNSUPPORTED;
-}
-
-AIMapper_Error acceptDynamic(uint32_t maxPayload, std::span<const uint8_t> bytes,
-                             size_t* valueSize) {
-    int64_t length = 0;
-    if (bytes.size() < kStandardHeaderSize + sizeof(length)) {
-        return AIMAPPER_ERROR_UNSUPPORTED;
-    }
-    std::memcpy(&length, bytes.data() + kStandardHeaderSize, sizeof(length));
-    const size_t available = bytes.size() - kStandardHeaderSize - sizeof(length);
-    if (length < 0 || static_cast<uint64_t>(length) > available) {
-        return AIMAPPER_ERROR_UNSUPPORTED;
-    }
-    *valueSize = kStandardHeaderSize + sizeof(length) + static_cast<size_t>(length);
-    return length <= maxPayload ? AIMAPPER_ERROR_NONE : AIMAPPER_ERROR_NO_RESOURCES;
-}
-
-bool mayBeAbsent(const SettableRule& rule) {
-    return rule.form == Form::Optional || rule.form == Form::Dynamic;
-}
-
-AIMapper_Error acceptAbsent(const SettableRule& rule, size_t* valueSize) {
-    *valueSize = 0;
-    return mayBeAbsent(rule) ? AIMAPPER_ERROR_NONE : AIMAPPER_ERROR_UNSUPPORTED;
+bool isStandard(const SettableRule& rule) {
+    return rule.typeName == kStandardTypeName;
 }
 
 }  // namespace
@@ -60,32 +42,33 @@ int findSettable(std::string_view typeName, int64_t type) {
     return rule != kSettableRules.end() ? static_cast<int>(rule - kSettableRules.begin()) : -1;
 }
 
-// The first data space is UNKNOWN and the first blend mode INVALID, both 0, and libplexa's values
-// start as zeros as well: after the header, a first value is made of zeros.
-std::vector<uint8_t> initialValue(const SettableRule& rule) {
-    if (mayBeAbsent(rule)) {
-        return {};
-    }
-    std::vector<uint8_t> value(rule.capacity());
-    if (rule.form == Form::Value) {
-        std::ranges::copy(standardHeader(rule.type), value.begin());
+// All but the data space start as their type's default: blend mode INVALID, no dynamic metadata,
+// and zeros for libplexa.
+std::vector<uint8_t> initialValue(const SettableRule& rule, Dataspace dataspace) {
+    std::vector<uint8_t> value(rule.capacity);
+    if (isStandard(rule)) {
+        const int32_t size = provideStandardMetadata(
+                static_cast<StandardMetadataType>(rule.type), value.data(), value.size(),
+                [dataspace]<StandardMetadataType T>(const auto& provide) {
+                    typename StandardMetadata<T>::value_type first{};
+                    if constexpr (T == StandardMetadataType::DATASPACE) {
+                        first = dataspace;
+                    }
+                    return provide(first);
+                });
+        value.resize(static_cast<size_t>(size));
     }
     return value;
 }
 
 AIMapper_Error accept(const SettableRule& rule, std::span<const uint8_t> bytes, size_t* valueSize) {
-    if (bytes.empty()) {
-        return acceptAbsent(rule, valueSize);
-    }
-    if (rule.form == Form::Plain) {
-        *valueSize = rule.payload;
-        return bytes.size() == rule.payload ? AIMAPPER_ERROR_NONE : AIMAPPER_ERROR_UNSUPPORTED;
-    }
-    if (!hasHeader(bytes, rule.type)) {
+    const int32_t size =
+            isStandard(rule) ? measureStandard(rule.type, bytes) : measurePlain(rule, bytes);
+    if (size < 0) {
         return AIMAPPER_ERROR_UNSUPPORTED;
     }
-    return rule.form == Form::Dynamic ? acceptDynamic(rule.payload, bytes, valueSize)
-                                      : acceptFixed(rule.payload, bytes, valueSize);
+    *valueSize = static_cast<size_t>(size);
+    return *valueSize <= rule.capacity ? AIMAPPER_ERROR_NONE : AIMAPPER_ERROR_NO_RESOURCES;
 }
 
 }  // namespace zelkcam::host::gralloc

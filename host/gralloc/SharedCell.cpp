@@ -14,7 +14,7 @@ namespace zelkcam::host::gralloc {
 namespace {
 
 constexpr int kReadAttempts = 64;
-constexpr std::chrono::seconds kWriterPatience{1};
+constexpr std::chrono::milliseconds kWriterPatience{50};
 
 static_assert(std::atomic_ref<uint64_t>::is_always_lock_free);
 
@@ -54,9 +54,9 @@ ScopedFileDescriptor reopen(int fd) {
     return ScopedFileDescriptor(open(path.c_str(), O_RDWR | O_CLOEXEC));
 }
 
-bool tryLock(int fd, uint64_t offset) {
+bool setLock(int fd, short type, uint64_t offset) {
     struct flock lock {};
-    lock.l_type = F_WRLCK;
+    lock.l_type = type;
     lock.l_whence = SEEK_SET;
     lock.l_start = static_cast<off_t>(offset);
     lock.l_len = 1;
@@ -67,7 +67,7 @@ bool tryLock(int fd, uint64_t offset) {
 bool waitForLock(int fd, uint64_t offset) {
     const auto deadline = std::chrono::steady_clock::now() + kWriterPatience;
     auto pause = std::chrono::microseconds(1);
-    while (!tryLock(fd, offset)) {
+    while (!setLock(fd, F_WRLCK, offset)) {
         const bool contended = errno == EAGAIN || errno == EACCES;
         if (!contended || std::chrono::steady_clock::now() > deadline) {
             return false;
@@ -114,6 +114,16 @@ void SharedCell::write(std::span<const uint8_t> value) {
 }
 
 CellWriteLock::CellWriteLock(int fd, uint64_t offset)
-    : mFile(reopen(fd)), mHeld(mFile.get() >= 0 && waitForLock(mFile.get(), offset)) {}
+    : mFile(reopen(fd)),
+      mOffset(offset),
+      mHeld(mFile.get() >= 0 && waitForLock(mFile.get(), offset)) {}
+
+// Closing the descriptor would not do: a child that was forked meanwhile has another one of the
+// same description, and with it the lock.
+CellWriteLock::~CellWriteLock() {
+    if (mHeld) {
+        setLock(mFile.get(), F_UNLCK, mOffset);
+    }
+}
 
 }  // namespace zelkcam::host::gralloc

@@ -13,10 +13,10 @@ namespace zelkcam::host::gralloc {
 
 // A cell holds the value twice. A writer fills the place that is not current and then makes it
 // current by counting the version up, so a writer that is killed half-way leaves the old value
-// standing. A reader that was overtaken by two writers sees it by the version and reads again.
+// in place. A reader that was overtaken by two writers sees it by the version and reads again.
 //
-// Nothing that the shared memory says is believed: places and sizes are held against the capacity
-// that this process knows, and every loop ends.
+// Nothing in the shared memory is trusted: places and sizes are checked against the capacity that
+// this process knows, and every loop ends.
 class SharedCell {
   public:
     // Bytes that a cell of this capacity takes; a multiple of 8.
@@ -29,8 +29,8 @@ class SharedCell {
     SharedCell(std::byte* memory, uint32_t capacity);
 
     // Copies the value to `destination` if it fits there and answers its size in any case; a
-    // negated AIMapper_Error when the cell was trampled upon (BAD_BUFFER) or is written without
-    // pause (NO_RESOURCES).
+    // negated AIMapper_Error when somebody wrote nonsense over the cell (BAD_BUFFER) or writes it
+    // without pause (NO_RESOURCES).
     int32_t read(void* destination, size_t destinationSize) const;
 
     // Replaces the value. At most the capacity; one writer at a time (CellWriteLock).
@@ -56,14 +56,18 @@ class SharedCell {
 class CellWriteLock {
   public:
     CellWriteLock(int fd, uint64_t offset);
+    CellWriteLock(const CellWriteLock&) = delete;
+    CellWriteLock& operator=(const CellWriteLock&) = delete;
+    ~CellWriteLock();
 
-    // False when another writer did not let go within a second, or the process has no descriptor
-    // left.
+    // False when another writer did not let go within 50 milliseconds, or the process has no
+    // descriptor left.
     bool held() const { return mHeld; }
 
   private:
     ScopedFileDescriptor mFile;
-    bool mHeld = false;
+    uint64_t mOffset;
+    bool mHeld;
 };
 
 }  // namespace zelkcam::host::gralloc

@@ -33,18 +33,18 @@ class Mapping {
     size_t mSize = 0;
 };
 
-// Makes zeroed memory of `size` bytes, rounded up to pages, that nobody can resize any more. Its
-// pages take no memory before somebody touches them. The result is empty, with errno set, on
+// Makes zeroed memory of `size` bytes, rounded up to pages, that nobody can resize. Its pages take
+// no memory before somebody touches them. The result is empty, with errno set, on
 // failure. `name` shows in /proc.
 ScopedFileDescriptor makeSharedMemory(const char* name, uint64_t size);
 
-// What a descriptor that came from elsewhere stands for.
+// What a descriptor that came from elsewhere refers to.
 struct SharedMemoryInfo {
     uint64_t size;
     uint64_t inode;
 };
 
-// Looks at a descriptor that is about to be trusted with mappings. BAD_BUFFER unless it is memory
+// Checks a descriptor before it is mapped. BAD_BUFFER unless it is memory
 // as makeSharedMemory makes it: of ordinary pages, readable and writable, sealed against resizing
 // (a mapping beyond the end of a shrunken file kills the process that reads there) and against
 // further seals.

@@ -1,4 +1,4 @@
-// What HIDL clients describe a buffer by.
+// The bytes by which HIDL clients describe a buffer.
 #pragma once
 
 #include <optional>
@@ -8,9 +8,6 @@
 #include "host/gralloc/Description.h"
 
 namespace zelkcam::host {
-
-gralloc::Description describe(
-        const android::hardware::graphics::mapper::V4_0::IMapper::BufferDescriptorInfo& info);
 
 // Takes the bytes that createDescriptor gave; no value for any others.
 std::optional<gralloc::Description> decodeDescriptor(

@@ -32,8 +32,17 @@ Error hidl(AIMapper_Error error) {
     return static_cast<Error>(error);
 }
 
-std::shared_ptr<ImportedBuffer> find(void* buffer) {
-    return Imports::ofProcess().find(static_cast<buffer_handle_t>(buffer));
+buffer_handle_t handleOf(void* buffer) {
+    return static_cast<buffer_handle_t>(buffer);
+}
+
+template <typename Use>
+Error with(void* buffer, Use&& use) {
+    return hidl(Imports::ofProcess().with(handleOf(buffer), use));
+}
+
+gralloc::Description describe(const MapperService::BufferDescriptorInfo& info) {
+    return gralloc::describe({info.name.c_str(), info.name.size()}, info);
 }
 
 Bytes toHidl(std::span<const uint8_t> bytes) {
@@ -47,7 +56,7 @@ std::string_view nameOf(const MapperService::MetadataType& type) {
     return {type.name.c_str(), type.name.size()};
 }
 
-// Null and a handle without anything stand for no fence; whatever is no fence either becomes an
+// Null and a handle without anything represent no fence; whatever is no fence either becomes an
 // error.
 bool fenceOf(const Handle& handle, int* fence) {
     const native_handle_t* native = handle.getNativeHandle();
@@ -88,22 +97,24 @@ MapperService::BufferDump dump(const ImportedBuffer& buffer) {
 // What `get` answers for a fresh buffer. A buffer that does not exist has no id.
 AIMapper_Error predict(const gralloc::Description& description, std::string_view typeName,
                        int64_t type, Bytes* value) {
-    gralloc::Layout layout{};
-    const AIMapper_Error error = gralloc::check(description, &layout);
+    gralloc::Layout layout;
+    const AIMapper_Error error = gralloc::decide(description, &layout);
     if (error != AIMAPPER_ERROR_NONE) {
         return error;
     }
     const int settable = gralloc::findSettable(typeName, type);
     if (settable >= 0) {
-        *value = toHidl(gralloc::initialValue(gralloc::kSettableRules[settable]));
+        *value = toHidl(gralloc::initialValue(gralloc::kSettableRules[settable],
+                                              gralloc::Dataspace::UNKNOWN));
         return AIMAPPER_ERROR_NONE;
     }
     constexpr auto kBufferId = static_cast<int64_t>(gralloc::StandardMetadataType::BUFFER_ID);
+    const auto constants = gralloc::encodeConstants(description, layout, 0);
     if (typeName != gralloc::kStandardTypeName || type <= kBufferId ||
-        type > gralloc::kLastStandardType) {
+        type > gralloc::kLastStandardType || !constants) {
         return AIMAPPER_ERROR_UNSUPPORTED;
     }
-    *value = toHidl(gralloc::encodeConstants(description, layout, 0).value(type));
+    *value = toHidl(constants->value(type));
     return AIMAPPER_ERROR_NONE;
 }
 
@@ -111,8 +122,8 @@ AIMapper_Error predict(const gralloc::Description& description, std::string_view
 
 auto MapperService::createDescriptor(const BufferDescriptorInfo& description,
                                      createDescriptor_cb callback) -> Return<void> {
-    gralloc::Layout layout{};
-    const AIMapper_Error error = gralloc::check(describe(description), &layout);
+    gralloc::Layout layout;
+    const AIMapper_Error error = gralloc::decide(describe(description), &layout);
     Bytes descriptor;
     if (error == AIMAPPER_ERROR_NONE) {
         android::gralloc4::encodeBufferDescriptorInfo(description, &descriptor);
@@ -130,99 +141,83 @@ auto MapperService::importBuffer(const Handle& rawHandle, importBuffer_cb callba
 }
 
 auto MapperService::freeBuffer(void* buffer) -> Return<Error> {
-    return hidl(Imports::ofProcess().remove(static_cast<buffer_handle_t>(buffer)));
+    return hidl(Imports::ofProcess().remove(handleOf(buffer)));
 }
 
 // The buffer is large enough when it was laid out at least as large as the description demands.
 auto MapperService::validateBufferSize(void* buffer, const BufferDescriptorInfo& description,
                                        uint32_t stride) -> Return<Error> {
-    const auto imported = find(buffer);
-    if (imported == nullptr) {
-        return Error::BAD_BUFFER;
-    }
-    gralloc::Layout demanded{};
-    const AIMapper_Error error = gralloc::check(describe(description), &demanded);
-    if (error != AIMAPPER_ERROR_NONE) {
-        return Error::BAD_VALUE;
-    }
-    const gralloc::Layout& given = imported->layout();
-    const bool fits = demanded.rule == given.rule && demanded.stride <= given.stride &&
-                      demanded.allocationSize <= given.allocationSize && stride == given.stride;
-    return fits ? Error::NONE : Error::BAD_VALUE;
+    return with(buffer, [&](const ImportedBuffer& imported) {
+        gralloc::Layout demanded;
+        const AIMapper_Error error = gralloc::decide(describe(description), &demanded);
+        const gralloc::Layout& given = imported.layout();
+        const bool fits = error == AIMAPPER_ERROR_NONE && demanded.format == given.format &&
+                          demanded.stride <= given.stride &&
+                          demanded.allocationSize <= given.allocationSize && stride == given.stride;
+        return fits ? AIMAPPER_ERROR_NONE : AIMAPPER_ERROR_BAD_VALUE;
+    });
 }
 
 auto MapperService::getTransportSize(void* buffer, getTransportSize_cb callback) -> Return<void> {
-    if (find(buffer) == nullptr) {
-        callback(Error::BAD_BUFFER, 0, 0);
-    } else {
-        callback(Error::NONE, gralloc::kFdCount, gralloc::kIntCount);
-    }
+    const bool known = Imports::ofProcess().find(handleOf(buffer)) != nullptr;
+    callback(known ? Error::NONE : Error::BAD_BUFFER, known ? +gralloc::kFdCount : 0,
+             known ? +gralloc::kIntCount : 0);
     return Void();
 }
 
 auto MapperService::lock(void* buffer, uint64_t cpuUsage, const Rect& accessRegion,
                          const Handle& acquireFence, lock_cb callback) -> Return<void> {
-    const auto imported = find(buffer);
-    int fence = -1;
     void* data = nullptr;
-    Error error = Error::BAD_BUFFER;
-    if (imported != nullptr) {
-        error = fenceOf(acquireFence, &fence)
-                        ? hidl(imported->lock(cpuUsage, toRegion(accessRegion), fence, &data))
-                        : Error::BAD_VALUE;
-    }
+    const Error error = with(buffer, [&](ImportedBuffer& imported) {
+        int fence = -1;
+        return fenceOf(acquireFence, &fence)
+                       ? imported.lock(cpuUsage, toRegion(accessRegion), fence, &data)
+                       : AIMAPPER_ERROR_BAD_VALUE;
+    });
     callback(error, data);
     return Void();
 }
 
 auto MapperService::unlock(void* buffer, unlock_cb callback) -> Return<void> {
-    const auto imported = find(buffer);
     ScopedFileDescriptor fence;
-    const Error error = imported != nullptr ? hidl(imported->unlock(&fence)) : Error::BAD_BUFFER;
+    const Error error =
+            with(buffer, [&](ImportedBuffer& imported) { return imported.unlock(&fence); });
     answerFence(error, fence, callback);
     return Void();
 }
 
-// All importers share the same pages, so there is nothing to move for a flush or a reread.
 auto MapperService::flushLockedBuffer(void* buffer, flushLockedBuffer_cb callback) -> Return<void> {
     answerFence(rereadLockedBuffer(buffer), ScopedFileDescriptor(), callback);
     return Void();
 }
 
 auto MapperService::rereadLockedBuffer(void* buffer) -> Return<Error> {
-    const auto imported = find(buffer);
-    return imported != nullptr && imported->isLocked() ? Error::NONE : Error::BAD_BUFFER;
+    return with(buffer, [](const ImportedBuffer& imported) { return imported.synchronize(); });
 }
 
 auto MapperService::isSupported(const BufferDescriptorInfo& description, isSupported_cb callback)
         -> Return<void> {
-    gralloc::Layout layout{};
-    callback(Error::NONE, gralloc::check(describe(description), &layout) == AIMAPPER_ERROR_NONE);
+    gralloc::Layout layout;
+    callback(Error::NONE, gralloc::decide(describe(description), &layout) == AIMAPPER_ERROR_NONE);
     return Void();
 }
 
 auto MapperService::get(void* buffer, const MetadataType& metadataType, get_cb callback)
         -> Return<void> {
-    const auto imported = find(buffer);
-    if (imported == nullptr) {
-        callback(Error::BAD_BUFFER, {});
-        return Void();
-    }
     std::vector<uint8_t> value;
-    const AIMapper_Error error =
-            gralloc::readWhole(*imported, nameOf(metadataType), metadataType.value, &value);
-    callback(hidl(error), error == AIMAPPER_ERROR_NONE ? Bytes(value) : Bytes());
+    const Error error = with(buffer, [&](const ImportedBuffer& imported) {
+        return gralloc::readWhole(imported, nameOf(metadataType), metadataType.value, &value);
+    });
+    callback(error, error == Error::NONE ? Bytes(value) : Bytes());
     return Void();
 }
 
 auto MapperService::set(void* buffer, const MetadataType& metadataType, const Bytes& metadata)
         -> Return<Error> {
-    const auto imported = find(buffer);
-    if (imported == nullptr) {
-        return Error::BAD_BUFFER;
-    }
-    return hidl(imported->setMetadata(nameOf(metadataType), metadataType.value,
-                                      {metadata.data(), metadata.size()}));
+    return with(buffer, [&](ImportedBuffer& imported) {
+        return imported.setMetadata(nameOf(metadataType), metadataType.value,
+                                    {metadata.data(), metadata.size()});
+    });
 }
 
 auto MapperService::getFromBufferDescriptorInfo(const BufferDescriptorInfo& description,
@@ -250,12 +245,12 @@ auto MapperService::listSupportedMetadataTypes(listSupportedMetadataTypes_cb cal
 }
 
 auto MapperService::dumpBuffer(void* buffer, dumpBuffer_cb callback) -> Return<void> {
-    const auto imported = find(buffer);
-    if (imported == nullptr) {
-        callback(Error::BAD_BUFFER, {});
-    } else {
-        callback(Error::NONE, dump(*imported));
-    }
+    BufferDump values;
+    const Error error = with(buffer, [&](const ImportedBuffer& imported) {
+        values = dump(imported);
+        return AIMAPPER_ERROR_NONE;
+    });
+    callback(error, values);
     return Void();
 }
 
@@ -269,13 +264,12 @@ auto MapperService::dumpBuffers(dumpBuffers_cb callback) -> Return<void> {
 }
 
 auto MapperService::getReservedRegion(void* buffer, getReservedRegion_cb callback) -> Return<void> {
-    const auto imported = find(buffer);
-    if (imported == nullptr) {
-        callback(Error::BAD_BUFFER, nullptr, 0);
-        return Void();
-    }
-    const auto region = imported->reservedRegion();
-    callback(Error::NONE, region.data(), region.size());
+    std::span<std::byte> region;
+    const Error error = with(buffer, [&](const ImportedBuffer& imported) {
+        region = imported.reservedRegion();
+        return AIMAPPER_ERROR_NONE;
+    });
+    callback(error, region.data(), region.size());
     return Void();
 }
 

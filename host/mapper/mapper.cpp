@@ -1,5 +1,5 @@
 // mapper.default.so: the stable C face of the host's buffers. Translates arguments and results; all
-// that a buffer does is in host/gralloc, which the HIDL mapper of the process shares.
+// that a buffer does is in host/gralloc, which this mapper shares with the HIDL mapper.
 #include <android/hardware/graphics/mapper/IMapper.h>
 
 #include "host/gralloc/Imports.h"
@@ -9,8 +9,9 @@ namespace {
 
 using namespace zelkcam::host::gralloc;
 
-std::shared_ptr<ImportedBuffer> find(buffer_handle_t handle) {
-    return Imports::ofProcess().find(handle);
+template <typename Use>
+AIMapper_Error with(buffer_handle_t handle, Use&& use) {
+    return Imports::ofProcess().with(handle, use);
 }
 
 AIMapper_Error importBuffer(const native_handle_t* handle, buffer_handle_t* outBufferHandle) {
@@ -26,12 +27,11 @@ AIMapper_Error freeBuffer(buffer_handle_t handle) {
 
 // Another process needs all of the handle.
 AIMapper_Error getTransportSize(buffer_handle_t handle, uint32_t* outNumFds, uint32_t* outNumInts) {
-    if (find(handle) == nullptr) {
-        return AIMAPPER_ERROR_BAD_BUFFER;
-    }
-    *outNumFds = kFdCount;
-    *outNumInts = kIntCount;
-    return AIMAPPER_ERROR_NONE;
+    return with(handle, [&](const ImportedBuffer&) {
+        *outNumFds = kFdCount;
+        *outNumInts = kIntCount;
+        return AIMAPPER_ERROR_NONE;
+    });
 }
 
 // Contract: the acquire fence is waited for and stays open; the caller closes it. The published
@@ -39,37 +39,29 @@ AIMapper_Error getTransportSize(buffer_handle_t handle, uint32_t* outNumFds, uin
 // and a second close would hit somebody else's descriptor.
 AIMapper_Error lock(buffer_handle_t handle, uint64_t cpuUsage, ARect region, int acquireFence,
                     void** outData) {
-    const auto buffer = find(handle);
-    if (buffer == nullptr) {
-        return AIMAPPER_ERROR_BAD_BUFFER;
-    }
-    return buffer->lock(cpuUsage, {region.left, region.top, region.right, region.bottom},
-                        acquireFence, outData);
+    return with(handle, [&](ImportedBuffer& buffer) {
+        return buffer.lock(cpuUsage, {region.left, region.top, region.right, region.bottom},
+                           acquireFence, outData);
+    });
 }
 
 AIMapper_Error unlock(buffer_handle_t handle, int* releaseFence) {
-    const auto buffer = find(handle);
-    if (buffer == nullptr) {
-        return AIMAPPER_ERROR_BAD_BUFFER;
-    }
     ScopedFileDescriptor fence;
-    const AIMapper_Error error = buffer->unlock(&fence);
+    const AIMapper_Error error =
+            with(handle, [&](ImportedBuffer& buffer) { return buffer.unlock(&fence); });
     if (error == AIMAPPER_ERROR_NONE && releaseFence != nullptr) {
         *releaseFence = fence.release();
     }
     return error;
 }
 
-// All importers share the same pages, so there is nothing to move for a flush or a reread.
-AIMapper_Error requireLocked(buffer_handle_t handle) {
-    const auto buffer = find(handle);
-    return buffer != nullptr && buffer->isLocked() ? AIMAPPER_ERROR_NONE
-                                                   : AIMAPPER_ERROR_BAD_BUFFER;
+AIMapper_Error flushOrReread(buffer_handle_t handle) {
+    return with(handle, [](const ImportedBuffer& buffer) { return buffer.synchronize(); });
 }
 
 int32_t getMetadata(buffer_handle_t handle, AIMapper_MetadataType type, void* destination,
                     size_t destinationSize) {
-    const auto buffer = find(handle);
+    const auto buffer = Imports::ofProcess().find(handle);
     if (buffer == nullptr) {
         return -AIMAPPER_ERROR_BAD_BUFFER;
     }
@@ -86,15 +78,13 @@ int32_t getStandardMetadata(buffer_handle_t handle, int64_t type, void* destinat
 
 AIMapper_Error setMetadata(buffer_handle_t handle, AIMapper_MetadataType type, const void* metadata,
                            size_t metadataSize) {
-    const auto buffer = find(handle);
-    if (buffer == nullptr) {
-        return AIMAPPER_ERROR_BAD_BUFFER;
-    }
-    if (type.name == nullptr || (metadata == nullptr && metadataSize != 0)) {
-        return AIMAPPER_ERROR_UNSUPPORTED;
-    }
-    return buffer->setMetadata(type.name, type.value,
-                               {static_cast<const uint8_t*>(metadata), metadataSize});
+    return with(handle, [&](ImportedBuffer& buffer) {
+        if (type.name == nullptr || (metadata == nullptr && metadataSize != 0)) {
+            return AIMAPPER_ERROR_UNSUPPORTED;
+        }
+        return buffer.setMetadata(type.name, type.value,
+                                  {static_cast<const uint8_t*>(metadata), metadataSize});
+    });
 }
 
 AIMapper_Error setStandardMetadata(buffer_handle_t handle, int64_t type, const void* metadata,
@@ -119,12 +109,10 @@ void dump(const ImportedBuffer& buffer, AIMapper_DumpBufferCallback callback, vo
 
 AIMapper_Error dumpBuffer(buffer_handle_t handle, AIMapper_DumpBufferCallback callback,
                           void* context) {
-    const auto buffer = find(handle);
-    if (buffer == nullptr) {
-        return AIMAPPER_ERROR_BAD_BUFFER;
-    }
-    dump(*buffer, callback, context);
-    return AIMAPPER_ERROR_NONE;
+    return with(handle, [&](const ImportedBuffer& buffer) {
+        dump(buffer, callback, context);
+        return AIMAPPER_ERROR_NONE;
+    });
 }
 
 AIMapper_Error dumpAllBuffers(AIMapper_BeginDumpBufferCallback begin,
@@ -138,14 +126,12 @@ AIMapper_Error dumpAllBuffers(AIMapper_BeginDumpBufferCallback begin,
 
 AIMapper_Error getReservedRegion(buffer_handle_t handle, void** outReservedRegion,
                                  uint64_t* outReservedSize) {
-    const auto buffer = find(handle);
-    if (buffer == nullptr) {
-        return AIMAPPER_ERROR_BAD_BUFFER;
-    }
-    const auto region = buffer->reservedRegion();
-    *outReservedRegion = region.data();
-    *outReservedSize = region.size();
-    return AIMAPPER_ERROR_NONE;
+    return with(handle, [&](const ImportedBuffer& buffer) {
+        const auto region = buffer.reservedRegion();
+        *outReservedRegion = region.data();
+        *outReservedSize = region.size();
+        return AIMAPPER_ERROR_NONE;
+    });
 }
 
 AIMapper gMapper = {
@@ -157,8 +143,8 @@ AIMapper gMapper = {
                         .getTransportSize = getTransportSize,
                         .lock = lock,
                         .unlock = unlock,
-                        .flushLockedBuffer = requireLocked,
-                        .rereadLockedBuffer = requireLocked,
+                        .flushLockedBuffer = flushOrReread,
+                        .rereadLockedBuffer = flushOrReread,
                         .getMetadata = getMetadata,
                         .getStandardMetadata = getStandardMetadata,
                         .setMetadata = setMetadata,

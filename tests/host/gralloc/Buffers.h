@@ -1,5 +1,5 @@
-// The device's allocator and mapper as a client finds them, and buffers that clean up after
-// themselves.
+// The device's allocator and stable C mapper as a client finds them, and buffers that clean up
+// after themselves.
 #pragma once
 
 #include <dlfcn.h>
@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "platform/allocator.h"
@@ -25,17 +26,20 @@ using aidl::android::hardware::graphics::common::PixelFormat;
 using aidl::android::hardware::graphics::common::StandardMetadataType;
 using android::hardware::graphics::mapper::StandardMetadata;
 
+inline constexpr char kAllocatorName[] = "android.hardware.graphics.allocator.IAllocator/default";
 inline constexpr char kStandardName[] = "android.hardware.graphics.common.StandardMetadataType";
 inline constexpr char kPlexaName[] = "zelkcam.plexa.BufferAttribute";
 inline constexpr uint64_t kReadWriteOften = 0x33;
+
+using Bytes = std::vector<uint8_t>;
 
 // A handle that nobody gave out and nobody may look into.
 // NOLINTNEXTLINE(performance-no-int-to-ptr): an address without anything behind it is the point
 inline const auto kMadeUp = reinterpret_cast<buffer_handle_t>(uintptr_t{0xdeadbef0});
 
 inline IAllocator& allocator() {
-    static const auto service = IAllocator::fromBinder(ndk::SpAIBinder(AServiceManager_checkService(
-            "android.hardware.graphics.allocator.IAllocator/default")));
+    static const auto service =
+            IAllocator::fromBinder(ndk::SpAIBinder(AServiceManager_checkService(kAllocatorName)));
     return *service;
 }
 
@@ -114,8 +118,8 @@ class Import {
     buffer_handle_t get() const { return mHandle; }
     buffer_handle_t release() { return std::exchange(mHandle, nullptr); }
 
-    std::vector<uint8_t> bytes(const char* name, int64_t type) const {
-        std::vector<uint8_t> value(1);
+    Bytes bytes(const char* name, int64_t type) const {
+        Bytes value(1);
         const int32_t size = mapper().getMetadata(mHandle, {name, type}, value.data(), 0);
         value.resize(static_cast<size_t>(std::max(size, 0)));
         EXPECT_EQ(mapper().getMetadata(mHandle, {name, type}, value.data(), value.size()), size);
@@ -128,7 +132,7 @@ class Import {
         return StandardMetadata<T>::value::decode(value.data(), value.size());
     }
 
-    AIMapper_Error set(const char* name, int64_t type, const std::vector<uint8_t>& value) const {
+    AIMapper_Error set(const char* name, int64_t type, const Bytes& value) const {
         return mapper().setMetadata(mHandle, {name, type}, value.data(), value.size());
     }
 
@@ -149,9 +153,9 @@ class Import {
 };
 
 template <StandardMetadataType T>
-std::vector<uint8_t> encode(const typename StandardMetadata<T>::value_type& value) {
+Bytes encode(const typename StandardMetadata<T>::value_type& value) {
     using Encoding = typename StandardMetadata<T>::value;
-    std::vector<uint8_t> bytes(static_cast<size_t>(Encoding::encode(value, nullptr, 0)));
+    Bytes bytes(static_cast<size_t>(Encoding::encode(value, nullptr, 0)));
     EXPECT_EQ(Encoding::encode(value, bytes.data(), bytes.size()),
               static_cast<int32_t>(bytes.size()));
     return bytes;

@@ -3,11 +3,9 @@
 #include <fcntl.h>
 #include <sys/eventfd.h>
 #include <sys/mman.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <functional>
@@ -34,7 +32,6 @@ class HostileHandle : public testing::Test {
 
     ~HostileHandle() override {
         EXPECT_EQ(holdings(), mBefore);
-        printf("%d hostile handles\n", mCases);
         EXPECT_GT(mCases, 0);
     }
 
@@ -68,15 +65,11 @@ class HostileHandle : public testing::Test {
     Holdings mBefore;
 };
 
-TEST_F(HostileHandle, ofAnotherShape) {
+TEST_F(HostileHandle, OfAnotherShape) {
     expectRefused(nullptr, "null");
     const struct {
         int version, numFds, numInts;
-    } shapes[] = {
-            {12, 0, 0}, {12, 1, 4},         {12, 3, 3},         {12, 2, 5},
-            {12, 6, 0}, {12, -1, 4},        {12, 2, -1},        {0, 2, 4},
-            {13, 2, 4}, {12, INT32_MAX, 4}, {12, 2, INT32_MAX}, {12, INT32_MIN, INT32_MIN},
-    };
+    } shapes[] = {{12, 1, 4}, {12, 3, 3}, {12, 2, 5}, {12, -1, 4}, {12, 2, INT32_MAX}, {13, 2, 4}};
     for (const auto& shape : shapes) {
         native_handle_t* handle = spoilt();
         handle->version = shape.version;
@@ -84,87 +77,59 @@ TEST_F(HostileHandle, ofAnotherShape) {
         handle->numInts = shape.numInts;
         expectRefused(handle, "shape");
     }
-}
-
-TEST_F(HostileHandle, withOtherIntegers) {
     for (int i = 2; i < 6; ++i) {
-        const int right = good()->data[i];
-        for (const int wrong : {0, -1, INT32_MAX, INT32_MIN, right + 1, right ^ 0x100}) {
-            if (wrong != right) {
-                expectRefusedWith(i, wrong, "an integer");
-            }
-        }
+        expectRefusedWith(i, good()->data[i] ^ 0x100, "an integer");
     }
 }
 
-// The bytes behind a good descriptor.
-std::vector<uint8_t> contents(int fd) {
-    std::vector<uint8_t> bytes(static_cast<size_t>(lseek(fd, 0, SEEK_END)));
-    EXPECT_EQ(pread(fd, bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
-    return bytes;
-}
-
-ScopedFileDescriptor memory(const std::vector<uint8_t>& bytes, int seals) {
+// Memory with what is behind a good descriptor, or the first part of it.
+ScopedFileDescriptor copyOf(int good, int seals, off_t cut = 0) {
+    Bytes bytes(static_cast<size_t>(lseek(good, 0, SEEK_END) - cut));
+    EXPECT_EQ(pread(good, bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
     ScopedFileDescriptor fd(memfd_create("hostile", MFD_CLOEXEC | MFD_ALLOW_SEALING));
     EXPECT_EQ(write(fd.get(), bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
     EXPECT_EQ(fcntl(fd.get(), F_ADD_SEALS, seals), 0);
     return fd;
 }
 
-constexpr int kAllSeals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL;
-
-TEST_F(HostileHandle, withDescriptorsThatAreNotTheMemory) {
-    int pipeEnds[2];
-    int sockets[2];
-    ASSERT_EQ(pipe2(pipeEnds, O_CLOEXEC), 0);
-    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets), 0);
-    const ScopedFileDescriptor owned[] = {
-            ScopedFileDescriptor(pipeEnds[0]),
-            ScopedFileDescriptor(pipeEnds[1]),
-            ScopedFileDescriptor(sockets[0]),
-            ScopedFileDescriptor(sockets[1]),
-            ScopedFileDescriptor(eventfd(0, EFD_CLOEXEC)),
-            ScopedFileDescriptor(open("/dev/zero", O_RDWR | O_CLOEXEC)),
-            ScopedFileDescriptor(open("/dev/null", O_RDWR | O_CLOEXEC)),
-            ScopedFileDescriptor(open("/proc/self/exe", O_RDONLY | O_CLOEXEC)),
-            ScopedFileDescriptor(open("/tmp", O_RDONLY | O_DIRECTORY | O_CLOEXEC))};
-    for (const int position : {kPixels, kMetadata}) {
-        for (const ScopedFileDescriptor& fd : owned) {
-            expectRefusedWith(position, fd.get(), "something else");
-        }
-        for (const int number : {-1, INT32_MIN, INT32_MAX, 100000}) {
-            expectRefusedWith(position, number, "no descriptor");
-        }
-        expectRefusedWith(position, good()->data[1 - position], "the other one");
-    }
-    native_handle_t* swapped = spoilt();
-    std::swap(swapped->data[0], swapped->data[1]);
-    expectRefused(swapped, "swapped");
+ScopedFileDescriptor opened(const std::string& path, int flags) {
+    return ScopedFileDescriptor(open(path.c_str(), flags | O_CLOEXEC));
 }
 
-TEST_F(HostileHandle, withAlmostTheSameMemory) {
+constexpr int kAllSeals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL;
+
+TEST_F(HostileHandle, WithDescriptorsThatAreNotTheMemory) {
+    int pipeEnds[2];
+    ASSERT_EQ(pipe2(pipeEnds, O_CLOEXEC), 0);
     const RawBuffer twin(describe(PixelFormat::YCRCB_420_SP, 640, 480));
+    FILE* const file = tmpfile();
+    ASSERT_EQ(ftruncate(fileno(file), 1 << 20), 0);
+    const ScopedFileDescriptor others[] = {ScopedFileDescriptor(pipeEnds[0]),
+                                           ScopedFileDescriptor(pipeEnds[1]),
+                                           ScopedFileDescriptor(eventfd(0, EFD_CLOEXEC)),
+                                           opened("/dev/zero", O_RDWR),
+                                           opened("/proc/self/exe", O_RDONLY),
+                                           opened("/tmp", O_RDONLY | O_DIRECTORY)};
     for (const int position : {kPixels, kMetadata}) {
+        for (const ScopedFileDescriptor& fd : others) {
+            expectRefusedWith(position, fd.get(), "something else");
+        }
+        const int right = good()->data[position];
+        expectRefusedWith(position, fileno(file), "a file");
+        expectRefusedWith(position, -1, "no descriptor");
+        expectRefusedWith(position, 100000, "no open descriptor");
+        expectRefusedWith(position, good()->data[1 - position], "the other one");
         expectRefusedWith(position, twin.raw()->data[position], "another buffer's memory");
-        const auto bytes = contents(good()->data[position]);
-        for (const int seals : {0, F_SEAL_SHRINK, F_SEAL_GROW, F_SEAL_SHRINK | F_SEAL_GROW,
-                                F_SEAL_GROW | F_SEAL_SEAL, F_SEAL_SHRINK | F_SEAL_SEAL,
-                                kAllSeals | F_SEAL_WRITE, kAllSeals | F_SEAL_FUTURE_WRITE}) {
-            expectRefusedWith(position, memory(bytes, seals).get(), "memory of other seals");
-        }
-        FILE* file = tmpfile();
-        ASSERT_EQ(fwrite(bytes.data(), 1, bytes.size(), file), bytes.size());
-        EXPECT_EQ(fflush(file), 0);
-        expectRefusedWith(position, fileno(file), "a file of the same bytes");
-        EXPECT_EQ(fclose(file), 0);
-        const std::string path = "/proc/self/fd/" + std::to_string(good()->data[position]);
-        const ScopedFileDescriptor readOnly(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+        const auto readOnly = opened("/proc/self/fd/" + std::to_string(right), O_RDONLY);
         expectRefusedWith(position, readOnly.get(), "the memory, read-only");
-        for (const size_t size : {size_t{0}, size_t{1}, bytes.size() / 2, bytes.size() - 4096}) {
-            const std::vector<uint8_t> part(bytes.begin(), bytes.begin() + static_cast<long>(size));
-            expectRefusedWith(position, memory(part, kAllSeals).get(), "less memory");
+        for (const int seals :
+             {F_SEAL_SHRINK | F_SEAL_GROW, F_SEAL_GROW | F_SEAL_SEAL, F_SEAL_SHRINK | F_SEAL_SEAL,
+              kAllSeals | F_SEAL_WRITE, kAllSeals | F_SEAL_FUTURE_WRITE}) {
+            expectRefusedWith(position, copyOf(right, seals).get(), "memory of other seals");
         }
+        expectRefusedWith(position, copyOf(right, kAllSeals, 4096).get(), "less memory");
     }
+    EXPECT_EQ(fclose(file), 0);
 }
 
 SharedImage imageOf(const native_handle_t* handle) {
@@ -199,7 +164,7 @@ uint64_t inodeOf(int fd) {
 }
 
 // Forgers who make both memories themselves and know how they refer to each other.
-TEST_F(HostileHandle, madeWholeByAForger) {
+TEST_F(HostileHandle, MadeWholeByAForger) {
     constexpr size_t kPixelBytes = 640 * 480 * 3 / 2;
     const auto forgeFor = [&](const ScopedFileDescriptor& pixels) {
         SharedImage image = imageOf(good());
@@ -232,31 +197,22 @@ TEST_F(HostileHandle, madeWholeByAForger) {
     }
 }
 
-TEST_F(HostileHandle, whoseMetadataLies) {
-    const SharedImage image = imageOf(good());
+TEST_F(HostileHandle, WhoseMetadataLies) {
     const std::function<void(SharedImage&)> lies[] = {
-            [](auto& i) { i.header.description.width = 0; },
-            [](auto& i) { i.header.description.width = UINT32_MAX; },
-            [](auto& i) { i.header.description.width = i.header.description.height = 1 << 31; },
-            [](auto& i) { i.header.description.layerCount = 2; },
-            [](auto& i) { i.header.description.format = 0x32315659; },
-            [](auto& i) { i.header.description.usage = UINT64_MAX; },
             [](auto& i) { i.header.description.reservedSize = 1 << 20; },
             [](auto& i) { i.header.description.reservedSize = UINT64_MAX; },
             [](auto& i) { i.header.description.name.fill('x'); },
-            [](auto& i) { i.constants.extents[15].offset = UINT32_MAX; },
             [](auto& i) { i = {}; },
-            [](auto& i) { std::memset(static_cast<void*>(&i), 0xff, sizeof(i)); },
     };
     for (const auto& lie : lies) {
-        SharedImage forged = image;
+        SharedImage forged = imageOf(good());
         lie(forged);
         expectRefusedWith(kMetadata, forge(forged).get(), "forged metadata");
     }
 }
 
-// Only two things may differ, since they are the sender's to choose: what stands behind the end of
-// the name, and how much of the memory's last page is called reserved.
+// Only two things may differ, since the sender may choose them: what comes after the end of the
+// name, and how much of the memory's last page is called reserved.
 bool maySenderChoose(size_t offset) {
     constexpr size_t kDescription = offsetof(SharedImage, header.description);
     constexpr size_t kName = kDescription + offsetof(host::gralloc::Description, name);
@@ -265,7 +221,7 @@ bool maySenderChoose(size_t offset) {
            (offset >= kReserved && offset < kReserved + 8);
 }
 
-TEST_F(HostileHandle, whoseMetadataDiffersInAnyByte) {
+TEST_F(HostileHandle, WhoseMetadataDiffersInAnyByte) {
     const SharedImage image = imageOf(good());
     for (size_t offset = 0; offset < sizeof(image); ++offset) {
         if (maySenderChoose(offset)) {

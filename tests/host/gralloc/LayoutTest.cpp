@@ -1,155 +1,126 @@
-// What buffers look like: the published expectations, and that all that is said of a buffer agrees.
+// What buffers look like, and that everything that is answered about a buffer agrees.
 #include <map>
-#include <numeric>
+#include <set>
+#include <sstream>
 
 #include "tests/host/gralloc/Buffers.h"
 
 namespace zelkcam::test {
 namespace {
 
+using aidl::android::hardware::graphics::common::BlendMode;
+using aidl::android::hardware::graphics::common::Dataspace;
 using aidl::android::hardware::graphics::common::PlaneLayout;
+using aidl::android::hardware::graphics::common::Rect;
+using T = StandardMetadataType;
 using Type = aidl::android::hardware::graphics::common::PlaneLayoutComponentType;
 
 constexpr int32_t kCameraOpaque = 0x111;
 constexpr int32_t kNv12 = 0x1000;
 
-constexpr int32_t kServed[] = {0x1,  0x2,           0x3,   0x4,        0x5,        0x10,
-                               0x11, 0x14,          0x16,  0x20,       0x21,       0x24,
-                               0x25, 0x26,          0x2B,  0x36,       0x38,       0x39,
-                               0x3A, kCameraOpaque, kNv12, 0x20203859, 0x20363159, 0x32315659};
-
-struct Size {
-    int32_t width, height;
-};
-constexpr Size kSizes[] = {{1920, 1080}, {4000, 3000}, {1921, 1083}, {1, 1}, {3, 5}};
-
 uint32_t fourcc(const std::string& name) {
     return name[0] | name[1] << 8 | name[2] << 16 | name[3] << 24;
 }
 
-// Components as text: type, offset and size in bits.
+// A plane as text: offset, stride, total, samples and subsampling, then bits for each sample and
+// the components with their offset and size in bits.
 std::string text(const PlaneLayout& plane) {
     static const std::map<Type, std::string> names = {
             {Type::Y, "Y"}, {Type::CB, "Cb"}, {Type::CR, "Cr"}, {Type::R, "R"},
             {Type::G, "G"}, {Type::B, "B"},   {Type::A, "A"},   {Type::RAW, "RAW"}};
-    std::string result = std::to_string(plane.sampleIncrementInBits) + ":";
+    std::ostringstream out;
+    out << plane.offsetInBytes << ' ' << plane.strideInBytes << ' ' << plane.totalSizeInBytes << ' '
+        << plane.widthInSamples << 'x' << plane.heightInSamples << '/'
+        << plane.horizontalSubsampling << plane.verticalSubsampling << ' '
+        << plane.sampleIncrementInBits << ':';
     for (const auto& component : plane.components) {
-        result += " " + names.at(static_cast<Type>(component.type.value)) + "@" +
-                  std::to_string(component.offsetInBits) + "+" +
-                  std::to_string(component.sizeInBits);
+        out << ' ' << names.at(static_cast<Type>(component.type.value)) << '@'
+            << component.offsetInBits << '+' << component.sizeInBits;
     }
-    return result;
+    return out.str();
 }
-
-// One plane as offset, stride, total, samples and subsampling.
-struct Plane {
-    int64_t offset, stride, total, width, height, subsampling;
-    std::string components;
-};
 
 struct Expected {
     int32_t format;
     std::string fourcc;
     uint32_t stride;
-    std::vector<Plane> planes;
+    std::vector<std::string> planes;
 };
 
 // Every number by hand, at 1921x1083.
 const Expected kExpected[] = {
-        {0x1, "AB24", 1936, {{0, 7744, 8386752, 1921, 1083, 1, "32: R@0+8 G@8+8 B@16+8 A@24+8"}}},
-        {0x3, "BG24", 1936, {{0, 5808, 6290064, 1921, 1083, 1, "24: R@0+8 G@8+8 B@16+8"}}},
+        {0x1, "AB24", 1936, {"0 7744 8386752 1921x1083/11 32: R@0+8 G@8+8 B@16+8 A@24+8"}},
+        {0x2, "XB24", 1936, {"0 7744 8386752 1921x1083/11 32: R@0+8 G@8+8 B@16+8"}},
+        {0x3, "BG24", 1936, {"0 5808 6290064 1921x1083/11 24: R@0+8 G@8+8 B@16+8"}},
+        {0x4, "RG16", 1936, {"0 3872 4193376 1921x1083/11 16: B@0+5 G@5+6 R@11+5"}},
+        {0x5, "AR24", 1936, {"0 7744 8386752 1921x1083/11 32: B@0+8 G@8+8 R@16+8 A@24+8"}},
+        {0x10,
+         "NV16",
+         1984,
+         {"0 1984 2148672 1921x1083/11 8: Y@0+8",
+          "2148672 1984 2148672 960x1083/21 16: Cb@0+8 Cr@8+8"}},
         {0x11,
          "NV21",
          1984,
-         {{0, 1984, 2148672, 1921, 1083, 1, "8: Y@0+8"},
-          {2148672, 1984, 1074336, 960, 541, 2, "16: Cr@0+8 Cb@8+8"}}},
+         {"0 1984 2148672 1921x1083/11 8: Y@0+8",
+          "2148672 1984 1074336 960x541/22 16: Cr@0+8 Cb@8+8"}},
         {kNv12,
          "NV12",
          1984,
-         {{0, 1984, 2148672, 1921, 1083, 1, "8: Y@0+8"},
-          {2148672, 1984, 1074336, 960, 541, 2, "16: Cb@0+8 Cr@8+8"}}},
+         {"0 1984 2148672 1921x1083/11 8: Y@0+8",
+          "2148672 1984 1074336 960x541/22 16: Cb@0+8 Cr@8+8"}},
         {0x32315659,
          "YV12",
          1936,
-         {{0, 1936, 2096688, 1921, 1083, 1, "8: Y@0+8"},
-          {2096688, 976, 528504, 960, 541, 2, "8: Cr@0+8"},
-          {2625192, 976, 528504, 960, 541, 2, "8: Cb@0+8"}}},
+         {"0 1936 2096688 1921x1083/11 8: Y@0+8", "2096688 976 528504 960x541/22 8: Cr@0+8",
+          "2625192 976 528504 960x541/22 8: Cb@0+8"}},
         {0x36,
          "P010",
          1952,
-         {{0, 3904, 4228032, 1921, 1083, 1, "16: Y@6+10"},
-          {4228032, 3904, 2114016, 960, 541, 2, "32: Cb@6+10 Cr@22+10"}}},
-        {0x14, "YUYV", 1936, {{0, 3872, 4193376, 1921, 1083, 1, "16:"}}},
-        {0x20, "R16 ", 1921, {{0, 3842, 4160886, 1921, 1083, 1, "16: RAW@0+16"}}},
-        {0x25, "RW10", 2416, {{0, 2416, 2616528, 1921, 1083, 1, "0: RAW@0+-1"}}},
-        {0x26, "RW12", 2896, {{0, 2896, 3136368, 1921, 1083, 1, "0: RAW@0+-1"}}},
-        {kCameraOpaque, "COPQ", 1984, {{0, 2480, 2685840, 1921, 1083, 1, "0: RAW@0+-1"}}},
-        {0x21, "R8  ", 1921, {{0, 1921, 2080443, 1921, 1083, 1, "8: RAW@0+8"}}},
+         {"0 3904 4228032 1921x1083/11 16: Y@6+10",
+          "4228032 3904 2114016 960x541/22 32: Cb@6+10 Cr@22+10"}},
+        {0x14, "YUYV", 1936, {"0 3872 4193376 1921x1083/11 16:"}},
+        {0x16, "AB4H", 1936, {"0 15488 16773504 1921x1083/11 64: R@0+16 G@16+16 B@32+16 A@48+16"}},
+        {0x20, "R16 ", 1921, {"0 3842 4160886 1921x1083/11 16: RAW@0+16"}},
+        {0x21, "R8  ", 1921, {"0 1921 2080443 1921x1083/11 8: RAW@0+8"}},
+        {0x24, "RWOP", 2416, {"0 2416 2616528 1921x1083/11 0: RAW@0+-1"}},
+        {0x25, "RW10", 2416, {"0 2416 2616528 1921x1083/11 0: RAW@0+-1"}},
+        {0x26, "RW12", 2896, {"0 2896 3136368 1921x1083/11 0: RAW@0+-1"}},
+        {0x2B, "AB30", 1936, {"0 7744 8386752 1921x1083/11 32: R@0+10 G@10+10 B@20+10 A@30+2"}},
+        {0x38, "R8  ", 1936, {"0 1936 2096688 1921x1083/11 8: R@0+8"}},
+        {0x39, "R16 ", 1936, {"0 3872 4193376 1921x1083/11 16: R@0+16"}},
+        {0x3A, "GR32", 1936, {"0 7744 8386752 1921x1083/11 32: R@0+16 G@16+16"}},
+        {kCameraOpaque, "COPQ", 1984, {"0 2480 2685840 1921x1083/11 0: RAW@0+-1"}},
+        {0x20203859, "R8  ", 1936, {"0 1936 2096688 1921x1083/11 8: Y@0+8"}},
+        {0x20363159, "R16 ", 1936, {"0 3872 4193376 1921x1083/11 16: Y@0+16"}},
 };
 
-TEST(Layout, isTheOneExpectedAtAnOddSize) {
+TEST(Layout, IsTheOneExpectedAtAnOddSize) {
     for (const Expected& expected : kExpected) {
         SCOPED_TRACE(expected.fourcc);
-        const Import buffer(describe(expected.format, 1921, 1083));
-        EXPECT_EQ(buffer.value<StandardMetadataType::PIXEL_FORMAT_FOURCC>(),
-                  fourcc(expected.fourcc));
-        EXPECT_EQ(buffer.value<StandardMetadataType::STRIDE>(), expected.stride);
-        const auto planes = buffer.value<StandardMetadataType::PLANE_LAYOUTS>().value();
-        ASSERT_EQ(planes.size(), expected.planes.size());
-        for (size_t i = 0; i < planes.size(); ++i) {
-            const PlaneLayout& plane = planes[i];
-            const Plane& wanted = expected.planes[i];
-            EXPECT_EQ(plane.offsetInBytes, wanted.offset);
-            EXPECT_EQ(plane.strideInBytes, wanted.stride);
-            EXPECT_EQ(plane.totalSizeInBytes, wanted.total);
-            EXPECT_EQ(plane.widthInSamples, wanted.width);
-            EXPECT_EQ(plane.heightInSamples, wanted.height);
-            EXPECT_EQ(plane.horizontalSubsampling, wanted.subsampling);
-            EXPECT_EQ(plane.verticalSubsampling, wanted.subsampling);
-            EXPECT_EQ(text(plane), wanted.components);
+        const RawBuffer raw(describe(expected.format, 1921, 1083));
+        const Import buffer(raw.raw());
+        EXPECT_EQ(buffer.value<T::PIXEL_FORMAT_FOURCC>(), fourcc(expected.fourcc));
+        EXPECT_EQ(buffer.value<T::STRIDE>(), expected.stride);
+        EXPECT_EQ(raw.stride(), static_cast<int32_t>(expected.stride));
+        std::vector<std::string> planes;
+        std::vector<Rect> crops;
+        int64_t end = 0;
+        const auto given = buffer.value<T::PLANE_LAYOUTS>().value();
+        for (const PlaneLayout& plane : given) {
+            planes.push_back(text(plane));
+            crops.push_back({0, 0, static_cast<int32_t>(plane.widthInSamples),
+                             static_cast<int32_t>(plane.heightInSamples)});
+            end = plane.offsetInBytes + plane.totalSizeInBytes;
         }
+        EXPECT_EQ(planes, expected.planes);
+        EXPECT_EQ(buffer.value<T::CROP>(), crops);
+        EXPECT_EQ(buffer.value<T::ALLOCATION_SIZE>(), static_cast<uint64_t>(end));
+        buffer.lock()[end - 1] = 1;  // every byte that was promised is there
     }
 }
 
-TEST(Layout, agreesWithItselfForEveryFormatAndSize) {
-    for (const int32_t format : kServed) {
-        for (const Size size : kSizes) {
-            SCOPED_TRACE(testing::Message() << std::hex << format << std::dec << " " << size.width
-                                            << "x" << size.height);
-            const auto info = describe(format, size.width, size.height);
-            const RawBuffer raw(info);
-            const Import buffer(raw.raw());
-            EXPECT_EQ(buffer.value<StandardMetadataType::STRIDE>(),
-                      static_cast<uint32_t>(raw.stride()));
-            EXPECT_GE(raw.stride(), size.width);
-
-            const auto planes = buffer.value<StandardMetadataType::PLANE_LAYOUTS>().value();
-            const auto crops = buffer.value<StandardMetadataType::CROP>().value();
-            ASSERT_EQ(crops.size(), planes.size());
-            int64_t end = 0;
-            for (size_t i = 0; i < planes.size(); ++i) {
-                const PlaneLayout& plane = planes[i];
-                EXPECT_EQ(plane.offsetInBytes, end) << "no gaps";
-                EXPECT_GE(plane.strideInBytes * 8,
-                          plane.widthInSamples * plane.sampleIncrementInBits);
-                EXPECT_GE(plane.totalSizeInBytes, plane.strideInBytes * plane.heightInSamples);
-                EXPECT_EQ(crops[i].right, plane.widthInSamples);
-                EXPECT_EQ(crops[i].bottom, plane.heightInSamples);
-                end += plane.totalSizeInBytes;
-            }
-            EXPECT_EQ(buffer.value<StandardMetadataType::ALLOCATION_SIZE>(),
-                      static_cast<uint64_t>(end));
-
-            // Every byte that was promised is there.
-            uint8_t* pixels = buffer.lock();
-            pixels[0] = 1;
-            pixels[end - 1] = 2;
-            EXPECT_EQ(buffer.unlock(), AIMAPPER_ERROR_NONE);
-        }
-    }
-}
-
-TEST(Layout, decidesOpenFormatsByUsage) {
+TEST(Layout, DecidesOpenFormatsByUsage) {
     constexpr uint64_t kZsl = 0x60000;
     constexpr uint64_t kEncoder = 0x10000;
     constexpr int32_t kOpen = 0x22;
@@ -172,10 +143,46 @@ TEST(Layout, decidesOpenFormatsByUsage) {
     for (const auto& each : cases) {
         SCOPED_TRACE(testing::Message() << std::hex << each.format << " " << each.usage);
         const Import buffer(describe(each.format, 640, 480, each.usage));
-        EXPECT_EQ(buffer.value<StandardMetadataType::PIXEL_FORMAT_FOURCC>(), fourcc(each.fourcc));
-        EXPECT_EQ(buffer.value<StandardMetadataType::PIXEL_FORMAT_REQUESTED>(),
-                  static_cast<PixelFormat>(each.format));
+        EXPECT_EQ(buffer.value<T::PIXEL_FORMAT_FOURCC>(), fourcc(each.fourcc));
+        EXPECT_EQ(buffer.value<T::PIXEL_FORMAT_REQUESTED>(), static_cast<PixelFormat>(each.format));
     }
+}
+
+TEST(Metadata, OfAFreshBufferIsWhatWasAskedFor) {
+    auto info = describe(PixelFormat::YCRCB_420_SP, 640, 480, 0x4033);
+    info.name = {'v', 'i', 'e', 'w'};
+    const Import buffer(info);
+    EXPECT_EQ(buffer.value<T::NAME>(), "view");
+    EXPECT_EQ(buffer.value<T::WIDTH>(), 640U);
+    EXPECT_EQ(buffer.value<T::HEIGHT>(), 480U);
+    EXPECT_EQ(buffer.value<T::LAYER_COUNT>(), 1U);
+    EXPECT_EQ(buffer.value<T::PIXEL_FORMAT_REQUESTED>(), PixelFormat::YCRCB_420_SP);
+    EXPECT_EQ(buffer.value<T::PIXEL_FORMAT_MODIFIER>(), 0U);
+    EXPECT_EQ(buffer.value<T::USAGE>(), static_cast<BufferUsage>(0x4033));
+    EXPECT_EQ(buffer.value<T::PROTECTED_CONTENT>(), 1U);
+    EXPECT_EQ(buffer.value<T::COMPRESSION>(), android::gralloc4::Compression_None);
+    EXPECT_EQ(buffer.value<T::INTERLACED>(), android::gralloc4::Interlaced_None);
+    EXPECT_EQ(buffer.value<T::CHROMA_SITING>(), android::gralloc4::ChromaSiting_Unknown);
+    EXPECT_EQ(Import(describe(0x1, 64, 64)).value<T::CHROMA_SITING>(),
+              android::gralloc4::ChromaSiting_None);
+    EXPECT_EQ(buffer.value<T::DATASPACE>(), Dataspace::UNKNOWN);
+    EXPECT_EQ(buffer.value<T::BLEND_MODE>(), BlendMode::INVALID);
+    for (const int64_t type : {19, 20, 21, 22}) {
+        EXPECT_EQ(mapper().getStandardMetadata(buffer.get(), type, nullptr, 0), 0) << type;
+    }
+    EXPECT_EQ(buffer.bytes(kPlexaName, 100), Bytes(64));
+    EXPECT_EQ(buffer.bytes(kPlexaName, 110), Bytes(8));
+}
+
+TEST(Metadata, BufferIdIsTheBuffersAndNoOthers) {
+    std::set<uint64_t> ids;
+    for (int i = 0; i < 10; ++i) {
+        const RawBuffer raw(describe(0x1, 64, 64));
+        const Import first(raw.raw()), second(raw.raw());
+        EXPECT_EQ(first.value<T::BUFFER_ID>(), second.value<T::BUFFER_ID>());
+        ids.insert(*first.value<T::BUFFER_ID>());
+    }
+    EXPECT_EQ(ids.size(), 10U);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "host/gralloc/Formats.h"
+#include "host/gralloc/Device.h"
 
 #include <algorithm>
 
@@ -12,6 +12,36 @@ using aidl::android::hardware::graphics::common::BufferUsage;
 using aidl::android::hardware::graphics::common::PixelFormat;
 using Type = PlaneLayoutComponentType;
 
+// Concrete formats that camera devices use beyond the published enumeration: 10-bit raw, packed
+// four pixels in five bytes; and Y, then interleaved CbCr.
+constexpr int32_t kFormatCameraOpaque = 0x111;
+constexpr int32_t kFormatNv12 = 0x1000;
+
+struct PlaneRule {
+    int sampleIncrementInBits;
+    // Both are 1 or 2. A plane with vertical subsampling takes half of row times height, halved
+    // after the product, so that an odd height leaves half a row behind and not none.
+    int horizontalSubsampling;
+    int verticalSubsampling;
+    // The plane's row is the first plane's row divided by this; a divided row is aligned to 16
+    // bytes.
+    int rowDivisor;
+    Components components;
+};
+
+enum class StrideUnit : uint8_t { kPixels, kBytes };
+
+struct FormatRule {
+    int32_t format;
+    uint32_t fourcc;
+    StrideUnit strideUnit;
+    int alignment;  // of the stride, in its unit
+    // `groupBytes` bytes hold `groupPixels` pixels of the first plane.
+    int groupPixels;
+    int groupBytes;
+    ShortList<PlaneRule, 3> planes;
+};
+
 constexpr uint32_t fourcc(const char (&text)[5]) {
     uint32_t code = 0;
     for (int i = 3; i >= 0; --i) {
@@ -21,15 +51,11 @@ constexpr uint32_t fourcc(const char (&text)[5]) {
 }
 
 constexpr PlaneRule plane(int increment, int subsampling, int rowDivisor,
-                          std::initializer_list<Component> components) {
-    PlaneRule rule{increment, subsampling, subsampling, rowDivisor, 0, {}};
-    for (const Component& component : components) {
-        rule.components[rule.componentCount++] = component;
-    }
-    return rule;
+                          const Components& components) {
+    return {increment, subsampling, subsampling, rowDivisor, components};
 }
 
-constexpr PlaneRule packed(int increment, std::initializer_list<Component> components) {
+constexpr PlaneRule packed(int increment, const Components& components) {
     return plane(increment, 1, 1, components);
 }
 
@@ -57,11 +83,7 @@ constexpr int32_t code(PixelFormat format) {
 
 constexpr FormatRule inPixels(int32_t format, const char (&name)[5], int alignment, int pixelBytes,
                               std::initializer_list<PlaneRule> planes) {
-    FormatRule rule{format, fourcc(name), StrideUnit::Pixels, alignment, 1, pixelBytes, 0, {}};
-    for (const PlaneRule& plane : planes) {
-        rule.planes[rule.planeCount++] = plane;
-    }
-    return rule;
+    return {format, fourcc(name), StrideUnit::kPixels, alignment, 1, pixelBytes, planes};
 }
 
 constexpr FormatRule inPixels(PixelFormat format, const char (&name)[5], int alignment,
@@ -72,7 +94,7 @@ constexpr FormatRule inPixels(PixelFormat format, const char (&name)[5], int ali
 // Raw frames packed over byte borders: one plane of which nothing but the rows can be stated.
 constexpr FormatRule packedRaw(int32_t format, const char (&name)[5], StrideUnit unit,
                                int alignment, int groupPixels, int groupBytes) {
-    return {format, fourcc(name), unit, alignment, groupPixels, groupBytes, 1, {{kPackedRaw}}};
+    return {format, fourcc(name), unit, alignment, groupPixels, groupBytes, {kPackedRaw}};
 }
 
 // The codes are DRM's where DRM has one. RW10, RW12, RWOP and COPQ are the host's own: DRM names no
@@ -103,9 +125,9 @@ constexpr FormatRule kFormats[] = {
                               {Type::A, 48, 16}})}),
         inPixels(PixelFormat::RAW16, "R16 ", 1, 2, {packed(16, {{Type::RAW, 0, 16}})}),
         inPixels(PixelFormat::BLOB, "R8  ", 1, 1, {packed(8, {{Type::RAW, 0, 8}})}),
-        packedRaw(code(PixelFormat::RAW_OPAQUE), "RWOP", StrideUnit::Bytes, 16, 4, 5),
-        packedRaw(code(PixelFormat::RAW10), "RW10", StrideUnit::Bytes, 16, 4, 5),
-        packedRaw(code(PixelFormat::RAW12), "RW12", StrideUnit::Bytes, 16, 2, 3),
+        packedRaw(code(PixelFormat::RAW_OPAQUE), "RWOP", StrideUnit::kBytes, 16, 4, 5),
+        packedRaw(code(PixelFormat::RAW10), "RW10", StrideUnit::kBytes, 16, 4, 5),
+        packedRaw(code(PixelFormat::RAW12), "RW12", StrideUnit::kBytes, 16, 2, 3),
         inPixels(PixelFormat::RGBA_1010102, "AB30", 16, 4,
                  {packed(32, {{Type::R, 0, 10},
                               {Type::G, 10, 10},
@@ -116,7 +138,7 @@ constexpr FormatRule kFormats[] = {
         inPixels(PixelFormat::R_16_UINT, "R16 ", 16, 2, {packed(16, {{Type::R, 0, 16}})}),
         inPixels(PixelFormat::RG_1616_UINT, "GR32", 16, 4,
                  {packed(32, {{Type::R, 0, 16}, {Type::G, 16, 16}})}),
-        packedRaw(kFormatCameraOpaque, "COPQ", StrideUnit::Pixels, 64, 4, 5),
+        packedRaw(kFormatCameraOpaque, "COPQ", StrideUnit::kPixels, 64, 4, 5),
         inPixels(kFormatNv12, "NV12", 64, 1, {kY8, kCbCr}),
         inPixels(PixelFormat::Y8, "R8  ", 16, 1, {kY8}),
         inPixels(PixelFormat::Y16, "R16 ", 16, 2, {kY16}),
@@ -126,7 +148,7 @@ constexpr FormatRule kFormats[] = {
 static_assert(std::ranges::is_sorted(kFormats, {}, &FormatRule::format), "findFormat bisects");
 static_assert(std::ranges::all_of(kFormats,
                                   [](const FormatRule& rule) {
-                                      return rule.strideUnit == StrideUnit::Bytes ||
+                                      return rule.strideUnit == StrideUnit::kBytes ||
                                              rule.alignment % rule.groupPixels == 0;
                                   }),
               "a stride in pixels must be whole groups");
@@ -141,7 +163,7 @@ struct Row {
 };
 
 Row firstRow(const FormatRule& rule, int64_t width) {
-    if (rule.strideUnit == StrideUnit::Bytes) {
+    if (rule.strideUnit == StrideUnit::kBytes) {
         const int64_t groups = alignUp(width, rule.groupPixels) / rule.groupPixels;
         const int64_t bytes = alignUp(groups * rule.groupBytes, rule.alignment);
         return {bytes, bytes};
@@ -150,26 +172,63 @@ Row firstRow(const FormatRule& rule, int64_t width) {
     return {stride, stride / rule.groupPixels * rule.groupBytes};
 }
 
-PlanePlacement place(const PlaneRule& rule, int64_t offset, int64_t firstRowBytes, int64_t width,
-                     int64_t height) {
+Plane place(const PlaneRule& rule, uint64_t offset, int64_t firstRowBytes, int64_t width,
+            int64_t height) {
     constexpr int64_t kDividedRowAlignment = 16;
     const int64_t row = rule.rowDivisor == 1
                                 ? firstRowBytes
                                 : alignUp(firstRowBytes / rule.rowDivisor, kDividedRowAlignment);
-    return {offset, row, row * height / rule.verticalSubsampling,
-            width / rule.horizontalSubsampling, height / rule.verticalSubsampling};
+    return {static_cast<int64_t>(offset),
+            row,
+            row * height / rule.verticalSubsampling,
+            width / rule.horizontalSubsampling,
+            height / rule.verticalSubsampling,
+            rule.sampleIncrementInBits,
+            rule.horizontalSubsampling,
+            rule.verticalSubsampling,
+            rule.components};
 }
 
-bool hasAll(uint64_t usage, uint64_t bits) {
-    return (usage & bits) == bits;
+// Only its writer knows where the chroma samples of a subsampled picture lie.
+ChromaSiting chromaSitingOf(const FormatRule& rule) {
+    const bool isSubsampled = rule.format == code(PixelFormat::YCBCR_422_I) ||
+                              std::ranges::any_of(rule.planes, [](const PlaneRule& plane) {
+                                  return plane.horizontalSubsampling > 1;
+                              });
+    return isSubsampled ? ChromaSiting::UNKNOWN : ChromaSiting::NONE;
+}
+
+// False for a buffer beyond kMaxAllocationSize.
+bool layOut(const FormatRule& rule, uint32_t width, uint32_t height, Layout* out) {
+    const Row row = firstRow(rule, width);
+    constexpr int64_t kLimit = kMaxAllocationSize;
+    if (row.bytes > kLimit || row.bytes * height > kLimit) {
+        return false;
+    }
+    Layout layout;
+    layout.format = rule.format;
+    layout.fourcc = rule.fourcc;
+    layout.stride = static_cast<uint32_t>(row.stride);
+    layout.chromaSiting = chromaSitingOf(rule);
+    for (const PlaneRule& planeRule : rule.planes) {
+        const Plane plane = place(planeRule, layout.allocationSize, row.bytes, width, height);
+        layout.planes.add(plane);
+        layout.allocationSize += static_cast<uint64_t>(plane.totalSizeInBytes);
+    }
+    *out = layout;
+    return layout.allocationSize <= kMaxAllocationSize;
 }
 
 constexpr uint64_t bits(BufferUsage usage) {
     return static_cast<uint64_t>(usage);
 }
 
-}  // namespace
+bool hasAll(uint64_t usage, uint64_t wanted) {
+    return (usage & wanted) == wanted;
+}
 
+// IMPLEMENTATION_DEFINED and YCBCR_420_888 are decided by the 64 bits of usage, every other code
+// stands for itself.
 int32_t resolveFormat(int32_t requested, uint64_t usage) {
     const bool flexible = requested == code(PixelFormat::YCBCR_420_888);
     if (!flexible && requested != code(PixelFormat::IMPLEMENTATION_DEFINED)) {
@@ -187,36 +246,42 @@ int32_t resolveFormat(int32_t requested, uint64_t usage) {
     return code(PixelFormat::YCRCB_420_SP);
 }
 
+// Null where the device has no such format, and for the two that resolveFormat decides.
 const FormatRule* findFormat(int32_t concrete) {
     const auto* rule = std::ranges::lower_bound(kFormats, concrete, {}, &FormatRule::format);
     return rule != std::end(kFormats) && rule->format == concrete ? rule : nullptr;
 }
 
-std::optional<Layout> layOut(int32_t concrete, uint32_t width, uint32_t height) {
-    const FormatRule* rule = findFormat(concrete);
-    if (rule == nullptr || width == 0 || height == 0) {
-        return std::nullopt;
-    }
-    const Row row = firstRow(*rule, width);
-    constexpr int64_t kLimit = kMaxAllocationSize;
-    if (row.bytes > kLimit || row.bytes * height > kLimit) {
-        return std::nullopt;
-    }
-    Layout layout{rule, static_cast<uint32_t>(row.stride), 0, {}};
-    for (int i = 0; i < rule->planeCount; ++i) {
-        PlanePlacement& placement = layout.placements[i];
-        placement = place(rule->planes[i], static_cast<int64_t>(layout.allocationSize), row.bytes,
-                          width, height);
-        layout.allocationSize += static_cast<uint64_t>(placement.totalSizeInBytes);
-    }
-    if (layout.allocationSize > kMaxAllocationSize) {
-        return std::nullopt;
-    }
-    return layout;
+constexpr uint64_t bitRange(int first, int last) {
+    return (~uint64_t{0} >> (63 - last)) & (~uint64_t{0} << first);
 }
 
-std::span<const FormatRule> allFormats() {
-    return kFormats;
+// Every bit that the published usage names or leaves to vendors. Old camera code still sets bit 10,
+// once the 2D engine; the published interface demands it to be zero and has allocators refuse
+// anything else, so it is refused here as well.
+constexpr uint64_t kKnownUsage = bitRange(0, 9) | bitRange(11, 12) | bitRange(14, 18) |
+                                 bitRange(20, 20) | bitRange(22, 32) | bitRange(48, 63);
+
+bool isMeaningful(const Description& description) {
+    return description.width != 0 && description.height != 0 && description.layerCount != 0 &&
+           std::ranges::find(description.name, '\0') != description.name.end();
+}
+
+bool isServed(const Description& description) {
+    return description.layerCount == 1 && (description.usage & ~kKnownUsage) == 0 &&
+           description.reservedSize <= kMaxReservedSize;
+}
+
+}  // namespace
+
+AIMapper_Error decide(const Description& description, Layout* layout) {
+    if (!isMeaningful(description)) {
+        return AIMAPPER_ERROR_BAD_VALUE;
+    }
+    const FormatRule* rule = findFormat(resolveFormat(description.format, description.usage));
+    const bool served = rule != nullptr && isServed(description) &&
+                        layOut(*rule, description.width, description.height, layout);
+    return served ? AIMAPPER_ERROR_NONE : AIMAPPER_ERROR_UNSUPPORTED;
 }
 
 }  // namespace zelkcam::host::gralloc

@@ -1,0 +1,242 @@
+// What can be asked for: the AIDL allocator and the HIDL pair over the same device.
+#include <aidl/android/hardware/graphics/allocator/AllocationError.h>
+#include <gralloctypes/Gralloc4.h>
+
+#include "host/gralloc/ConstantMetadata.h"
+#include "tests/host/gralloc/Mappers.h"
+
+namespace zelkcam::test {
+namespace {
+
+using aidl::android::hardware::graphics::allocator::AllocationError;
+using aidl::android::hardware::graphics::common::Dataspace;
+using HidlAllocator = android::hardware::graphics::allocator::V4_0::IAllocator;
+
+constexpr char kDataspaceOption[] = "android.hardware.graphics.common.Dataspace";
+
+template <typename Change>
+BufferDescriptorInfo plainBut(Change change) {
+    BufferDescriptorInfo info = describe(PixelFormat::RGBA_8888, 64, 64);
+    change(info);
+    return info;
+}
+
+BufferDescriptorInfo plain() {
+    return plainBut([](auto&) {});
+}
+
+bool isSupported(const BufferDescriptorInfo& info) {
+    bool supported = true;
+    EXPECT_TRUE(allocator().isSupported(info, &supported).isOk());
+    return supported;
+}
+
+void expectRefused(const BufferDescriptorInfo& info, const char* what) {
+    SCOPED_TRACE(what);
+    AllocationResult result;
+    const auto status = allocator().allocate2(info, 1, &result);
+    EXPECT_EQ(status.getExceptionCode(), EX_SERVICE_SPECIFIC);
+    EXPECT_EQ(status.getServiceSpecificError(), static_cast<int32_t>(AllocationError::UNSUPPORTED));
+    EXPECT_TRUE(result.buffers.empty());
+    EXPECT_FALSE(isSupported(info));
+}
+
+void expectRefusedByHidl(const BufferDescriptorInfo& info, AIMapper_Error wanted,
+                         const char* what) {
+    SCOPED_TRACE(what);
+    const auto [error, descriptor] =
+            ask<hidl_vec<uint8_t>>(&IMapper::createDescriptor, describeHidl(info));
+    EXPECT_EQ(error, wanted);
+    EXPECT_EQ(descriptor.size(), 0U);
+    EXPECT_EQ(ask<bool>(&IMapper::isSupported, describeHidl(info)),
+              std::tuple(AIMAPPER_ERROR_NONE, false));
+}
+
+TEST(Request, ThatCannotBeServedIsRefused) {
+    using Info = BufferDescriptorInfo;
+    const struct {
+        const char* what;
+        void (*change)(Info&);
+        AIMapper_Error hidl;
+    } cases[] = {
+            {"zero width", [](Info& info) { info.width = 0; }, AIMAPPER_ERROR_BAD_VALUE},
+            {"zero height", [](Info& info) { info.height = 0; }, AIMAPPER_ERROR_BAD_VALUE},
+            {"no layer", [](Info& info) { info.layerCount = 0; }, AIMAPPER_ERROR_BAD_VALUE},
+            {"two layers", [](Info& info) { info.layerCount = 2; }, AIMAPPER_ERROR_UNSUPPORTED},
+            {"unspecified format", [](Info& info) { info.format = PixelFormat::UNSPECIFIED; },
+             AIMAPPER_ERROR_UNSUPPORTED},
+            {"unknown format", [](Info& info) { info.format = static_cast<PixelFormat>(0x7777); },
+             AIMAPPER_ERROR_UNSUPPORTED},
+            {"negative dimensions", [](Info& info) { info.width = info.height = -1; },
+             AIMAPPER_ERROR_UNSUPPORTED},
+            {"size beyond 31 bits", [](Info& info) { info.width = info.height = 1 << 15; },
+             AIMAPPER_ERROR_UNSUPPORTED},
+            {"product beyond 64 bits", [](Info& info) { info.width = info.height = INT32_MAX; },
+             AIMAPPER_ERROR_UNSUPPORTED},
+            {"product that wraps to zero",
+             [](Info& info) {
+                 info.format = PixelFormat::RGBA_FP16;
+                 info.width = INT32_MAX;
+                 info.height = 1 << 30;
+             },
+             AIMAPPER_ERROR_UNSUPPORTED},
+            {"negative reserved size", [](Info& info) { info.reservedSize = -1; },
+             AIMAPPER_ERROR_UNSUPPORTED},
+            {"huge reserved size", [](Info& info) { info.reservedSize = int64_t{1} << 40; },
+             AIMAPPER_ERROR_UNSUPPORTED},
+    };
+    const Holdings before = holdings();
+    for (const auto& [what, change, hidlError] : cases) {
+        expectRefused(plainBut(change), what);
+        expectRefusedByHidl(plainBut(change), hidlError, what);
+    }
+    for (const int bit : {10, 13, 19, 21, 33, 40, 47}) {
+        const auto info = describe(0x1, 64, 64, kReadWriteOften | uint64_t{1} << bit);
+        expectRefused(info, "usage bit that must be zero");
+        expectRefusedByHidl(info, AIMAPPER_ERROR_UNSUPPORTED, "usage bit that must be zero");
+    }
+    EXPECT_EQ(holdings(), before);
+}
+
+TEST(Request, PresetsTheDataspaceByTheOneOptionThatIsKnown) {
+    const auto with = [](const char* name, int64_t value) {
+        return plainBut([&](auto& info) { info.additionalOptions.push_back({name, value}); });
+    };
+    const auto value = static_cast<int64_t>(Dataspace::DISPLAY_P3);
+    EXPECT_TRUE(isSupported(with(kDataspaceOption, value)));
+    EXPECT_EQ(Import(with(kDataspaceOption, value)).value<StandardMetadataType::DATASPACE>(),
+              Dataspace::DISPLAY_P3);
+    expectRefused(with("android.hardware.graphics.common.DataSpace", value), "unknown option");
+    expectRefused(with(kDataspaceOption, value | int64_t{1} << 32), "more than 32 bits");
+    auto both = with(kDataspaceOption, value);
+    both.additionalOptions.push_back({"other", 1});
+    expectRefused(both, "an unknown option beside the known one");
+}
+
+TEST(Request, MayHaveTheUsagesOfCameraAndVendors) {
+    for (const uint64_t usage :
+         {uint64_t{0}, uint64_t{0x20033}, uint64_t{0x60000}, uint64_t{0x10303}, uint64_t{0x4000},
+          uint64_t{0xF0000000}, uint64_t{1} << 27, uint64_t{1} << 32, uint64_t{0xFFFF} << 48}) {
+        const auto info = describe(PixelFormat::YCRCB_420_SP, 64, 64, usage);
+        EXPECT_TRUE(isSupported(info)) << std::hex << usage;
+        EXPECT_NE(RawBuffer(info).raw(), nullptr) << std::hex << usage;
+    }
+}
+
+TEST(Allocator, GivesAsManyBuffersAsAsked) {
+    for (const int32_t count : {0, 1, 5}) {
+        AllocationResult result;
+        ASSERT_TRUE(allocator().allocate2(plain(), count, &result).isOk());
+        EXPECT_EQ(result.buffers.size(), static_cast<size_t>(count));
+        EXPECT_EQ(result.stride, 64);
+    }
+    for (const int32_t count : {-1, INT32_MIN, INT32_MAX}) {
+        AllocationResult result;
+        const auto status = allocator().allocate2(plain(), count, &result);
+        EXPECT_EQ(status.getExceptionCode(), EX_SERVICE_SPECIFIC);
+        EXPECT_NE(status.getServiceSpecificError(), 0);
+    }
+}
+
+TEST(Allocator, RunsOutOfDescriptorsWithoutLosingAny) {
+    const Holdings before = holdings();
+    AllocationResult result;
+    ndk::ScopedAStatus status;
+    {
+        const FewDescriptors few(8);
+        status = allocator().allocate2(plain(), 32, &result);
+    }
+    EXPECT_EQ(status.getServiceSpecificError(),
+              static_cast<int32_t>(AllocationError::NO_RESOURCES));
+    EXPECT_TRUE(result.buffers.empty());
+    EXPECT_EQ(holdings(), before);
+}
+
+TEST(Allocator, CutsANameThatDoesNotEnd) {
+    const Import buffer(plainBut([](auto& info) { info.name.fill('n'); }));
+    EXPECT_EQ(buffer.value<StandardMetadataType::NAME>(), std::string(127, 'n'));
+}
+
+// Both allocators take the bytes that createDescriptor gave, and no others.
+TEST(Allocator, TakesTheDescriptorOfTheHidlMapper) {
+    const auto [error, descriptor] =
+            ask<hidl_vec<uint8_t>>(&IMapper::createDescriptor, describeHidl(plain()));
+    ASSERT_EQ(error, AIMAPPER_ERROR_NONE);
+    for (const size_t cut : {size_t{0}, size_t{1}, descriptor.size()}) {
+        const std::vector<uint8_t> whole = descriptor;
+        const std::vector<uint8_t> bytes(whole.begin(), whole.end() - static_cast<long>(cut));
+        const bool isGood = cut == 0;
+        AllocationResult result;
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+        const auto status = allocator().allocate(bytes, 1, &result);
+#pragma GCC diagnostic pop
+        EXPECT_EQ(status.getExceptionCode(), isGood ? EX_NONE : EX_SERVICE_SPECIFIC);
+        EXPECT_EQ(status.getServiceSpecificError(), 0) << "BAD_DESCRIPTOR is 0";
+        EXPECT_EQ(result.buffers.size(), isGood ? 1U : 0U);
+        HidlAllocator::getService()->allocate(
+                bytes, 2, [&](Error error, uint32_t stride, const hidl_vec<hidl_handle>& buffers) {
+                    EXPECT_EQ(error, isGood ? Error::NONE : Error::BAD_DESCRIPTOR);
+                    EXPECT_EQ(stride, isGood ? 64U : 0U);
+                    EXPECT_EQ(buffers.size(), isGood ? 2U : 0U);
+                });
+    }
+}
+
+TEST(HidlMapperAlone, ReadsAndPredictsAndDumpsWhatTheStableMapperReads) {
+    const auto [error, list] =
+            ask<hidl_vec<IMapper::MetadataTypeDescription>>(&IMapper::listSupportedMetadataTypes);
+    EXPECT_EQ(list.size(), 25U);
+    for (const int32_t format : {0x1, 0x11, 0x14, 0x20, 0x22, 0x25, 0x32315659}) {
+        auto info = describe(format, 1921, 1083);
+        info.name = {'h', 'i', 'd', 'l'};
+        const Import buffer(info);
+        const auto dump =
+                std::get<1>(ask<IMapper::BufferDump>(&IMapper::dumpBuffer, hidl(buffer.get())));
+        ASSERT_EQ(dump.metadataDump.size(), list.size());
+        for (size_t i = 0; i < list.size(); ++i) {
+            const IMapper::MetadataType& type = list[i].metadataType;
+            SCOPED_TRACE(testing::Message() << std::hex << format << " " << type.value);
+            const hidl_vec<uint8_t> value = buffer.bytes(type.name.c_str(), type.value);
+            const auto read = ask<hidl_vec<uint8_t>>(&IMapper::get, hidl(buffer.get()), type);
+            EXPECT_EQ(read, std::tuple(AIMAPPER_ERROR_NONE, value));
+            EXPECT_EQ(dump.metadataDump[i].metadata, value);
+            const bool isId = type.value == 1;
+            EXPECT_EQ(ask<hidl_vec<uint8_t>>(&IMapper::getFromBufferDescriptorInfo,
+                                             describeHidl(info), type),
+                      isId ? std::tuple(AIMAPPER_ERROR_UNSUPPORTED, hidl_vec<uint8_t>()) : read);
+            EXPECT_EQ(list[i].isSettable, type.value > 16 && type.value != 23);
+        }
+    }
+}
+
+TEST(DefaultServices, AreMissingWhileTheyAreSwitchedOff) {
+    const auto allocatorBinder = [] {
+        return ndk::SpAIBinder(AServiceManager_checkService(kAllocatorName));
+    };
+    setenv("ZELKCAM_HOST_SERVICES", "none", 1);
+    EXPECT_EQ(allocatorBinder().get(), nullptr);
+    EXPECT_EQ(IMapper::getService(), nullptr);
+    EXPECT_EQ(HidlAllocator::getService(), nullptr);
+    unsetenv("ZELKCAM_HOST_SERVICES");
+    EXPECT_NE(allocatorBinder().get(), nullptr);
+    EXPECT_NE(IMapper::getService(), nullptr);
+    EXPECT_NE(HidlAllocator::getService(), nullptr);
+}
+
+// What a device may decide is bounded by the bytes that a buffer has for telling it.
+TEST(ConstantMetadata, OfALayoutThatTakesTooManyBytesIsNone) {
+    host::gralloc::Plane plane{};
+    for (int i = 0; i < 4; ++i) {
+        plane.components.add({host::gralloc::PlaneLayoutComponentType::Y, 0, 8});
+    }
+    host::gralloc::Layout layout;
+    EXPECT_TRUE(host::gralloc::encodeConstants({}, layout, 1));
+    for (int i = 0; i < 4; ++i) {
+        layout.planes.add(plane);
+    }
+    EXPECT_FALSE(host::gralloc::encodeConstants({}, layout, 1));
+}
+
+}  // namespace
+}  // namespace zelkcam::test
