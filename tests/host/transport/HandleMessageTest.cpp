@@ -27,69 +27,53 @@ struct Shape {
     std::vector<int> ints;
 };
 
-void expectRoundTrip(const Shape& shape) {
-    const Connection connection;
-    const OwnedHandle sent(newHandle(shape.numFds, shape.ints));
-    ASSERT_EQ(sendHandle(connection.sender.get(), sent.get()), 0);
-
-    const auto result = receiveHandle(connection.receiver.get());
-    ASSERT_TRUE(result.ok()) << result.error;
-    const OwnedHandle received(result.value);
-    ASSERT_EQ(received->numFds, sent->numFds);
-    EXPECT_EQ(received.ints(), shape.ints);
-    for (int i = 0; i < sent->numFds; ++i) {
-        EXPECT_NE(received->data[i], sent->data[i]);
-        EXPECT_EQ(inodeOf(received->data[i]), inodeOf(sent->data[i])) << "descriptor " << i;
-        EXPECT_EQ(fcntl(received->data[i], F_GETFD), FD_CLOEXEC);
-    }
-}
-
-TEST(Transport, GivesAHandleOfItsOwnOnTheSameFiles) {
+TEST(Transport, GivesHandlesOfItsOwnOnTheSameFilesInTheirOrder) {
     std::vector<int> most(host::kMaxTransportInts);
     std::iota(most.begin(), most.end(), INT_MIN);
-    for (const Shape& shape : {Shape{2, {1, -1, INT_MAX, INT_MIN}}, Shape{0, {}}, Shape{0, {7}},
-                               Shape{1, {}}, Shape{host::kMaxTransportFds, most}}) {
-        expectRoundTrip(shape);
-    }
-}
-
-TEST(Transport, KeepsSuccessiveHandlesApartAndOutlivesTheSendersCopy) {
     const Connection connection;
-    ino_t inodes[3];
-    for (int i = 0; i < 3; ++i) {
-        const OwnedHandle sent(newHandle(1, {i, i}));
-        inodes[i] = inodeOf(sent->data[0]);
+    std::vector<ino_t> inodes;
+    const Shape shapes[] = {
+            {2, {1, -1, INT_MAX, INT_MIN}}, {0, {}}, {1, {}}, {host::kMaxTransportFds, most}};
+    for (const Shape& shape : shapes) {
+        const OwnedHandle sent(newHandle(shape.numFds, shape.ints));
         ASSERT_EQ(sendHandle(connection.sender.get(), sent.get()), 0);
+        std::transform(sent->data, sent->data + shape.numFds, std::back_inserter(inodes), inodeOf);
     }
-    for (int i = 0; i < 3; ++i) {
+    size_t next = 0;
+    for (const Shape& shape : shapes) {
         const auto result = receiveHandle(connection.receiver.get());
-        ASSERT_TRUE(result.ok());
+        ASSERT_TRUE(result.ok()) << result.error;
         const OwnedHandle received(result.value);
-        EXPECT_EQ(received.ints(), (std::vector<int>{i, i}));
-        EXPECT_EQ(inodeOf(received->data[0]), inodes[i]);
+        ASSERT_EQ(received->numFds, shape.numFds);
+        EXPECT_EQ(received.ints(), shape.ints);
+        for (int i = 0; i < shape.numFds; ++i) {
+            EXPECT_EQ(inodeOf(received->data[i]), inodes[next++]) << "descriptor " << i;
+            EXPECT_EQ(fcntl(received->data[i], F_GETFD), FD_CLOEXEC);
+        }
     }
 }
 
 TEST(Transport, SendsNothingOfAHandleThatIsNone) {
     const Connection connection;
-    const OwnedHandle large(newHandle(host::kMaxTransportFds + 1, {}));
-    EXPECT_EQ(sendHandle(connection.sender.get(), nullptr), -EINVAL);
-    EXPECT_EQ(sendHandle(connection.sender.get(), large.get()), -EINVAL);
-    const struct {
-        int version, numFds, numInts;
-    } shapes[] = {{11, 0, 0}, {12, -1, 0}, {12, 0, INT_MIN}, {12, 0, host::kMaxTransportInts + 1}};
-    for (const auto& [version, numFds, numInts] : shapes) {
+    const auto send = [&](const native_handle_t* handle) {
+        return sendHandle(connection.sender.get(), handle);
+    };
+    EXPECT_EQ(send(nullptr), -EINVAL);
+    EXPECT_EQ(send(OwnedHandle(newHandle(host::kMaxTransportFds + 1, {})).get()), -EINVAL);
+    for (const auto& [version, numFds, numInts] : {std::tuple(11, 0, 0),
+                                                   {12, -1, 0},
+                                                   {12, 0, INT_MIN},
+                                                   {12, 0, host::kMaxTransportInts + 1}}) {
         const native_handle_t handle{
                 .version = version, .numFds = numFds, .numInts = numInts, .data = {}};
-        EXPECT_EQ(sendHandle(connection.sender.get(), &handle), -EINVAL);
+        EXPECT_EQ(send(&handle), -EINVAL);
     }
     const OwnedHandle closed(newHandle(2, {}));
     close(std::exchange(closed->data[1], -1));
-    EXPECT_EQ(sendHandle(connection.sender.get(), closed.get()), -EBADF);
+    EXPECT_EQ(send(closed.get()), -EBADF);
 
     char byte;
     EXPECT_EQ(recv(connection.receiver.get(), &byte, 1, MSG_DONTWAIT), -1);
-    EXPECT_EQ(errno, EAGAIN);
 }
 
 TEST(Transport, AnswersAPeerThatHasGoneWithoutASignal) {
@@ -159,20 +143,16 @@ void expectRefused(const BadMessage& bad) {
 const BadMessage kBadMessages[] = {
         {"Nothing", {}, -ECONNRESET},
         {"WrongMagic", {{{kMagic + 1, kVersion, 1, 1, 5}, 1}}},
-        {"OlderVersion", {{{kMagic, kVersion - 1, 1, 1, 5}, 1}}, -EPROTONOSUPPORT},
         {"NewerVersion", {{{kMagic, kVersion + 1, 1, 1, 5}, 1}}, -EPROTONOSUPPORT},
         {"NoDescriptors", {{{kMagic, kVersion, 2, 1, 5}}}},
         {"MoreDescriptorsThanAnnounced", {{{kMagic, kVersion, 1, 1, 5}, 3}}},
-        {"DescriptorsBeyondTheLimit", {{{kMagic, kVersion, 17, 1, 5}, 17}}},
         {"DescriptorsFarBeyondTheLimit", {{{kMagic, kVersion, 1, 1, 5}, 64}}},
         {"CountOfDescriptorsNegative", {{{kMagic, kVersion, 0xffffffff, 1, 5}, 1}}},
-        {"CountOfDescriptorsWraps", {{{kMagic, kVersion, 0x80000001, 1, 5}, 1}}},
         {"CountOfIntsNegative", {{{kMagic, kVersion, 1, 0xffffffff, 5}, 1}}},
         {"CountOfIntsWraps", {{{kMagic, kVersion, 1, 0x40000001, 5}, 1}}},
         {"CountOfIntsBeyondTheLimit",
          {{{kMagic, kVersion, 1, 1025}, 1}, {std::vector<uint32_t>(1025)}}},
         {"HeaderCut", {{{kMagic, kVersion, 1, 1}, 1, 1}}, -ECONNRESET},
-        {"OneByteOnly", {{{kMagic}, 1, 3}}, -ECONNRESET},
         {"IntsMissing", {{{kMagic, kVersion, 1, 1}, 1}}, -ECONNRESET},
         {"DescriptorsWithTheInts", {{{kMagic, kVersion, 1, 1}, 1}, {{5}, 1}}},
         {"DescriptorsTwice", {{{kMagic, kVersion}, 1}, {{1, 1, 5}, 1}}},

@@ -1,5 +1,4 @@
 #include <sys/un.h>
-#include <sys/wait.h>
 
 #include <csignal>
 #include <cstring>
@@ -27,28 +26,6 @@ class SocketTest : public testing::Test {
 
     fs::path mFolder, mPath;
 };
-
-TEST_F(SocketTest, AnotherProcessWritesIntoTheBufferItWasSent) {
-    auto listener = listenAt(mPath);
-    ASSERT_TRUE(listener.ok()) << listener.error;
-    const OwnedHandle sent(newHandle(1, {11, 12}));
-    ASSERT_EQ(ftruncate(sent->data[0], 4), 0);
-    const pid_t peer = fork();
-    if (peer == 0) {
-        const auto socket = connectTo(mPath);
-        const auto result = host::receiveHandle(socket.value.get());
-        _exit(result.ok() && pwrite(result.value->data[0], "back", 4, 0) == 4 ? 0 : 1);
-    }
-    const auto connection = listener.value.accept();
-    ASSERT_TRUE(connection.ok());
-    EXPECT_EQ(host::sendHandle(connection.value.get(), sent.get()), 0);
-    int status = -1;
-    ASSERT_EQ(waitpid(peer, &status, 0), peer);
-    EXPECT_EQ(status, 0);
-    char bytes[5] = {};
-    EXPECT_EQ(pread(sent->data[0], bytes, 4, 0), 4);
-    EXPECT_STREQ(bytes, "back");
-}
 
 TEST_F(SocketTest, TheFileIsTheOwnersAloneAndGoesWithTheListener) {
     const Holdings before = holdings();

@@ -104,10 +104,9 @@ TransportResult<TransportSocket> connectTo(const std::string& path);
 //
 //   -ECONNRESET       the peer closed the connection before or within a message
 //   -EPROTONOSUPPORT  a message of another version
-//   -EBADMSG          not such a message: wrong magic, counts beyond the limits, descriptors more
-//   or
-//                     fewer than announced or of another kind (also when this process cannot hold
-//                     more descriptors)
+//   -EBADMSG          not such a message: wrong magic, counts beyond the limits, more or fewer
+//                     descriptors than announced, ancillary data of another kind; also when this
+//                     process cannot hold more descriptors
 //   other             what the socket reports, -EAGAIN for a time-out among it
 TransportResult<native_handle_t*> receiveHandle(int socket);
 
