@@ -13,7 +13,7 @@ if(CMAKE_CROSSCOMPILING)
         "EMULATOR=${emulator}" "LINKER_FLAGS=${CMAKE_EXE_LINKER_FLAGS}")
 endif()
 
-foreach(case install find_package pkg_config headers documents tool)
+foreach(case install find_package pkg_config headers documents sharing tool)
     add_test(NAME consumer.${case}
         COMMAND sh ${CMAKE_CURRENT_LIST_DIR}/consumer.sh ${case})
     set_tests_properties(consumer.${case} PROPERTIES

@@ -1,7 +1,7 @@
 #!/bin/sh
 # Uses the library as another project would: from an installed prefix that has been moved since.
 #
-#   consumer.sh install|find_package|pkg_config|headers|documents|tool
+#   consumer.sh install|find_package|pkg_config|headers|documents|sharing|tool
 #
 # Environment: TREE, BUILD (a configured and built tree), WORK, CXX; for a cross build TOOLCHAIN,
 # EMULATOR and SYSROOT as well.
@@ -72,19 +72,42 @@ headers() {
     fi
 }
 
-# Every ```cpp block of docs/clients.md is a whole program that compiles, runs and ends with 0.
-documents() {
-    rm -rf "$WORK/documents"
-    mkdir -p "$WORK/documents"
-    awk -v folder="$WORK/documents" '
+# cut_out PAGE: its ```cpp blocks, each a whole program, as $WORK/PAGE/example<N>.cpp.
+cut_out() {
+    rm -rf "${WORK:?}/$1"
+    mkdir -p "$WORK/$1"
+    awk -v folder="$WORK/$1" '
         /^```cpp$/ { block++; inside = 1; next }
         /^```$/ { inside = 0 }
-        inside { print > (folder "/example" block ".cpp") }' "$TREE/docs/clients.md"
-    for example in "$WORK"/documents/*.cpp; do
-        echo "$(basename "$example"):"
+        inside { print > (folder "/example" block ".cpp") }' "$TREE/docs/$1.md"
+    for example in "$WORK/$1"/*.cpp; do
         compile "$example" "${example%.cpp}"
+    done
+}
+
+# The examples of one page run and end with 0, each by itself.
+documents() {
+    cut_out clients
+    for example in "$WORK"/clients/*.cpp; do
+        echo "$(basename "$example"):"
         run "${example%.cpp}"
     done
+}
+
+# Those of the other are two processes that share a buffer.
+sharing() {
+    cut_out sharing-buffers
+    socket=$(mktemp -u)
+    run "$WORK/sharing-buffers/example1" "$socket" &
+    giver=$!
+    trap 'kill $giver 2>/dev/null || true' EXIT
+    until [ -S "$socket" ]; do
+        kill -0 $giver
+        sleep 0.1
+    done
+    run "$WORK/sharing-buffers/example2" "$socket"
+    wait $giver
+    [ ! -e "$socket" ]
 }
 
 tool() {
@@ -95,6 +118,6 @@ tool() {
 
 case $1 in
 install) install_package ;;
-find_package | pkg_config | headers | documents | tool) $1 ;;
+find_package | pkg_config | headers | documents | sharing | tool) $1 ;;
 *) exit 2 ;;
 esac
