@@ -14,15 +14,8 @@ using HidlAllocator = android::hardware::graphics::allocator::V4_0::IAllocator;
 
 constexpr char kDataspaceOption[] = "android.hardware.graphics.common.Dataspace";
 
-template <typename Change>
-BufferDescriptorInfo plainBut(Change change) {
-    BufferDescriptorInfo info = describe(PixelFormat::RGBA_8888, 64, 64);
-    change(info);
-    return info;
-}
-
 BufferDescriptorInfo plain() {
-    return plainBut([](auto&) {});
+    return describe(PixelFormat::RGBA_8888, 64, 64);
 }
 
 bool isSupported(const BufferDescriptorInfo& info) {
@@ -31,8 +24,7 @@ bool isSupported(const BufferDescriptorInfo& info) {
     return supported;
 }
 
-void expectRefused(const BufferDescriptorInfo& info, const char* what) {
-    SCOPED_TRACE(what);
+void expectRefused(const BufferDescriptorInfo& info) {
     AllocationResult result;
     const auto status = allocator().allocate2(info, 1, &result);
     EXPECT_EQ(status.getExceptionCode(), EX_SERVICE_SPECIFIC);
@@ -41,9 +33,7 @@ void expectRefused(const BufferDescriptorInfo& info, const char* what) {
     EXPECT_FALSE(isSupported(info));
 }
 
-void expectRefusedByHidl(const BufferDescriptorInfo& info, AIMapper_Error wanted,
-                         const char* what) {
-    SCOPED_TRACE(what);
+void expectRefusedByHidl(const BufferDescriptorInfo& info, AIMapper_Error wanted) {
     const auto [error, descriptor] =
             ask<hidl_vec<uint8_t>>(&IMapper::createDescriptor, describeHidl(info));
     EXPECT_EQ(error, wanted);
@@ -53,64 +43,59 @@ void expectRefusedByHidl(const BufferDescriptorInfo& info, AIMapper_Error wanted
 }
 
 TEST(Request, ThatCannotBeServedIsRefused) {
-    using Info = BufferDescriptorInfo;
     const struct {
         const char* what;
-        void (*change)(Info&);
-        AIMapper_Error hidl;
+        int32_t format, width, height, layers;
+        uint64_t usage;
+        int64_t reserved;
+        AIMapper_Error hidl = AIMAPPER_ERROR_UNSUPPORTED;
     } cases[] = {
-            {"zero width", [](Info& info) { info.width = 0; }, AIMAPPER_ERROR_BAD_VALUE},
-            {"zero height", [](Info& info) { info.height = 0; }, AIMAPPER_ERROR_BAD_VALUE},
-            {"no layer", [](Info& info) { info.layerCount = 0; }, AIMAPPER_ERROR_BAD_VALUE},
-            {"two layers", [](Info& info) { info.layerCount = 2; }, AIMAPPER_ERROR_UNSUPPORTED},
-            {"unspecified format", [](Info& info) { info.format = PixelFormat::UNSPECIFIED; },
-             AIMAPPER_ERROR_UNSUPPORTED},
-            {"unknown format", [](Info& info) { info.format = static_cast<PixelFormat>(0x7777); },
-             AIMAPPER_ERROR_UNSUPPORTED},
-            {"negative dimensions", [](Info& info) { info.width = info.height = -1; },
-             AIMAPPER_ERROR_UNSUPPORTED},
-            {"size beyond 31 bits", [](Info& info) { info.width = info.height = 1 << 15; },
-             AIMAPPER_ERROR_UNSUPPORTED},
-            {"product beyond 64 bits", [](Info& info) { info.width = info.height = INT32_MAX; },
-             AIMAPPER_ERROR_UNSUPPORTED},
-            {"product that wraps to zero",
-             [](Info& info) {
-                 info.format = PixelFormat::RGBA_FP16;
-                 info.width = INT32_MAX;
-                 info.height = 1 << 30;
-             },
-             AIMAPPER_ERROR_UNSUPPORTED},
-            {"negative reserved size", [](Info& info) { info.reservedSize = -1; },
-             AIMAPPER_ERROR_UNSUPPORTED},
-            {"huge reserved size", [](Info& info) { info.reservedSize = int64_t{1} << 40; },
-             AIMAPPER_ERROR_UNSUPPORTED},
+            {"zero width", 0x1, 0, 64, 1, 0x33, 0, AIMAPPER_ERROR_BAD_VALUE},
+            {"zero height", 0x1, 64, 0, 1, 0x33, 0, AIMAPPER_ERROR_BAD_VALUE},
+            {"no layer", 0x1, 64, 64, 0, 0x33, 0, AIMAPPER_ERROR_BAD_VALUE},
+            {"two layers", 0x1, 64, 64, 2, 0x33, 0},
+            {"unspecified format", 0, 64, 64, 1, 0x33, 0},
+            {"unknown format", 0x7777, 64, 64, 1, 0x33, 0},
+            {"negative dimensions", 0x1, -1, -1, 1, 0x33, 0},
+            {"size beyond 31 bits", 0x1, 1 << 15, 1 << 15, 1, 0x33, 0},
+            {"product beyond 64 bits", 0x1, INT32_MAX, INT32_MAX, 1, 0x33, 0},
+            {"product that wraps to zero", 0x16, INT32_MAX, 1 << 30, 1, 0x33, 0},
+            {"negative reserved size", 0x1, 64, 64, 1, 0x33, -1},
+            {"huge reserved size", 0x1, 64, 64, 1, 0x33, int64_t{1} << 40},
+            {"usage bit 10", 0x1, 64, 64, 1, 1 << 10, 0},
+            {"usage bit 13", 0x1, 64, 64, 1, 1 << 13, 0},
+            {"usage bit 19", 0x1, 64, 64, 1, 1 << 19, 0},
+            {"usage bit 21", 0x1, 64, 64, 1, 1 << 21, 0},
+            {"usage bit 33", 0x1, 64, 64, 1, uint64_t{1} << 33, 0},
+            {"usage bit 47", 0x1, 64, 64, 1, uint64_t{1} << 47, 0},
     };
     const Holdings before = holdings();
-    for (const auto& [what, change, hidlError] : cases) {
-        expectRefused(plainBut(change), what);
-        expectRefusedByHidl(plainBut(change), hidlError, what);
-    }
-    for (const int bit : {10, 13, 19, 21, 33, 40, 47}) {
-        const auto info = describe(0x1, 64, 64, kReadWriteOften | uint64_t{1} << bit);
-        expectRefused(info, "usage bit that must be zero");
-        expectRefusedByHidl(info, AIMAPPER_ERROR_UNSUPPORTED, "usage bit that must be zero");
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.what);
+        auto info = describe(each.format, each.width, each.height, each.usage);
+        info.layerCount = each.layers;
+        info.reservedSize = each.reserved;
+        expectRefused(info);
+        expectRefusedByHidl(info, each.hidl);
     }
     EXPECT_EQ(holdings(), before);
 }
 
 TEST(Request, PresetsTheDataspaceByTheOneOptionThatIsKnown) {
     const auto with = [](const char* name, int64_t value) {
-        return plainBut([&](auto& info) { info.additionalOptions.push_back({name, value}); });
+        auto info = plain();
+        info.additionalOptions.push_back({name, value});
+        return info;
     };
     const auto value = static_cast<int64_t>(Dataspace::DISPLAY_P3);
     EXPECT_TRUE(isSupported(with(kDataspaceOption, value)));
     EXPECT_EQ(Import(with(kDataspaceOption, value)).value<StandardMetadataType::DATASPACE>(),
               Dataspace::DISPLAY_P3);
-    expectRefused(with("android.hardware.graphics.common.DataSpace", value), "unknown option");
-    expectRefused(with(kDataspaceOption, value | int64_t{1} << 32), "more than 32 bits");
+    expectRefused(with("android.hardware.graphics.common.DataSpace", value));
+    expectRefused(with(kDataspaceOption, value | int64_t{1} << 32));
     auto both = with(kDataspaceOption, value);
     both.additionalOptions.push_back({"other", 1});
-    expectRefused(both, "an unknown option beside the known one");
+    expectRefused(both);
 }
 
 TEST(Request, MayHaveTheUsagesOfCameraAndVendors) {
@@ -153,8 +138,9 @@ TEST(Allocator, RunsOutOfDescriptorsWithoutLosingAny) {
 }
 
 TEST(Allocator, CutsANameThatDoesNotEnd) {
-    const Import buffer(plainBut([](auto& info) { info.name.fill('n'); }));
-    EXPECT_EQ(buffer.value<StandardMetadataType::NAME>(), std::string(127, 'n'));
+    auto info = plain();
+    info.name.fill('n');
+    EXPECT_EQ(Import(info).value<StandardMetadataType::NAME>(), std::string(127, 'n'));
 }
 
 // Both allocators take the bytes that createDescriptor gave, and no others.
