@@ -1,4 +1,4 @@
-// What the facade and the mapper backend add to a CPU lock.
+// What the helper and MapperV5 add to a CPU lock.
 #include <unistd.h>
 
 #include "bench/Compare.h"
@@ -19,7 +19,7 @@ Buffer lockable(int32_t format) {
     return Buffer(describe(format, kWidth, kHeight, kReadWriteOften));
 }
 
-void facadeLock(auto&& measure) {
+void helperLock(auto&& measure) {
     const Buffer buffer = lockable(HAL_PIXEL_FORMAT_BLOB);
     auto* const helper = NSCam::IGrallocHelper::singleton();
     measure([&] {
@@ -101,7 +101,7 @@ void compareYcbcrLock(const std::string& row, int32_t format,
 
 void registerBufferOperations() {
     compare(
-            "lock_unlock", [](auto&& measure) { facadeLock(measure); },
+            "lock_unlock", [](auto&& measure) { helperLock(measure); },
             [](auto&& measure) { directLock(measure); });
     compare(
             "mapper_lock_unlock", [](auto&& measure) { mapperV5Lock(measure); },

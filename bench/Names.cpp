@@ -46,6 +46,13 @@ class Text {
         mLength += Size - 1;
     }
 
+    template <size_t Size>
+    void appendIf(bool wanted, const char (&piece)[Size]) {
+        if (wanted) {
+            append(piece);
+        }
+    }
+
     void appendHex(uint32_t code) {
         append("0x");
         mLength = static_cast<size_t>(
@@ -65,54 +72,24 @@ constexpr int kEveryUsage = 0x28071F33;
 String8 usageByItsBits(uint32_t usage) {
     Text text;
     text.append("0");
-    if ((usage & 0xF) == 0x2) {
-        text.append("|SW_READ_RARELY");
-    }
-    if ((usage & 0xF) == 0x3) {
-        text.append("|SW_READ_OFTEN");
-    }
-    if ((usage & 0xF0) == 0x20) {
-        text.append("|SW_WRITE_RARELY");
-    }
-    if ((usage & 0xF0) == 0x30) {
-        text.append("|SW_WRITE_OFTEN");
-    }
-    if ((usage & 0x60000) == 0x20000) {
-        text.append("|HW_CAMERA_WRITE");
-    }
-    if ((usage & 0x60000) == 0x40000) {
-        text.append("|HW_CAMERA_READ");
-    }
-    if ((usage & 0x60000) == 0x60000) {
-        text.append("|HW_CAMERA_ZSL");
-    }
+    text.appendIf((usage & 0xF) == 0x2, "|SW_READ_RARELY");
+    text.appendIf((usage & 0xF) == 0x3, "|SW_READ_OFTEN");
+    text.appendIf((usage & 0xF0) == 0x20, "|SW_WRITE_RARELY");
+    text.appendIf((usage & 0xF0) == 0x30, "|SW_WRITE_OFTEN");
+    text.appendIf((usage & 0x60000) == 0x20000, "|HW_CAMERA_WRITE");
+    text.appendIf((usage & 0x60000) == 0x40000, "|HW_CAMERA_READ");
+    text.appendIf((usage & 0x60000) == 0x60000, "|HW_CAMERA_ZSL");
     if ((usage & 0x71F00) == 0) {
         return text.text();
     }
-    if ((usage & 0x100) != 0) {
-        text.append("|HW_TEXTURE");
-    }
-    if ((usage & 0x200) != 0) {
-        text.append("|HW_RENDER");
-    }
-    if ((usage & 0x400) != 0) {
-        text.append("|HW_2D");
-    }
-    if ((usage & 0x800) != 0) {
-        text.append("|HW_COMPOSER");
-    }
-    if ((usage & 0x1000) != 0) {
-        text.append("|HW_FB");
-    }
-    if ((usage & 0x10000) != 0) {
-        text.append("|HW_VIDEO_ENCODER");
-    }
-    if ((usage & 0x8000000) != 0) {
-        text.append("|HW_IMAGE_ENCODER");
-    }
-    if ((usage & 0x20000000) != 0) {
-        text.append("|SMVR");
-    }
+    text.appendIf((usage & 0x100) != 0, "|HW_TEXTURE");
+    text.appendIf((usage & 0x200) != 0, "|HW_RENDER");
+    text.appendIf((usage & 0x400) != 0, "|HW_2D");
+    text.appendIf((usage & 0x800) != 0, "|HW_COMPOSER");
+    text.appendIf((usage & 0x1000) != 0, "|HW_FB");
+    text.appendIf((usage & 0x10000) != 0, "|HW_VIDEO_ENCODER");
+    text.appendIf((usage & 0x8000000) != 0, "|HW_IMAGE_ENCODER");
+    text.appendIf((usage & 0x20000000) != 0, "|SMVR");
     return text.text();
 }
 

@@ -24,7 +24,7 @@ ROWS = [
     ("hit_fresh", "cache hit, fresh record", 1.3),
     ("miss", "cache miss", 1.05),
     ("closed_debug", "closed debug statement", None),
-    ("lock_unlock", "lock and unlock through the facade", 1.10),
+    ("lock_unlock", "lock and unlock through the helper", 1.10),
     ("mapper_lock_unlock", "lock and unlock through `MapperV5`", 1.10),
     ("ycbcr_lock", "YCbCr lock through `MapperV5`", 1.10),
     ("ycbcr_lock_stack", "the same, floor reads through the stack", None),
