@@ -59,6 +59,9 @@ const UnusableCase kUnusable[] = {
         {{"share", "NV12", "64x64"}, "grallocinfo share FORMAT WIDTHxHEIGHT SOCKET-PATH"},
         {{"share", "NV12", "64x64", "/nonexistent/socket"}, "a path for a new socket"},
         {{"share", "NV12", "64x64", std::string(200, 's')}, "a path for a new socket"},
+        {{"run"}, "grallocinfo run PROGRAM"},
+        {{"run", "--profile", "/nonexistent/profile", "--", "true"}, "or a file"},
+        {{"run", "--", "/nonexistent/program"}, "a program and its arguments"},
         {{"attach", "/nonexistent/socket"}, "one that a buffer is served at"},
         {{"attach", "/nonexistent/socket", "--fill", "plaid"}, "bars|ramp|checker"},
         {{"attach", "s", "--fill", "bars", "--png", "p"}, "grallocinfo attach SOCKET-PATH"},
@@ -161,7 +164,7 @@ TEST(CommandLine, TheLibrarysWarningsAreKeptBackUnlessVerbose) {
 
 TEST(CommandLine, HelpAndVersionAreDataAndEveryHelpHasExamples) {
     for (const char* const command :
-         {"query", "formats", "name", "diff", "watch", "share", "attach"}) {
+         {"query", "formats", "name", "diff", "watch", "share", "attach", "run"}) {
         SCOPED_TRACE(command);
         const Outcome outcome = runTool({command, "--help"});
         EXPECT_EQ(outcome.status, 0);

@@ -17,9 +17,11 @@ void addWatch(CLI::App& program);
 // Passing a buffer to another process needs what only some builds have: the build picks the files.
 void addShare(CLI::App& program);
 void addAttach(CLI::App& program);
+// So does running a program on the host platform.
+void addRun(CLI::App& program);
 
-// A word such as -5 would be taken for an option by the parser. It is handed over with this in
-// front, which addText takes off again.
+// A word such as -5 would be taken for an option by the parser, and [a,b] for a list. It is handed
+// over with this in front, which addText takes off again.
 inline constexpr char kNegativeGuard = ' ';
 
 // An argument or, when `name` begins with dashes, an option that takes one text.

@@ -1,4 +1,5 @@
-// grallocinfo share and attach where a buffer cannot be passed over a socket: there binder does it.
+// grallocinfo share, attach and run where there is no host platform. A device has profiles and
+// checks of its own, and buffers travel by binder there.
 #include "tools/grallocinfo/Commands.h"
 #include "tools/grallocinfo/Failure.h"
 
@@ -12,8 +13,8 @@ void addUnavailable(CLI::App& program, const char* name, const char* help) {
     command->callback([name] {
         throw unusable(
                 std::string(name) +
-                " is not part of this build: expected a command other than share and attach, "
-                "which pass buffers between processes of a Linux workstation only");
+                " is not part of this build: expected a command other than share, attach and run, "
+                "which work on a Linux workstation only");
     });
 }
 
@@ -25,6 +26,10 @@ void addShare(CLI::App& program) {
 
 void addAttach(CLI::App& program) {
     addUnavailable(program, "attach", "Not part of this build");
+}
+
+void addRun(CLI::App& program) {
+    addUnavailable(program, "run", "Not part of this build");
 }
 
 }  // namespace grallocinfo

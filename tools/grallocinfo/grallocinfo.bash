@@ -14,7 +14,8 @@ _grallocinfo_options() {
     watch) echo --json --help ;;
     share) echo --usage --once --json --verbose --help ;;
     attach) echo --json --png --fill --verbose --help ;;
-    *) echo query formats name diff watch share attach --help --version ;;
+    run) echo --profile --help ;;
+    *) echo query formats name diff watch share attach run --help --version ;;
     esac
 }
 
@@ -25,6 +26,7 @@ _grallocinfo_values() {
     --backend) compgen -W "aidl hidl" -- "$2" ;;
     --fill) compgen -W "bars ramp checker" -- "$2" ;;
     --svg | --png) compgen -f -- "$2" ;;
+    --profile) compgen -f -W "all default" -- "$2" ;;
     --usage | --dataspace) ;;
     *) return 1 ;;
     esac
@@ -38,6 +40,8 @@ _grallocinfo() {
     local values
     if values=$(_grallocinfo_values "$before" "$word"); then
         mapfile -t COMPREPLY <<<"$values"
+    elif [[ $command == run && " ${COMP_WORDS[*]:2:COMP_CWORD-2} " == *" -- "* ]]; then
+        mapfile -t COMPREPLY < <(compgen -fc -- "$word")
     elif [[ $word == -* || -z $command ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$(_grallocinfo_options "$command")" -- "$word")
     elif [[ $command == @(query|share) && $COMP_CWORD -eq 2 ]]; then

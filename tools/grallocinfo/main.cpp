@@ -17,11 +17,15 @@ constexpr char kFooter[] =
         "Exit status: 0 when there is an answer; 1 when the library answers a failure; 2 when the\n"
         "arguments are not usable. 'grallocinfo COMMAND --help' shows examples.";
 
+// What follows is not for this program.
+constexpr char kLastOption[] = "--";
+
 bool gJson = false;
 
 // The parser stops at the first word that it cannot use, before it has seen --json.
 bool asksForJson(const std::vector<std::string>& words) {
-    return std::find(words.begin(), words.end(), "--json") != words.end();
+    const auto end = std::find(words.begin(), words.end(), kLastOption);
+    return std::find(words.begin(), end, "--json") != end;
 }
 
 int report(const Failure& failure) {
@@ -81,13 +85,20 @@ Failure parseFailure(const CLI::App& program, const CLI::ParseError& error,
     return unusable(reason + ": expected " + synopsisOf(command));
 }
 
+bool isNegative(const std::string& word) {
+    return word.size() > 1 && word[0] == '-' && word[1] >= '0' && word[1] <= '9';
+}
+
+// The words of a program that is to be run are no business of the parser's.
 std::vector<std::string> wordsOf(int argc, char** argv) {
     std::vector<std::string> words;
+    const bool runs = argc > 1 && std::string(argv[1]) == "run";
+    bool isOurs = true;
     for (int i = 1; i < argc; ++i) {
         const std::string word = argv[i];
-        const bool isNegative =
-                word.size() > 1 && word[0] == '-' && word[1] >= '0' && word[1] <= '9';
-        words.push_back(isNegative ? kNegativeGuard + word : word);
+        const bool guarded = isOurs ? isNegative(word) : runs;
+        words.push_back(guarded ? kNegativeGuard + word : word);
+        isOurs = isOurs && word != kLastOption;
     }
     return words;
 }
@@ -103,6 +114,7 @@ void declare(CLI::App& program) {
     addWatch(program);
     addShare(program);
     addAttach(program);
+    addRun(program);
 }
 
 // Runs the command, or prints the help or the version that was asked for.

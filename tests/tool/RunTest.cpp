@@ -1,0 +1,56 @@
+// Programs run under device profiles.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/tool/Tool.h"
+
+namespace zelkcam::test {
+
+namespace {
+
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::StartsWith;
+
+constexpr char kPrintProfile[] = "echo \"<$ZELKCAM_HOST_PROFILE>\"";
+
+}  // namespace
+
+TEST(Run, GivesTheProgramItsProfileAndPrintsHowEachRunEnded) {
+    const ScratchFolder folder;
+    writeContents(folder / "phone.json", "{}");
+    const std::string phone = folder / "phone.json";
+    const Outcome both = runTool(
+            {"run", "--profile", "default", "--profile", phone, "--", "sh", "-c", kPrintProfile});
+    EXPECT_EQ(both.status, 0) << both.err;
+    EXPECT_THAT(both.out, StartsWith("<default>\n<" + phone + ">\nprofile "));
+    EXPECT_THAT(both.out, HasSubstr("\n" + phone + "  exit 0"));
+    const Outcome inherited =
+            runTool({"run", "--", "sh", "-c", kPrintProfile}, {"ZELKCAM_HOST_PROFILE=mine"});
+    EXPECT_THAT(inherited.out, StartsWith("<mine>\n"));
+}
+
+TEST(Run, FailsWhenOneRunDoes) {
+    const ScratchFolder folder;
+    writeContents(folder / "last", "{}");
+    const Outcome first = runTool({"run", "--profile", "default", "--profile", folder / "last",
+                                   "--", "sh", "-c", "test $ZELKCAM_HOST_PROFILE != default"});
+    EXPECT_EQ(first.status, 1);
+    EXPECT_THAT(first.out, MatchesRegex("profile.*\ndefault +exit 1 .*\n.*/last +exit 0 .*\n"));
+    const Outcome killed = runTool({"run", "--", "sh", "-c", "kill -SEGV $$"});
+    EXPECT_EQ(killed.status, 1);
+    EXPECT_THAT(killed.out, HasSubstr("signal 11 (Segmentation fault)"));
+}
+
+TEST(Run, HandsTheArgumentsOverAsTheyAre) {
+    const Words given{"", "[a,b]", "-5", " -5", "--json", "--", "--help", "a b", "%%"};
+    Words words{"run", "--profile", "all", "--", "printf", "<%s>"};
+    words.insert(words.end(), given.begin(), given.end());
+    std::string expected;
+    for (const std::string& word : given) {
+        expected += "<" + word + ">";
+    }
+    EXPECT_THAT(runTool(words).out, StartsWith(expected + "profile"));
+}
+
+}  // namespace zelkcam::test
