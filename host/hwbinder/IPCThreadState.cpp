@@ -1,61 +1,73 @@
+#include <errno.h>
 #include <unistd.h>
+
+#include <atomic>
 
 #include <hwbinder/IPCThreadState.h>
 
-namespace android {
-namespace hardware {
+#include "host/binder/Threads.h"
 
-// Deletes a thread's object when the thread ends.
-struct ThreadStateOwner {
-    ~ThreadStateOwner();
+namespace android::hardware {
 
-    IPCThreadState* make() {
-        state = new IPCThreadState;
-        return state;
-    }
-
-    IPCThreadState* state = nullptr;
+struct ThreadState {
+    constexpr ThreadState() = default;
+    IPCThreadState object;
+    bool isInUse = false;
 };
 
 namespace {
 
-// Outlives the owner, having no destructor: later destructors of the thread still read it.
-thread_local bool threadEnds = false;
-thread_local ThreadStateOwner owner;
+// Every lock and unlock of a buffer asks for the thread's object, so it costs one read of the
+// thread's storage: the object has no destructor that would have to be registered, is there in
+// static destructors too, and lies at a fixed distance from the thread's pointer.
+constinit thread_local ThreadState gOwn __attribute__((tls_model("initial-exec")));
+
+std::atomic<bool> isShutDown{false};
 
 }  // namespace
 
-ThreadStateOwner::~ThreadStateOwner() {
-    threadEnds = true;
-    delete state;
-}
-
-IPCThreadState::IPCThreadState() : mCallingPid(getpid()), mCallingUid(getuid()) {}
-
-IPCThreadState::~IPCThreadState() = default;
-
 IPCThreadState* IPCThreadState::self() {
-    if (threadEnds) {
+    if (isShutDown.load(std::memory_order_relaxed)) {
         return nullptr;
     }
-    return owner.state != nullptr ? owner.state : owner.make();
+    gOwn.isInUse = true;
+    return &gOwn.object;
 }
 
 IPCThreadState* IPCThreadState::selfOrNull() {
-    return threadEnds ? nullptr : owner.state;
+    return gOwn.isInUse ? self() : nullptr;
 }
 
-// A device's own copy does nothing either as long as the driver is not open, and here is no driver:
-// services run in the caller's process and no command is ever queued.
+void IPCThreadState::shutdown() {
+    isShutDown = true;
+}
+
+sp<ProcessState> IPCThreadState::process() {
+    return ProcessState::self();
+}
+
+// A device's own copy does nothing either as long as the driver is not open, and here is none.
 void IPCThreadState::flushCommands() {}
 
 pid_t IPCThreadState::getCallingPid() const {
-    return mCallingPid;
+    return getpid();
 }
 
 uid_t IPCThreadState::getCallingUid() const {
-    return mCallingUid;
+    return getuid();
 }
 
-}  // namespace hardware
-}  // namespace android
+int64_t IPCThreadState::clearCallingIdentity() {
+    return static_cast<int64_t>(getuid()) << 32 | getpid();
+}
+
+int IPCThreadState::setupPolling(int* fd) {
+    *fd = -1;
+    return -EBADF;
+}
+
+void IPCThreadState::joinThreadPool(bool /*isMain*/) {
+    zelkcam::host::blockForEver();
+}
+
+}  // namespace android::hardware
