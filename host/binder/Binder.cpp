@@ -4,10 +4,14 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <functional>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include <android/binder_ibinder_platform.h>
+#include <android/binder_shell.h>
 #include <android/binder_stability.h>
 #include <android/log.h>
 
@@ -25,6 +29,8 @@ struct AIBinder {
     std::atomic<int32_t> strong = 1;
     // Who needs this record: every weak reference, and the strong ones together as one.
     std::atomic<int32_t> holders = 1;
+    std::mutex mutex{};             // guards extension
+    AIBinder* extension = nullptr;  // with a strong reference
 };
 
 struct AIBinder_Weak {
@@ -33,6 +39,7 @@ struct AIBinder_Weak {
 
 struct AIBinder_DeathRecipient {
     AIBinder_DeathRecipient_onBinderDied onBinderDied;
+    std::atomic<AIBinder_DeathRecipient_onBinderUnlinked> onUnlinked = nullptr;
 };
 
 namespace zelkcam::host {
@@ -66,6 +73,9 @@ void release(AIBinder* binder) {
         return;
     }
     binder->clazz->onDestroy(binder->userData);
+    if (binder->extension != nullptr) {
+        release(binder->extension);
+    }
     dropHolder(binder);
 }
 
@@ -90,11 +100,21 @@ AIBinder_Class* AIBinder_Class_define(const char* interfaceDescriptor,
 }
 
 void AIBinder_Class_setOnDump(AIBinder_Class* clazz, AIBinder_onDump onDump) {
-    clazz->onDump = onDump;
+    required(clazz, "class")->onDump = onDump;
+}
+
+// Nobody sends shell commands or interface tokens.
+void AIBinder_Class_setHandleShellCommand(AIBinder_Class* clazz,
+                                          AIBinder_handleShellCommand /*handleShellCommand*/) {
+    required(clazz, "class");
+}
+
+void AIBinder_Class_disableInterfaceTokenHeader(AIBinder_Class* clazz) {
+    required(clazz, "class");
 }
 
 const char* AIBinder_Class_getDescriptor(const AIBinder_Class* clazz) {
-    return clazz->descriptor.c_str();
+    return required(clazz, "class")->descriptor.c_str();
 }
 
 AIBinder* AIBinder_new(const AIBinder_Class* clazz, void* args) {
@@ -143,9 +163,12 @@ binder_status_t AIBinder_dump(AIBinder* binder, int fd, const char** args, uint3
 }
 
 binder_status_t AIBinder_linkToDeath(AIBinder* binder, AIBinder_DeathRecipient* recipient,
-                                     void* /*cookie*/) {
+                                     void* cookie) {
     if (binder == nullptr || recipient == nullptr) {
         return STATUS_UNEXPECTED_NULL;
+    }
+    if (const auto onUnlinked = recipient->onUnlinked.load(); onUnlinked != nullptr) {
+        onUnlinked(cookie);
     }
     return STATUS_INVALID_OPERATION;
 }
@@ -165,6 +188,21 @@ uid_t AIBinder_getCallingUid() {
 pid_t AIBinder_getCallingPid() {
     return getpid();
 }
+
+const char* AIBinder_getCallingSid() {
+    return nullptr;
+}
+
+bool AIBinder_isHandlingTransaction() {
+    return false;
+}
+
+// Whose calls are never remote has nothing to set.
+void AIBinder_setRequestingSid(AIBinder* /*binder*/, bool /*requestingSid*/) {}
+
+void AIBinder_setMinSchedulerPolicy(AIBinder* /*binder*/, int /*policy*/, int /*priority*/) {}
+
+void AIBinder_setInheritRt(AIBinder* /*binder*/, bool /*inheritRt*/) {}
 
 bool AIBinder_associateClass(AIBinder* binder, const AIBinder_Class* clazz) {
     return binder != nullptr && clazz != nullptr && binder->clazz == clazz;
@@ -197,6 +235,13 @@ AIBinder_DeathRecipient* AIBinder_DeathRecipient_new(
     return onBinderDied == nullptr ? nullptr : new AIBinder_DeathRecipient{onBinderDied};
 }
 
+void AIBinder_DeathRecipient_setOnUnlinked(AIBinder_DeathRecipient* recipient,
+                                           AIBinder_DeathRecipient_onBinderUnlinked onUnlinked) {
+    if (recipient != nullptr) {
+        recipient->onUnlinked = onUnlinked;
+    }
+}
+
 void AIBinder_DeathRecipient_delete(AIBinder_DeathRecipient* recipient) {
     delete recipient;
 }
@@ -222,6 +267,52 @@ AIBinder* AIBinder_Weak_promote(AIBinder_Weak* weakBinder) {
         return nullptr;
     }
     return weakBinder->binder;
+}
+
+AIBinder_Weak* AIBinder_Weak_clone(const AIBinder_Weak* weak) {
+    return weak == nullptr ? nullptr : AIBinder_Weak_new(weak->binder);
+}
+
+bool AIBinder_lt(const AIBinder* lhs, const AIBinder* rhs) {
+    return std::less<>()(lhs, rhs);
+}
+
+bool AIBinder_Weak_lt(const AIBinder_Weak* lhs, const AIBinder_Weak* rhs) {
+    if (lhs == nullptr || rhs == nullptr) {
+        return std::less<>()(lhs, rhs);
+    }
+    return AIBinder_lt(lhs->binder, rhs->binder);
+}
+
+binder_status_t AIBinder_getExtension(AIBinder* binder, AIBinder** outExt) {
+    if (outExt != nullptr) {
+        *outExt = nullptr;
+    }
+    if (binder == nullptr || outExt == nullptr) {
+        return STATUS_UNEXPECTED_NULL;
+    }
+    const std::lock_guard lock(binder->mutex);
+    if (binder->extension != nullptr) {
+        retain(binder->extension);
+    }
+    *outExt = binder->extension;
+    return STATUS_OK;
+}
+
+binder_status_t AIBinder_setExtension(AIBinder* binder, AIBinder* ext) {
+    if (binder == nullptr || ext == nullptr) {
+        return STATUS_UNEXPECTED_NULL;
+    }
+    retain(ext);
+    AIBinder* replaced = nullptr;
+    {
+        const std::lock_guard lock(binder->mutex);
+        replaced = std::exchange(binder->extension, ext);
+    }
+    if (replaced != nullptr) {
+        release(replaced);
+    }
+    return STATUS_OK;
 }
 
 // How long an interface stays as it is matters to remote callers only.

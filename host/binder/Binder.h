@@ -1,8 +1,9 @@
-// Reference counts of the host's binders, for the rooms of the host platform: these go past the
-// published functions, which a test may replace.
+// What the host platform itself uses of binders: these bypass the published functions, which a
+// test may replace.
 #pragma once
 
 #include <android/binder_ibinder.h>
+#include <android/log.h>
 
 namespace zelkcam::host {
 
@@ -11,5 +12,14 @@ void retain(AIBinder* binder);
 
 // One strong reference less; the last one destroys the user data. `binder` is not null.
 void release(AIBinder* binder);
+
+// The argument of a published function that may not be null; null ends the process.
+template <typename T>
+T* required(T* argument, const char* what) {
+    if (argument == nullptr) {
+        __android_log_assert(nullptr, "binder", "a binder function needs the %s", what);
+    }
+    return argument;
+}
 
 }  // namespace zelkcam::host

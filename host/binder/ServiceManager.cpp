@@ -134,6 +134,21 @@ binder_exception_t AServiceManager_addServiceWithFlags(
     return add(binder, instance);
 }
 
+binder_status_t AServiceManager_registerLazyService(AIBinder* binder, const char* instance) {
+    return add(binder, instance) == EX_NONE ? STATUS_OK : STATUS_UNEXPECTED_NULL;
+}
+
+void AServiceManager_forceLazyServicesPersist(bool /*persist*/) {}
+
+void AServiceManager_setActiveServicesCallback(bool (* /*callback*/)(bool, void*),
+                                               void* /*context*/) {}
+
+bool AServiceManager_tryUnregister() {
+    return false;
+}
+
+void AServiceManager_reRegister() {}
+
 AIBinder* AServiceManager_checkService(const char* instance) {
     return instance == nullptr ? nullptr : ServiceManager::get().check(instance);
 }
@@ -155,24 +170,44 @@ AIBinder* AServiceManager_waitForService(const char* instance) {
     return instance == nullptr ? nullptr : ServiceManager::get().wait(instance);
 }
 
+AServiceManager_NotificationRegistration* AServiceManager_registerForServiceNotifications(
+        const char* instance, AServiceManager_onRegister onRegister, void* /*cookie*/) {
+    required(instance, "instance");
+    required(onRegister, "callback");
+    return nullptr;
+}
+
+void AServiceManager_NotificationRegistration_delete(
+        AServiceManager_NotificationRegistration* notification) {
+    required(notification, "registration");
+}
+
 bool AServiceManager_isDeclared(const char* instance) {
     return instance != nullptr && ServiceManager::get().has(instance);
 }
 
 void AServiceManager_forEachDeclaredInstance(const char* interface, void* context,
                                              void (*callback)(const char*, void*)) {
-    if (interface == nullptr || callback == nullptr) {
-        return;
-    }
-    for (const std::string& instance : ServiceManager::get().instances(interface)) {
+    required(callback, "callback");
+    for (const std::string& instance :
+         ServiceManager::get().instances(required(interface, "interface"))) {
         callback(instance.c_str(), context);
     }
 }
 
+bool AServiceManager_isUpdatableViaApex(const char* /*instance*/) {
+    return false;
+}
+
+void AServiceManager_getUpdatableApexName(const char* instance, void* /*context*/,
+                                          void (*callback)(const char*, void*)) {
+    required(instance, "instance");
+    required(callback, "callback");
+}
+
 void* AServiceManager_openDeclaredPassthroughHal(const char* interface, const char* instance,
                                                  int flag) {
-    if (interface == nullptr || instance == nullptr) {
-        return nullptr;
-    }
-    return openVendorLibrary(std::string(interface) + "." + instance + ".so", flag).handle;
+    const std::string name = std::string(required(interface, "interface")) + "." +
+                             required(instance, "instance") + ".so";
+    return openVendorLibrary(name, flag).handle;
 }

@@ -8,7 +8,7 @@
 
 struct AStatus {
     binder_exception_t exception = EX_NONE;
-    // The service's code or the transport status, as the exception says.
+    // The service's code or the transport status, depending on the exception.
     int32_t code = 0;
     std::string message;
 };

@@ -1,12 +1,13 @@
 // Owners of the binder NDK's objects.
 #pragma once
 
+#include <assert.h>
 #include <errno.h>
 #include <string.h>
 #include <unistd.h>
 
 #include <cstddef>
-#include <ostream>
+#include <iostream>
 #include <string>
 
 #include <android/binder_ibinder.h>

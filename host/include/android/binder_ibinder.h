@@ -56,6 +56,8 @@ typedef binder_status_t (*AIBinder_onDump)(AIBinder* _Nonnull binder, int fd,
                                            const char* _Nonnull* _Nullable args, uint32_t numArgs);
 
 typedef void (*AIBinder_DeathRecipient_onBinderDied)(void* _Nullable cookie);
+// Told once when a link ends, whatever ended it: the place to release the cookie.
+typedef void (*AIBinder_DeathRecipient_onBinderUnlinked)(void* _Nullable cookie);
 
 // A class of binders, which lives as long as the process. Null when an argument is null.
 __attribute__((warn_unused_result))
@@ -66,6 +68,8 @@ AIBinder_Class* _Nullable AIBinder_Class_define(const char* _Nonnull interfaceDe
         __INTRODUCED_IN(29);
 void AIBinder_Class_setOnDump(AIBinder_Class* _Nonnull clazz, AIBinder_onDump _Nullable onDump)
         __INTRODUCED_IN(29);
+// A null class ends the process.
+void AIBinder_Class_disableInterfaceTokenHeader(AIBinder_Class* _Nonnull clazz) __INTRODUCED_IN(33);
 const char* _Nonnull AIBinder_Class_getDescriptor(const AIBinder_Class* _Nonnull clazz)
         __INTRODUCED_IN(31);
 
@@ -81,7 +85,8 @@ binder_status_t AIBinder_dump(AIBinder* _Nullable binder, int fd,
                               const char* _Nonnull* _Nullable args, uint32_t numArgs)
         __INTRODUCED_IN(29);
 
-// A local binder never dies before its process: linking to one is STATUS_INVALID_OPERATION.
+// A local binder never dies before its process: linking to one is STATUS_INVALID_OPERATION, and the
+// recipient's onUnlinked runs with the cookie before the call returns.
 binder_status_t AIBinder_linkToDeath(AIBinder* _Nullable binder,
                                      AIBinder_DeathRecipient* _Nullable recipient,
                                      void* _Nullable cookie) __INTRODUCED_IN(29);
@@ -92,6 +97,7 @@ binder_status_t AIBinder_unlinkToDeath(AIBinder* _Nullable binder,
 // Whose call the thread serves; outside a remote call, this process.
 uid_t AIBinder_getCallingUid(void) __INTRODUCED_IN(29);
 pid_t AIBinder_getCallingPid(void) __INTRODUCED_IN(29);
+bool AIBinder_isHandlingTransaction(void) __INTRODUCED_IN(33);
 
 // Null is allowed for both.
 void AIBinder_incStrong(AIBinder* _Nullable binder) __INTRODUCED_IN(29);
@@ -118,6 +124,10 @@ binder_status_t AIBinder_transact(AIBinder* _Nullable binder, transaction_code_t
 
 __attribute__((warn_unused_result)) AIBinder_DeathRecipient* _Nullable AIBinder_DeathRecipient_new(
         AIBinder_DeathRecipient_onBinderDied _Nonnull onBinderDied) __INTRODUCED_IN(29);
+// For links that are made from now on.
+void AIBinder_DeathRecipient_setOnUnlinked(
+        AIBinder_DeathRecipient* _Nullable recipient,
+        AIBinder_DeathRecipient_onBinderUnlinked _Nullable onUnlinked) __INTRODUCED_IN(33);
 void AIBinder_DeathRecipient_delete(AIBinder_DeathRecipient* _Nullable recipient)
         __INTRODUCED_IN(29);
 
@@ -130,5 +140,23 @@ void AIBinder_Weak_delete(AIBinder_Weak* _Nullable weakBinder) __INTRODUCED_IN(2
 // The binder with one more strong reference, the caller's, or null once it is gone.
 __attribute__((warn_unused_result))
 AIBinder* _Nullable AIBinder_Weak_promote(AIBinder_Weak* _Nullable weakBinder) __INTRODUCED_IN(29);
+
+// A second weak reference to the same binder, or null for null.
+__attribute__((warn_unused_result))
+AIBinder_Weak* _Nullable AIBinder_Weak_clone(const AIBinder_Weak* _Nullable weak)
+        __INTRODUCED_IN(31);
+
+// A strict order of binders, which holds as long as the operands live.
+bool AIBinder_lt(const AIBinder* _Nullable lhs, const AIBinder* _Nullable rhs) __INTRODUCED_IN(31);
+bool AIBinder_Weak_lt(const AIBinder_Weak* _Nullable lhs, const AIBinder_Weak* _Nullable rhs)
+        __INTRODUCED_IN(31);
+
+// A further interface of whoever made the binder. getExtension gives null and STATUS_OK when there
+// is none, else one strong reference, the caller's. setExtension holds one of its own, until the
+// binder is destroyed. STATUS_UNEXPECTED_NULL for a null argument.
+binder_status_t AIBinder_getExtension(AIBinder* _Nullable binder,
+                                      AIBinder* _Nullable* _Nullable outExt) __INTRODUCED_IN(30);
+binder_status_t AIBinder_setExtension(AIBinder* _Nonnull binder, AIBinder* _Nonnull ext)
+        __INTRODUCED_IN(30);
 
 __END_DECLS

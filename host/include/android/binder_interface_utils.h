@@ -1,6 +1,8 @@
 // The bases of generated AIDL interfaces.
 #pragma once
 
+#include <assert.h>
+
 #include <cstdlib>
 #include <memory>
 #include <mutex>
@@ -172,7 +174,9 @@ AIBinder_Class* ICInterface::defineClass(const char* interfaceDescriptor,
     }
     AIBinder_Class_setOnDump(clazz, ICInterfaceData::onDump);
 #ifdef HAS_BINDER_SHELL_COMMAND
-    AIBinder_Class_setHandleShellCommand(clazz, ICInterfaceData::handleShellCommand);
+    if (AIBinder_Class_setHandleShellCommand != nullptr) {
+        AIBinder_Class_setHandleShellCommand(clazz, ICInterfaceData::handleShellCommand);
+    }
 #endif
     return clazz;
 }

@@ -12,4 +12,3 @@
 #include <android/binder_interface_utils.h>
 #include <android/binder_internal_logging.h>
 #include <android/binder_parcel.h>
-#include <android/binder_parcelable_utils.h>

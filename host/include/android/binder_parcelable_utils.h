@@ -1,10 +1,19 @@
-// What generated records say of how long they stay as they are.
+// What generated records need: how long they stay as they are, and how they fail.
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
-#include <android/binder_parcel.h>
+#include <android/binder_parcel_utils.h>
 #include <android/binder_status.h>
+
+#define RETURN_ON_FAILURE(expr)           \
+    do {                                  \
+        binder_status_t _status = (expr); \
+        if (_status != STATUS_OK) {       \
+            return _status;               \
+        }                                 \
+    } while (false)
 
 namespace ndk {
 

@@ -6,6 +6,11 @@
 
 __BEGIN_DECLS
 
+enum {
+    // Beside the flags of a call: both sides belong to the vendor.
+    FLAG_PRIVATE_VENDOR = 0x10000000,
+};
+
 #ifdef __ANDROID_VENDOR__
 void AIBinder_markVendorStability(AIBinder* _Nonnull binder);
 static inline void AIBinder_markCompilationUnitStability(AIBinder* _Nonnull binder) {

@@ -1,6 +1,8 @@
 // Text of any value that a generated record may hold.
 #pragma once
 
+#include <codecvt>
+#include <locale>
 #include <memory>
 #include <optional>
 #include <sstream>
@@ -10,8 +12,7 @@
 #include <android/binder_auto_utils.h>
 #include <android/binder_interface_utils.h>
 
-namespace android {
-namespace internal {
+namespace android::internal {
 
 template <typename T, typename = void>
 struct HasToStringMember : std::false_type {};
@@ -48,7 +49,7 @@ template <typename T>
 std::string ElementsToString(const T& list) {
     std::string text = "[";
     const char* separator = "";
-    for (const auto& element : list) {
+    for (const typename T::value_type& element : list) {
         text += separator + ToString(element);
         separator = ", ";
     }
@@ -85,5 +86,4 @@ std::string ToString(const T& value) {
     }
 }
 
-}  // namespace internal
-}  // namespace android
+}  // namespace android::internal
