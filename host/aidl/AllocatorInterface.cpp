@@ -23,7 +23,7 @@ const AIBinder_Class* binderClass() {
     return clazz;
 }
 
-// A service of the same interface by somebody else's class object.
+// A service of the same interface with a class object of its own.
 bool isSameInterface(AIBinder* binder) {
     const AIBinder_Class* clazz = AIBinder_getClass(binder);
     return clazz != nullptr &&

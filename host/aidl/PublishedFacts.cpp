@@ -6,9 +6,15 @@
 #include <aidl/android/hardware/graphics/allocator/AllocationError.h>
 #include <aidl/android/hardware/graphics/allocator/IAllocator.h>
 #include <aidl/android/hardware/graphics/common/ChromaSiting.h>
+#include <aidl/android/hardware/graphics/common/ColorTransform.h>
 #include <aidl/android/hardware/graphics/common/Compression.h>
+#include <aidl/android/hardware/graphics/common/FRect.h>
+#include <aidl/android/hardware/graphics/common/HardwareBufferDescription.h>
+#include <aidl/android/hardware/graphics/common/Hdr.h>
 #include <aidl/android/hardware/graphics/common/Interlaced.h>
 #include <aidl/android/hardware/graphics/common/PlaneLayoutComponentType.h>
+#include <aidl/android/hardware/graphics/common/Point.h>
+#include <aidl/android/hardware/graphics/common/Transform.h>
 #include <android/binder_manager.h>
 #include <android/hardware/graphics/mapper/utils/IMapperMetadataTypes.h>
 #include <cutils/properties.h>
@@ -62,7 +68,8 @@ static_assert(AIMAPPER_ERROR_NO_RESOURCES == 5 && AIMAPPER_ERROR_UNSUPPORTED == 
 
 // The records, most of which other processes and older binaries fill.
 static_assert(sizeof(Rect) == 16);
-static_assert(sizeof(XyColor) == 8);
+static_assert(sizeof(XyColor) == 8 && sizeof(Point) == 8 && sizeof(FRect) == 16);
+static_assert(offsetof(HardwareBufferDescription, usage) == 16);
 static_assert(sizeof(Smpte2086) == 40 && offsetof(Smpte2086, whitePoint) == 24);
 static_assert(offsetof(Smpte2086, maxLuminance) == 32 && offsetof(Smpte2086, minLuminance) == 36);
 static_assert(sizeof(Cta861_3) == 8 && offsetof(Cta861_3, maxFrameAverageLightLevel) == 4);
@@ -96,6 +103,16 @@ static_assert(numberOf(BufferUsage::VENDOR_MASK_HI) == -(int64_t{1} << 48));
 static_assert(numberOf(Dataspace::STANDARD_MASK) == 0x3F0000);
 static_assert(numberOf(Dataspace::TRANSFER_MASK) == 0x7C00000);
 static_assert(numberOf(Dataspace::RANGE_MASK) == 0x38000000);
+
+static_assert(numberOf(Hdr::DOLBY_VISION_4K30) == 5 && kCount<Hdr> == 6);
+static_assert(Transform::ROT_270 == Transform(7) && kCount<Transform> == 6);
+static_assert(numberOf(ColorTransform::CORRECT_TRITANOPIA) == 6);
+
+// Loops meet the enumerators in the order of their declaration.
+static_assert(ndk::internal::enum_values<Dataspace>[50] == Dataspace::BT2020_LINEAR_EXTENDED);
+static_assert(ndk::internal::enum_values<Dataspace>[62] == Dataspace::BT709_FULL_RANGE);
+static_assert(ndk::internal::enum_values<PixelFormat>[18] == PixelFormat::Y8);
+static_assert(ndk::internal::enum_values<BufferUsage>[24] == BufferUsage::FRONT_BUFFER);
 
 constexpr Dataspace sumOf(Dataspace standard, Dataspace transfer, Dataspace range) {
     return static_cast<Dataspace>(numberOf(standard) | numberOf(transfer) | numberOf(range));

@@ -5,8 +5,11 @@
 #include <aidl/android/hardware/graphics/allocator/BufferDescriptorInfo.h>
 #include <aidl/android/hardware/graphics/common/Cta861_3.h>
 #include <aidl/android/hardware/graphics/common/ExtendableType.h>
+#include <aidl/android/hardware/graphics/common/FRect.h>
+#include <aidl/android/hardware/graphics/common/HardwareBuffer.h>
 #include <aidl/android/hardware/graphics/common/PlaneLayout.h>
 #include <aidl/android/hardware/graphics/common/PlaneLayoutComponent.h>
+#include <aidl/android/hardware/graphics/common/Point.h>
 #include <aidl/android/hardware/graphics/common/Rect.h>
 #include <aidl/android/hardware/graphics/common/Smpte2086.h>
 #include <aidl/android/hardware/graphics/common/XyColor.h>
@@ -29,8 +32,15 @@ DEFINE_RECORD(NativeHandle, "android.hardware.common")
 namespace graphics::common {
 DEFINE_RECORD(Cta861_3, "android.hardware.graphics.common")
 DEFINE_RECORD(ExtendableType, "android.hardware.graphics.common")
+DEFINE_RECORD(FRect, "android.hardware.graphics.common")
+DEFINE_RECORD(HardwareBufferDescription, "android.hardware.graphics.common")
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+DEFINE_RECORD(HardwareBuffer, "android.hardware.graphics.common")
+#pragma GCC diagnostic pop
 DEFINE_RECORD(PlaneLayout, "android.hardware.graphics.common")
 DEFINE_RECORD(PlaneLayoutComponent, "android.hardware.graphics.common")
+DEFINE_RECORD(Point, "android.hardware.graphics.common")
 DEFINE_RECORD(Rect, "android.hardware.graphics.common")
 DEFINE_RECORD(Smpte2086, "android.hardware.graphics.common")
 DEFINE_RECORD(XyColor, "android.hardware.graphics.common")

@@ -82,19 +82,19 @@ bool isStandardMetadataType(const IMapper::MetadataType& metadataType) {
 }
 
 bool isStandardCompression(const ExtendableType& compression) {
-    return isStandard(GRALLOC4_COMPRESSION, compression);
+    return isStandard(GRALLOC4_STANDARD_COMPRESSION, compression);
 }
 
 bool isStandardInterlaced(const ExtendableType& interlaced) {
-    return isStandard(GRALLOC4_INTERLACED, interlaced);
+    return isStandard(GRALLOC4_STANDARD_INTERLACED, interlaced);
 }
 
 bool isStandardChromaSiting(const ExtendableType& chromaSiting) {
-    return isStandard(GRALLOC4_CHROMA_SITING, chromaSiting);
+    return isStandard(GRALLOC4_STANDARD_CHROMA_SITING, chromaSiting);
 }
 
 bool isStandardPlaneLayoutComponentType(const ExtendableType& planeLayoutComponentType) {
-    return isStandard(GRALLOC4_PLANE_LAYOUT_COMPONENT_TYPE, planeLayoutComponentType);
+    return isStandard(GRALLOC4_STANDARD_PLANE_LAYOUT_COMPONENT_TYPE, planeLayoutComponentType);
 }
 
 StandardMetadataType getStandardMetadataTypeValue(const IMapper::MetadataType& metadataType) {
@@ -119,19 +119,20 @@ PlaneLayoutComponentType getStandardPlaneLayoutComponentTypeValue(
 }
 
 std::string getCompressionName(const ExtendableType& compression) {
-    return nameOf<Compression>(kCompressionNames, GRALLOC4_COMPRESSION, compression);
+    return nameOf<Compression>(kCompressionNames, GRALLOC4_STANDARD_COMPRESSION, compression);
 }
 
 std::string getInterlacedName(const ExtendableType& interlaced) {
-    return nameOf<Interlaced>(kInterlacedNames, GRALLOC4_INTERLACED, interlaced);
+    return nameOf<Interlaced>(kInterlacedNames, GRALLOC4_STANDARD_INTERLACED, interlaced);
 }
 
 std::string getChromaSitingName(const ExtendableType& chromaSiting) {
-    return nameOf<ChromaSiting>(kChromaSitingNames, GRALLOC4_CHROMA_SITING, chromaSiting);
+    return nameOf<ChromaSiting>(kChromaSitingNames, GRALLOC4_STANDARD_CHROMA_SITING, chromaSiting);
 }
 
 std::string getPlaneLayoutComponentTypeName(const ExtendableType& planeLayoutComponentType) {
-    return nameOf<PlaneLayoutComponentType>(kComponentNames, GRALLOC4_PLANE_LAYOUT_COMPONENT_TYPE,
+    return nameOf<PlaneLayoutComponentType>(kComponentNames,
+                                            GRALLOC4_STANDARD_PLANE_LAYOUT_COMPONENT_TYPE,
                                             planeLayoutComponentType);
 }
 

@@ -1,8 +1,5 @@
 #include <string.h>
 
-#include <charconv>
-#include <iterator>
-
 #include <android/log.h>
 #include <hidl/HidlSupport.h>
 
@@ -230,9 +227,33 @@ std::string toString(const hidl_string& text) {
     return "\"" + std::string(text) + "\"";
 }
 
-std::string toHexString(uint64_t value) {
-    char digits[16];
-    return "0x" + std::string(digits, std::to_chars(digits, std::end(digits), value, 16).ptr);
+std::string toString(const hidl_memory& memory) {
+    return "memory {.name = " + toString(memory.name()) + ", .size = " + toString(memory.size()) +
+           ", .handle = " + toString(static_cast<const void*>(memory.handle())) + "}";
+}
+
+sp<HidlMemory> HidlMemory::getInstance(const hidl_memory& memory) {
+    return getInstance(hidl_memory(memory));
+}
+
+sp<HidlMemory> HidlMemory::getInstance(hidl_memory&& memory) {
+    return new HidlMemory(std::move(memory));
+}
+
+sp<HidlMemory> HidlMemory::getInstance(const hidl_string& name, hidl_handle&& handle,
+                                       uint64_t size) {
+    return getInstance(hidl_memory(name, std::move(handle), size));
+}
+
+sp<HidlMemory> HidlMemory::getInstance(const hidl_string& name, int fd, uint64_t size) {
+    native_handle_t* const raw = native_handle_create(1, 0);
+    if (raw == nullptr) {
+        details::logAlwaysFatal("no memory for a native handle");
+    }
+    raw->data[0] = fd;
+    hidl_handle handle;
+    handle.setTo(raw, true);
+    return getInstance(name, std::move(handle), size);
 }
 
 }  // namespace hardware

@@ -1,7 +1,5 @@
 // What every HIDL interface answers for itself: its chain, the base's operations, and the ways to
 // register and find an implementation.
-#include <unistd.h>
-
 #include <android/hardware/graphics/allocator/4.0/IAllocator.h>
 #include <android/hardware/graphics/mapper/4.0/IMapper.h>
 #include <android/hidl/base/1.0/IBase.h>
@@ -100,9 +98,8 @@ sp<Interface> find(const std::string& name) {
     status_t I::registerAsService(const std::string& serviceName) {                         \
         return ServiceRegistry::instance().add(serviceName, this);                          \
     }                                                                                       \
-    bool I::registerForNotifications(const std::string& serviceName,                        \
-                                     const sp<IServiceNotification>& notification) {        \
-        return ServiceRegistry::instance().watch(I::descriptor, serviceName, notification); \
+    bool I::registerForNotifications(const std::string&, const sp<IServiceNotification>&) { \
+        return false;                                                                       \
     }
 
 namespace android {
@@ -145,12 +142,9 @@ Return<void> IBase::ping() {
 }
 
 Return<void> IBase::getDebugInfo(getDebugInfo_cb _hidl_cb) {
-    DebugInfo info{};
-    info.pid = getpid();
-    info.ptr = reinterpret_cast<uintptr_t>(this);
-    info.arch = sizeof(void*) == 8 ? DebugInfo::Architecture::IS_64BIT
-                                   : DebugInfo::Architecture::IS_32BIT;
-    _hidl_cb(info);
+    _hidl_cb({-1, 0,
+              sizeof(void*) == 8 ? DebugInfo::Architecture::IS_64BIT
+                                 : DebugInfo::Architecture::IS_32BIT});
     return Void();
 }
 

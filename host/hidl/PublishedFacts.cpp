@@ -13,8 +13,11 @@ namespace {
 
 using android::hardware::hidl_array;
 using android::hardware::hidl_handle;
+using android::hardware::hidl_memory;
 using android::hardware::hidl_string;
 using android::hardware::hidl_vec;
+using android::hardware::hidl_version;
+using android::hardware::make_hidl_version;
 using android::hardware::details::hidl_enum_values;
 using android::hardware::details::hidl_pointer;
 using android::hardware::graphics::common::V1_2::BufferUsage;
@@ -27,12 +30,25 @@ using android::hidl::base::V1_0::DebugInfo;
 
 namespace V1_0 = android::hardware::graphics::common::V1_0;
 namespace V1_1 = android::hardware::graphics::common::V1_1;
+namespace V1_2 = android::hardware::graphics::common::V1_2;
 
 static_assert(sizeof(hidl_pointer<char>) == 8);
 static_assert(sizeof(hidl_handle) == 16);
 static_assert(sizeof(hidl_string) == 16);
 static_assert(sizeof(hidl_vec<uint8_t>) == 16 && sizeof(hidl_vec<hidl_handle>) == 16);
 static_assert(sizeof(hidl_array<uint8_t, 32>) == 32);
+static_assert(sizeof(hidl_array<uint8_t, 2, 3, 4>) == 24);
+static_assert(hidl_array<int, 2, 3>::size() == std::make_tuple(size_t{2}, size_t{3}));
+static_assert(std::is_trivially_copyable_v<hidl_array<int, 2, 3>>);
+static_assert(sizeof(hidl_memory) == 40 && sizeof(hidl_version) == 4);
+static_assert(make_hidl_version(1, 2) < make_hidl_version(2, 0));
+
+// An iterator is nothing but itself: code that takes it for a pointer does not build for a device.
+using Iterator = hidl_vec<int>::iterator;
+static_assert(sizeof(Iterator) == sizeof(int*) && std::is_trivially_copyable_v<Iterator>);
+static_assert(std::is_convertible_v<int*, Iterator> && !std::is_convertible_v<Iterator, int*>);
+static_assert(!std::is_convertible_v<Iterator, hidl_vec<int>::const_iterator>);
+static_assert(!std::is_default_constructible_v<Iterator>);
 
 static_assert(sizeof(IMapper::BufferDescriptorInfo) == 48);
 static_assert(offsetof(IMapper::BufferDescriptorInfo, width) == 16);
@@ -62,6 +78,13 @@ static_assert(hidl_enum_values<V1_1::PixelFormat>.size() == 27);
 static_assert(hidl_enum_values<PixelFormat>.size() == 28);
 static_assert(hidl_enum_values<V1_0::BufferUsage>.size() == 23);
 static_assert(hidl_enum_values<BufferUsage>.size() == 26);
+
+static_assert(hidl_enum_values<V1_0::ColorMode>.size() == 10);
+static_assert(hidl_enum_values<V1_2::ColorMode>.size() == 14);
+static_assert(hidl_enum_values<V1_2::Hdr>[3] == V1_2::Hdr(4));
+static_assert(hidl_enum_values<V1_1::RenderIntent>.size() == 4);
+static_assert(V1_0::Transform::ROT_270 == V1_0::Transform(7));
+static_assert(V1_0::ColorTransform::CORRECT_TRITANOPIA == V1_0::ColorTransform(6));
 
 template <typename E>
 constexpr auto number(E value) {

@@ -13,26 +13,13 @@ using android::hidl::base::V1_0::IBase;
 
 std::atomic<DefaultHidlServices> gDefaults{nullptr};
 
-// Empty when the object cannot tell.
+// Empty when the object does not answer.
 std::vector<std::string> interfacesOf(const HidlObject& object) {
     std::vector<std::string> interfaces;
-    const Return<void> told = object->interfaceChain([&](const hidl_vec<hidl_string>& chain) {
+    const Return<void> answer = object->interfaceChain([&](const hidl_vec<hidl_string>& chain) {
         interfaces.assign(chain.begin(), chain.end());
     });
-    return told.isOk() ? interfaces : std::vector<std::string>();
-}
-
-struct Announcement {
-    HidlNotification notification;
-    std::string descriptor;
-    std::string name;
-};
-
-// A notification whose process is gone cannot be told, and that concerns nobody here.
-void announce(const std::vector<Announcement>& announcements, bool preexisting) {
-    for (const Announcement& each : announcements) {
-        each.notification->onRegistration(each.descriptor, each.name, preexisting).isOk();
-    }
+    return answer.isOk() ? interfaces : std::vector<std::string>();
 }
 
 }  // namespace
@@ -46,10 +33,10 @@ Return<bool> hidlImplements(const HidlObject& object, const char* descriptor) {
         return true;
     }
     bool found = false;
-    Return<void> told = object->interfaceChain(
+    Return<void> answer = object->interfaceChain(
             [&](const hidl_vec<hidl_string>& chain) { found = chain.contains(wanted); });
-    if (!told.isOk()) {
-        return android::hardware::details::StatusOf<void, bool>(told);
+    if (!answer.isOk()) {
+        return android::hardware::details::StatusOf<void, bool>(answer);
     }
     return found;
 }
@@ -91,46 +78,24 @@ android::status_t ServiceRegistry::add(const std::string& name, const HidlObject
     if (name.empty() || interfaces.empty()) {
         return android::UNKNOWN_ERROR;
     }
-    std::vector<Announcement> announcements;
-    {
-        const std::lock_guard lock(mMutex);
-        for (const std::string& descriptor : interfaces) {
-            const Key key(descriptor, name);
-            mServices[key] = service;
-            for (const Watch& watch : mWatches) {
-                if (watch.wants(key)) {
-                    announcements.push_back({watch.notification, descriptor, name});
-                }
-            }
-        }
+    // What is replaced is released when no lock is held: its destructor may ask the registry.
+    std::vector<HidlObject> replaced;
+    const std::lock_guard lock(mMutex);
+    for (const std::string& descriptor : interfaces) {
+        replaced.push_back(std::exchange(mServices[Key(descriptor, name)], service));
     }
-    announce(announcements, false);
     return android::OK;
 }
 
-bool ServiceRegistry::watch(const std::string& descriptor, const std::string& name,
-                            const HidlNotification& notification) {
-    if (notification == nullptr) {
-        return false;
+std::vector<std::string> ServiceRegistry::names(const std::string& descriptor) {
+    find(descriptor, "default");  // from now on among the services
+    std::vector<std::string> names;
+    const std::lock_guard lock(mMutex);
+    for (auto it = mServices.lower_bound({descriptor, ""});
+         it != mServices.end() && it->first.first == descriptor; ++it) {
+        names.push_back(it->first.second);
     }
-    find(descriptor, name);  // a default is there already, even if nobody asked for it
-    const Watch watch{Key(descriptor, name), notification};
-    std::vector<Announcement> announcements;
-    {
-        const std::lock_guard lock(mMutex);
-        for (const auto& [key, service] : mServices) {
-            if (watch.wants(key)) {
-                announcements.push_back({notification, key.first, key.second});
-            }
-        }
-        mWatches.push_back(watch);
-    }
-    announce(announcements, true);
-    return true;
-}
-
-bool ServiceRegistry::Watch::wants(const Key& service) const {
-    return key.first == service.first && (key.second.empty() || key.second == service.second);
+    return names;
 }
 
 }  // namespace zelkcam::host

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include <android/hidl/base/1.0/IBase.h>
-#include <android/hidl/manager/1.0/IServiceNotification.h>
 #include <hidl/HidlSupport.h>
 #include <utils/Errors.h>
 #include <utils/StrongPointer.h>
@@ -16,7 +15,6 @@
 namespace zelkcam::host {
 
 using HidlObject = android::sp<android::hidl::base::V1_0::IBase>;
-using HidlNotification = android::sp<android::hidl::manager::V1_0::IServiceNotification>;
 
 // Whether the object's interface chain holds the interface. Null holds none, anything else IBase.
 // A call of the chain that does not come through is the returned status.
@@ -29,8 +27,8 @@ using DefaultHidlServices = HidlObject (*)(const std::string& descriptor, const 
 // What answers when nobody registered a service. Null, as at first, stands for no defaults.
 void setDefaultHidlServices(DefaultHidlServices make);
 
-// Thread-safe. No lock is held while a service, a default or a notification runs, so all
-// of them may call back.
+// Thread-safe. No lock is held while a service or a default runs or is destroyed, so all of them
+// may call back.
 class ServiceRegistry {
   public:
     // The process's one registry. It is never destroyed: services may be used until the very end.
@@ -40,28 +38,19 @@ class ServiceRegistry {
     HidlObject find(const std::string& descriptor, const std::string& name);
 
     // Registers the object under every interface of its chain, in place of earlier ones.
-    // UNKNOWN_ERROR for an empty name and for an object that cannot tell its chain.
+    // UNKNOWN_ERROR for an empty name and for an object that does not answer its chain.
     android::status_t add(const std::string& name, const HidlObject& service);
 
-    // Tells of every service of that interface and name, an empty name standing for all names;
-    // at once, as preexisting, of those that are there. False for a null notification.
-    bool watch(const std::string& descriptor, const std::string& name,
-               const HidlNotification& notification);
+    // The names that find would find of an interface, among the registered ones and "default".
+    std::vector<std::string> names(const std::string& descriptor);
 
   private:
     using Key = std::pair<std::string, std::string>;  // descriptor, name
-
-    struct Watch {
-        Key key;
-        HidlNotification notification;
-        bool wants(const Key& service) const;
-    };
 
     HidlObject findDefault(const Key& key);
 
     std::mutex mMutex;
     std::map<Key, HidlObject> mServices;
-    std::vector<Watch> mWatches;
 };
 
 }  // namespace zelkcam::host

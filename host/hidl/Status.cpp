@@ -36,17 +36,16 @@ std::string nameOf(const NamedCode (&names)[N], int32_t code) {
 
 std::atomic<HidlReturnRestriction> returnRestriction{HidlReturnRestriction::NONE};
 
-void reportIgnored(const std::string& description) {
-    const std::string message = "Outcome of a failed HIDL call was not looked at: " + description;
-    switch (returnRestriction.load()) {
-        case HidlReturnRestriction::NONE:
-            return;
-        case HidlReturnRestriction::ERROR_IF_UNCHECKED:
-            __android_log_print(ANDROID_LOG_ERROR, "hidl", "%s", message.c_str());
-            return;
-        case HidlReturnRestriction::FATAL_IF_UNCHECKED:
-            details::logAlwaysFatal(message.c_str());
+void reportUnchecked(const Status& status) {
+    const HidlReturnRestriction restriction = returnRestriction;
+    if (status.isOk() && restriction == HidlReturnRestriction::NONE) {
+        return;
     }
+    const std::string message = "Outcome of a HIDL call was not looked at: " + status.description();
+    if (!status.isOk() || restriction == HidlReturnRestriction::FATAL_IF_UNCHECKED) {
+        details::logAlwaysFatal(message.c_str());
+    }
+    __android_log_write(ANDROID_LOG_ERROR, "hidl", message.c_str());
 }
 
 }  // namespace
@@ -110,8 +109,8 @@ return_status& return_status::operator=(return_status&& other) noexcept {
     if (this == &other) {
         return *this;
     }
-    if (!mCheckedStatus && !mStatus.isOk()) {
-        reportIgnored(description());
+    if (!mCheckedStatus) {
+        reportUnchecked(mStatus);
     }
     mStatus = other.mStatus;
     mCheckedStatus = other.mCheckedStatus;
@@ -120,8 +119,8 @@ return_status& return_status::operator=(return_status&& other) noexcept {
 }
 
 return_status::~return_status() {
-    if (!mCheckedStatus && !mStatus.isOk()) {
-        reportIgnored(description());
+    if (!mCheckedStatus) {
+        reportUnchecked(mStatus);
     }
 }
 

@@ -58,30 +58,20 @@ void add(const std::string& name, const SpAIBinder& binder) {
     ASSERT_EQ(EX_NONE, AServiceManager_addService(binder.get(), name.c_str()));
 }
 
-TEST(ServiceManager, HoldsAReferenceOfItsOwnAndGivesOneAway) {
+TEST(ServiceManager, HoldsAReferenceOfItsOwnUntilItIsReplacedAndGivesOneAway) {
     const std::string name = nameOf("references");
     EXPECT_EQ(nullptr, AServiceManager_checkService(name.c_str()));
+    add(name, SharedRefBase::make<Service>()->asBinder());
+    const int living = gLiving;
     const SpAIBinder binder = SharedRefBase::make<Service>()->asBinder();
     EXPECT_EQ(1, references(binder));
     add(name, binder);
+    add(name, binder);  // the same once more is no loss
+    EXPECT_EQ(living, gLiving);
     EXPECT_EQ(2, references(binder));
-    AIBinder* const owned = AServiceManager_checkService(name.c_str());
-    EXPECT_EQ(binder.get(), owned);
+    const SpAIBinder owned(AServiceManager_checkService(name.c_str()));
+    EXPECT_EQ(binder, owned);
     EXPECT_EQ(3, references(binder));
-    AIBinder_decStrong(owned);
-    EXPECT_EQ(2, references(binder));
-}
-
-TEST(ServiceManager, ANewRegistrationReplacesTheOldOne) {
-    const std::string name = nameOf("replaced");
-    add(name, SharedRefBase::make<Service>()->asBinder());
-    EXPECT_EQ(1, gLiving);
-    const SpAIBinder second = SharedRefBase::make<Service>()->asBinder();
-    add(name, second);
-    EXPECT_EQ(1, gLiving);
-    add(name, second);  // the same once more is no loss
-    EXPECT_EQ(second, SpAIBinder(AServiceManager_checkService(name.c_str())));
-    EXPECT_EQ(2, references(second));
 }
 
 TEST(ServiceManager, WaitsUntilSomebodyRegisters) {
@@ -111,6 +101,7 @@ TEST(ServiceManager, TheEmbeddedAllocatorAnswersUntilItIsSwitchedOffOrReplaced) 
 
 TEST(ServiceManager, ManyThreadsMayAddAndCheck) {
     const std::string name = nameOf("busy");
+    const int before = gLiving;
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
@@ -124,7 +115,7 @@ TEST(ServiceManager, ManyThreadsMayAddAndCheck) {
     for (std::thread& thread : threads) {
         thread.join();
     }
-    EXPECT_EQ(1, gLiving);
+    EXPECT_EQ(before + 1, gLiving);
 }
 
 TEST(LocalInterface, IsTheVeryObjectAndItsCallsRunInPlace) {
@@ -135,25 +126,24 @@ TEST(LocalInterface, IsTheVeryObjectAndItsCallsRunInPlace) {
     std::string suffix;
     EXPECT_TRUE(found->getIMapperLibrarySuffix(&suffix).isOk());
     EXPECT_EQ("test", suffix);
-    bool supported = true;
-    EXPECT_FALSE(found->isSupported({}, &supported).isOk());
     EXPECT_EQ(nullptr, IAllocator::fromBinder(nullptr));
 }
 
 TEST(LocalInterface, LivesAsLongAsItsBinderAndNoLonger) {
+    const int before = gLiving;
     std::shared_ptr<Service> service = SharedRefBase::make<Service>();
     SpAIBinder binder = service->asBinder();
     EXPECT_EQ(binder, service->asBinder());
     const ndk::ScopedAIBinder_Weak weak(AIBinder_Weak_new(binder.get()));
     service.reset();
-    EXPECT_EQ(1, gLiving);
+    EXPECT_EQ(before + 1, gLiving);
     EXPECT_EQ(binder, weak.promote());
     service = std::static_pointer_cast<Service>(IAllocator::fromBinder(binder));
     binder.set(nullptr);
     EXPECT_EQ(nullptr, weak.promote());
     EXPECT_EQ(1, references(service->asBinder()));  // a new one, gone with the statement
     service.reset();
-    EXPECT_EQ(0, gLiving);
+    EXPECT_EQ(before, gLiving);
 }
 
 SpAIBinder foreignBinder(const char* descriptor) {
@@ -177,39 +167,47 @@ TEST(ForeignBinder, IsAProxyForTheSameDescriptorAndNothingForAnother) {
     EXPECT_EQ(STATUS_FAILED_TRANSACTION, status.getStatus());
 }
 
-TEST(Status, TellsWhatItWasMadeFrom) {
-    struct Case {
-        AStatus* status;
-        binder_exception_t exception;
-        int32_t serviceSpecific;
-        binder_status_t transport;
-        const char* description;
-    };
-    const Case cases[] = {
-            {AStatus_newOk(), EX_NONE, 0, 0, "No error"},
-            {AStatus_fromStatus(STATUS_OK), EX_NONE, 0, 0, "No error"},
-            {AStatus_fromExceptionCodeWithMessage(EX_SECURITY, "no"), EX_SECURITY, 0, 0,
-             "Status(-1, EX_SECURITY): 'no'"},
-            {AStatus_fromExceptionCode(-1000), EX_TRANSACTION_FAILED, 0, 0,
-             "Status(-129, EX_TRANSACTION_FAILED): 'OK: '"},
-            {AStatus_fromServiceSpecificError(0), EX_SERVICE_SPECIFIC, 0, 0,
-             "Status(-8, EX_SERVICE_SPECIFIC): '0: '"},
-            {AStatus_fromServiceSpecificErrorWithMessage(2, "full"), EX_SERVICE_SPECIFIC, 2, 0,
-             "Status(-8, EX_SERVICE_SPECIFIC): '2: full'"},
-            {AStatus_fromStatus(STATUS_DEAD_OBJECT), EX_TRANSACTION_FAILED, 0, STATUS_DEAD_OBJECT,
-             "Status(-129, EX_TRANSACTION_FAILED): 'DEAD_OBJECT: '"},
-            {AStatus_fromStatus(-12345), EX_TRANSACTION_FAILED, 0, STATUS_UNKNOWN_ERROR,
-             "Status(-129, EX_TRANSACTION_FAILED): 'UNKNOWN_ERROR: '"},
-    };
-    for (const Case& c : cases) {
-        const ScopedAStatus status(c.status);
-        EXPECT_EQ(c.exception == EX_NONE, status.isOk()) << c.description;
-        EXPECT_EQ(c.exception, status.getExceptionCode()) << c.description;
-        EXPECT_EQ(c.serviceSpecific, status.getServiceSpecificError()) << c.description;
-        EXPECT_EQ(c.transport, status.getStatus()) << c.description;
-        EXPECT_EQ(c.description, status.getDescription());
-    }
+TEST(Binder, CarriesAnExtensionAndUnlinksADeathRecipientAtOnce) {
+    SpAIBinder binder = SharedRefBase::make<Service>()->asBinder();
+    SpAIBinder found;
+    EXPECT_EQ(STATUS_OK, AIBinder_getExtension(binder.get(), found.getR()));
+    EXPECT_EQ(nullptr, found);
+    SpAIBinder extension = SharedRefBase::make<Service>()->asBinder();
+    EXPECT_EQ(STATUS_OK, AIBinder_setExtension(binder.get(), extension.get()));
+    extension.set(nullptr);
+    EXPECT_EQ(STATUS_OK, AIBinder_getExtension(binder.get(), found.getR()));
+    EXPECT_EQ(2, references(found));
+
+    const ndk::ScopedAIBinder_Weak weak(AIBinder_Weak_new(binder.get()));
+    const ndk::ScopedAIBinder_Weak clone(AIBinder_Weak_clone(weak.get()));
+    EXPECT_EQ(binder, clone.promote());
+    EXPECT_FALSE(AIBinder_Weak_lt(weak.get(), clone.get()));
+    EXPECT_NE(AIBinder_lt(binder.get(), found.get()), AIBinder_lt(found.get(), binder.get()));
+
+    int unlinked = 0;
+    const ndk::ScopedAIBinder_DeathRecipient recipient(AIBinder_DeathRecipient_new([](void*) {}));
+    AIBinder_DeathRecipient_setOnUnlinked(recipient.get(),
+                                          [](void* cookie) { ++*static_cast<int*>(cookie); });
+    EXPECT_EQ(STATUS_INVALID_OPERATION,
+              AIBinder_linkToDeath(binder.get(), recipient.get(), &unlinked));
+    EXPECT_EQ(1, unlinked);
+    binder.set(nullptr);
+    EXPECT_EQ(nullptr, clone.promote());
+    EXPECT_EQ(1, references(found));
+}
+
+TEST(Status, IsNeverSuccessForAServicesCodeAndKnowsItsNames) {
     EXPECT_FALSE(ScopedAStatus().isOk());
+    EXPECT_TRUE(ScopedAStatus(AStatus_fromStatus(STATUS_OK)).isOk());
+    const ScopedAStatus zero(AStatus_fromServiceSpecificError(0));
+    EXPECT_FALSE(zero.isOk());
+    EXPECT_EQ("Status(-8, EX_SERVICE_SPECIFIC): '0: '", zero.getDescription());
+    EXPECT_EQ(STATUS_OK, zero.getStatus());
+    const ScopedAStatus unknown(AStatus_fromExceptionCodeWithMessage(-1000, "no"));
+    EXPECT_EQ("Status(-129, EX_TRANSACTION_FAILED): 'OK: no'", unknown.getDescription());
+    const ScopedAStatus transport(AStatus_fromStatus(-12345));
+    EXPECT_EQ(STATUS_UNKNOWN_ERROR, transport.getStatus());
+    EXPECT_EQ(0, transport.getServiceSpecificError());
 }
 
 TEST(AidlHandle, SharesTakesOrDuplicatesDescriptors) {
@@ -224,23 +222,19 @@ TEST(AidlHandle, SharesTakesOrDuplicatesDescriptors) {
     {
         const AidlHandle owner = android::makeToAidl(raw);
         EXPECT_EQ(fd, owner.fds.at(0).get());
-        EXPECT_EQ((std::vector<int32_t>{7, -8}), owner.ints);
         native_handle_t* const shared = android::makeFromAidl(owner);
         EXPECT_EQ(fd, shared->data[0]);
         EXPECT_EQ(-8, shared->data[2]);
         native_handle_delete(shared);
         native_handle_t* const duplicate = android::dupFromAidl(owner);
         EXPECT_NE(fd, duplicate->data[0]);
-        EXPECT_EQ(7, duplicate->data[1]);
         native_handle_close(duplicate);
         native_handle_delete(duplicate);
-        EXPECT_EQ(0, fcntl(fd, F_GETFD) & ~FD_CLOEXEC);
     }
     EXPECT_EQ(-1, fcntl(fd, F_GETFD));  // the record owned it
     native_handle_delete(raw);
     copy.ints.resize(NATIVE_HANDLE_MAX_INTS + 1);
     EXPECT_EQ(nullptr, android::makeFromAidl(copy));
-    EXPECT_EQ(nullptr, android::dupFromAidl(copy));
 }
 
 }  // namespace

@@ -2,12 +2,16 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <array>
+#include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include <aidl/android/hardware/graphics/allocator/IAllocator.h>
 #include <gtest/gtest.h>
 
 #include "platform/hidl.h"
@@ -18,7 +22,9 @@ namespace zelkcam::test {
 namespace {
 
 using android::sp;
+using android::hardware::hidl_array;
 using android::hardware::hidl_handle;
+using android::hardware::hidl_memory;
 using android::hardware::hidl_string;
 using android::hardware::hidl_vec;
 using android::hardware::HidlReturnRestriction;
@@ -26,10 +32,15 @@ using android::hardware::IPCThreadState;
 using android::hardware::Return;
 using android::hardware::setProcessHidlReturnRestriction;
 using android::hardware::Status;
+using android::hardware::toString;
 using android::hardware::graphics::mapper::V4_0::Error;
 using android::hardware::graphics::mapper::V4_0::IMapper;
 using android::hidl::base::V1_0::IBase;
+using AidlAllocator = aidl::android::hardware::graphics::allocator::IAllocator;
 using IAllocator = android::hardware::graphics::allocator::V4_0::IAllocator;
+
+namespace V1_0 = android::hardware::graphics::common::V1_0;
+namespace V1_2 = android::hardware::graphics::common::V1_2;
 
 native_handle_t* newHandle() {
     native_handle_t* handle = native_handle_create(2, 1);
@@ -166,23 +177,78 @@ TEST(HidlReturn, ValueOfAFailedCallEndsTheProcess) {
     EXPECT_EQ(call.withDefault(Error::BAD_VALUE), Error::BAD_VALUE);
     EXPECT_DEATH({ [[maybe_unused]] Error taken = call; }, "DEAD_OBJECT");
     const Return<sp<IBase>> object = Status::fromExceptionCode(Status::EX_NULL_POINTER, "why");
+    EXPECT_FALSE(object.isOk());
     EXPECT_DEATH({ [[maybe_unused]] sp<IBase> taken = object; }, "EX_NULL_POINTER.*why");
 }
 
-TEST(HidlReturn, IgnoredFailuresMatterOnlyWhenTheProcessAsksForIt) {
-    failed();
-    const auto underRestriction = [](void (*body)()) {
-        setProcessHidlReturnRestriction(HidlReturnRestriction::FATAL_IF_UNCHECKED);
-        body();
+TEST(HidlReturn, AFailureThatNobodyLooksAtEndsTheProcess) {
+    EXPECT_DEATH(failed(), "DEAD_OBJECT");
+    EXPECT_DEATH(
+            {
+                Return<Error> call = failed();
+                call = Return<Error>(Error::NONE);
+            },
+            "DEAD_OBJECT");
+    Return<Error> first = failed();
+    const Return<Error> second = std::move(first);  // only the target counts
+    EXPECT_FALSE(second.isOk());
+}
+
+TEST(HidlReturn, ASuccessThatNobodyLooksAtMattersWhenTheProcessAsksForIt) {
+    const auto underRestriction = [](HidlReturnRestriction restriction) {
+        setProcessHidlReturnRestriction(restriction);
+        Return<Error>(Error::NONE).isOk();
+        Return<void>(android::hardware::Void());
         _exit(0);
     };
-    EXPECT_DEATH(underRestriction([] { failed(); }), "DEAD_OBJECT");
-    EXPECT_EXIT(underRestriction([] {
-                    Return<Error> first = failed();
-                    const Return<Error> second = std::move(first);  // only the target counts
-                    second.isOk();
-                }),
+    EXPECT_EXIT(underRestriction(HidlReturnRestriction::ERROR_IF_UNCHECKED),
                 testing::ExitedWithCode(0), "");
+    EXPECT_DEATH(underRestriction(HidlReturnRestriction::FATAL_IF_UNCHECKED), "No error");
+}
+
+TEST(HidlText, IsThePublishedOne) {
+    native_handle_t* const pointer = reinterpret_cast<native_handle_t*>(0x1230);
+    const hidl_array<int, 2, 1, 2> cube({{{{{0, 1}}}, {{{2, 3}}}}});
+    const struct {
+        std::string text;
+        const char* expected;
+    } cases[] = {
+            {toString(true), "1"},
+            {toString('a'), "97"},
+            {toString(static_cast<const void*>(nullptr)), "0"},
+            {toString(sp<android::RefBase>()), "0"},
+            {toString(hidl_handle(pointer)), "0x1230"},
+            {toString(hidl_string("a\"b")), "\"a\"b\""},
+            {toString(hidl_vec<bool>{true, false}), "[2]{1, 0}"},
+            {toString(hidl_vec<hidl_vec<int>>{{1, 2}, {}}), "[2]{[2]{1, 2}, [0]{}}"},
+            {toString(hidl_vec<Error>{Error::BAD_BUFFER, Error(0x999)}), "[2]{BAD_BUFFER, 0x999}"},
+            {toString(cube), "[2][1][2]{{{0, 1}}, {{2, 3}}}"},
+            {toString(hidl_memory("m", pointer, 4)),
+             "memory {.name = \"m\", .size = 4, .handle = 0x1230}"},
+            {toString(IMapper::Rect{1, 2, -3, 4}),
+             "{.left = 1, .top = 2, .width = -3, .height = 4}"},
+            {toString(V1_2::HardwareBuffer{}),
+             "{.description = [10]{0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, .nativeHandle = 0}"},
+            {toString(V1_2::Dataspace(-1)), "0xffffffff"},
+            {V1_0::toString<V1_0::ColorMode>(0), "NATIVE (0)"},
+            {V1_0::toString<V1_0::Hdr>(0), " (0)"},
+            {V1_0::toString<V1_0::Transform>(12), "ROT_90 | 0x8 (0xc)"},
+            {V1_2::toString<V1_2::BufferUsage>(uint64_t{0x20}),
+             "CPU_READ_NEVER | CPU_WRITE_NEVER | CPU_WRITE_RARELY (0x20)"},
+    };
+    for (const auto& [text, expected] : cases) {
+        EXPECT_EQ(text, expected);
+    }
+}
+
+TEST(HidlArray, OfSeveralDimensionsIsReadAndWrittenByRows) {
+    using Rows = std::array<std::array<int, 3>, 2>;
+    hidl_array<int, 2, 3> array(Rows{{{1, 2, 3}, {4, 5, 6}}});
+    EXPECT_EQ(array[1][0], 4);
+    array[0] = {7, 8, 9};
+    array[1][2] = 0;
+    EXPECT_EQ(Rows(array), (Rows{{{7, 8, 9}, {4, 5, 0}}}));
+    EXPECT_EQ(array.data()[3], 4);
 }
 
 // The place of a virtual function in its interface's table, which is what a client's binary has
@@ -202,7 +268,7 @@ void expectSlots(size_t first, Methods... methods) {
     }
 }
 
-TEST(HidlInterfaces, HaveTheirOperationsInThePublishedSlots) {
+TEST(Interfaces, HaveTheirOperationsInThePublishedSlots) {
     expectSlots(0, &IBase::isRemote, &IBase::interfaceChain, &IBase::debug,
                 &IBase::interfaceDescriptor, &IBase::getHashChain, &IBase::setHALInstrumentation,
                 &IBase::linkToDeath, &IBase::ping, &IBase::getDebugInfo,
@@ -214,28 +280,46 @@ TEST(HidlInterfaces, HaveTheirOperationsInThePublishedSlots) {
                 &IMapper::getFromBufferDescriptorInfo, &IMapper::listSupportedMetadataTypes,
                 &IMapper::dumpBuffer, &IMapper::dumpBuffers, &IMapper::getReservedRegion);
     expectSlots(13, &IAllocator::allocate);
+    expectSlots(2, &ndk::ICInterface::asBinder, &ndk::ICInterface::isRemote,
+                &ndk::ICInterface::dump, &ndk::ICInterface::handleShellCommand);
+    expectSlots(7, &AidlAllocator::allocate2, &AidlAllocator::isSupported,
+                &AidlAllocator::getIMapperLibrarySuffix, &AidlAllocator::getInterfaceVersion,
+                &AidlAllocator::getInterfaceHash);
 }
 
 // Reads the thread's state when almost everything of the thread is gone.
 struct LastLook {
-    ~LastLook() { *answer = IPCThreadState::self(); }
-    IPCThreadState** answer = nullptr;
+    ~LastLook() { done(IPCThreadState::self()); }
+    std::function<void(IPCThreadState*)> done;
 };
 
-TEST(ThreadState, IsOneAThreadAndGoneAtItsEnd) {
+TEST(ThreadState, IsOneAThreadUntilItsVeryEnd) {
     IPCThreadState* const mine = IPCThreadState::self();
     ASSERT_NE(mine, nullptr);
     EXPECT_EQ(IPCThreadState::self(), mine);
-    IPCThreadState* late = mine;
+    IPCThreadState* late = nullptr;
     std::thread([&] {
         static thread_local LastLook look;
-        look.answer = &late;
+        look.done = [&late](IPCThreadState* state) { late = state; };
         EXPECT_EQ(IPCThreadState::selfOrNull(), nullptr);
         IPCThreadState* const theirs = IPCThreadState::self();
         EXPECT_NE(theirs, mine);
         EXPECT_EQ(IPCThreadState::selfOrNull(), theirs);
     }).join();
-    EXPECT_EQ(late, nullptr);
+    EXPECT_NE(late, nullptr);
+}
+
+TEST(ThreadState, IsThereInStaticDestructorsAndGoneAfterShutdown) {
+    const auto exitWithLastLook = [](bool isShutDown) {
+        static LastLook look{[](IPCThreadState* state) { _exit(state == nullptr ? 3 : 4); }};
+        IPCThreadState::self();
+        if (isShutDown) {
+            IPCThreadState::shutdown();
+        }
+        exit(0);
+    };
+    EXPECT_EXIT(exitWithLastLook(false), testing::ExitedWithCode(4), "");
+    EXPECT_EXIT(exitWithLastLook(true), testing::ExitedWithCode(3), "");
 }
 
 }  // namespace

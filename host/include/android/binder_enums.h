@@ -1,17 +1,22 @@
 // The enumerators of a generated enum, in the order of their declaration.
 #pragma once
 
-#include <array>
 #include <iterator>
 #include <type_traits>
+
+#include "zelkcam/host/EnumNames.h"
 
 namespace ndk {
 
 namespace internal {
 
-// Every generated enum specialises this with a std::array of its enumerators.
+// Every generated enum has a std::array of its enumerators here.
 template <typename EnumType, typename = std::enable_if_t<std::is_enum<EnumType>::value>>
 constexpr void* enum_values = nullptr;
+
+template <typename EnumType>
+constexpr inline auto enum_values<EnumType, ::zelkcam::host::HasEnumNames<EnumType>> =
+        ::zelkcam::host::enumValues<EnumType>();
 
 }  // namespace internal
 

@@ -1,13 +1,16 @@
 // Building blocks that HIDL types and generated interfaces share.
 #pragma once
 
-#include <stdint.h>
+#include <dirent.h>
 
 #include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
 
-namespace android {
-namespace hardware {
-namespace details {
+namespace android::hardware::details {
 
 // What a class is: an interface, a service's binder side, a client's proxy, a passthrough wrapper.
 struct i_tag {};
@@ -48,6 +51,4 @@ struct hidl_pointer {
     };
 };
 
-}  // namespace details
-}  // namespace hardware
-}  // namespace android
+}  // namespace android::hardware::details

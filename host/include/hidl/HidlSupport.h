@@ -2,16 +2,18 @@
 // process, and what enumerations and death notices need.
 #pragma once
 
+#include <stddef.h>
 #include <stdint.h>
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
 #include <initializer_list>
 #include <iterator>
 #include <limits>
-#include <ostream>
+#include <map>
+#include <sstream>
 #include <string>
+#include <tuple>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -23,15 +25,13 @@
 #include <utils/RefBase.h>
 #include <utils/StrongPointer.h>
 
+#include "zelkcam/host/EnumNames.h"
+
 namespace android {
 
-namespace hidl {
-namespace base {
-namespace V1_0 {
+namespace hidl::base::V1_0 {
 struct IBase;
-}  // namespace V1_0
-}  // namespace base
-}  // namespace hidl
+}  // namespace hidl::base::V1_0
 
 namespace hardware {
 
@@ -66,7 +66,7 @@ struct hidl_handle {
 
     const native_handle_t* operator->() const;
     operator const native_handle_t*() const;
-    // Null when empty. Stays this object's, or whoever's it was before.
+    // Null when empty. The handle's owner does not change.
     const native_handle_t* getNativeHandle() const;
 
   private:
@@ -256,8 +256,13 @@ struct hidl_vec {
         mOwnsBuffer = true;
     }
 
-    using iterator = T*;
-    using const_iterator = const T*;
+  private:
+    template <bool IS_CONST>
+    class iter;
+
+  public:
+    using iterator = iter<false>;
+    using const_iterator = iter<true>;
 
     iterator begin() { return data(); }
     iterator end() { return data() + mSize; }
@@ -307,41 +312,232 @@ struct hidl_vec {
     [[maybe_unused]] uint8_t mPad[3];
 };
 
-// A fixed array of one dimension, laid out as the elements alone.
-template <typename T, size_t SIZE>
-struct hidl_array {
-    hidl_array() = default;
-    hidl_array(const T* source) { std::copy(source, source + SIZE, mBuffer); }
-    hidl_array(const std::array<T, SIZE>& source) {
-        std::copy(source.begin(), source.end(), mBuffer);
-    }
-    hidl_array& operator=(const T* source) {
-        std::copy(source, source + SIZE, mBuffer);
+// A class, not a pointer: it converts neither to one nor between its two kinds.
+template <typename T>
+template <bool IS_CONST>
+class hidl_vec<T>::iter {
+  public:
+    using iterator_category = std::random_access_iterator_tag;
+    using value_type = T;
+    using difference_type = ptrdiff_t;
+    using pointer = std::conditional_t<IS_CONST, const T*, T*>;
+    using reference = std::conditional_t<IS_CONST, const T&, T&>;
+
+    iter(pointer position) : mPosition(position) {}
+
+    iter& operator++() { return *this += 1; }
+    iter& operator--() { return *this -= 1; }
+    iter operator++(int) { return mPosition++; }
+    iter operator--(int) { return mPosition--; }
+    iter& operator+=(difference_type n) {
+        mPosition += n;
         return *this;
     }
+    iter& operator-=(difference_type n) {
+        mPosition -= n;
+        return *this;
+    }
+    iter operator+(difference_type n) const { return mPosition + n; }
+    iter operator-(difference_type n) const { return mPosition - n; }
+    difference_type operator-(const iter& other) const { return mPosition - other.mPosition; }
+    friend iter operator+(difference_type n, const iter& it) { return it + n; }
 
-    operator std::array<T, SIZE>() const {
-        std::array<T, SIZE> copy;
-        std::copy(mBuffer, mBuffer + SIZE, copy.begin());
+    reference operator*() const { return *mPosition; }
+    pointer operator->() const { return mPosition; }
+    reference operator[](size_t index) const { return mPosition[index]; }
+
+    bool operator==(const iter& other) const = default;
+    auto operator<=>(const iter& other) const = default;
+
+  private:
+    pointer mPosition;
+};
+
+namespace details {
+
+// Nested std::arrays, the outermost extent first.
+template <typename T, size_t SIZE, size_t... SIZES>
+struct NestedArray {
+    using type = std::array<typename NestedArray<T, SIZES...>::type, SIZE>;
+};
+template <typename T, size_t SIZE>
+struct NestedArray<T, SIZE> {
+    using type = std::array<T, SIZE>;
+};
+
+template <size_t... SIZES>
+inline constexpr size_t kProduct = (size_t{1} * ... * SIZES);
+
+// The elements of a nested array, which lie one behind the other.
+template <typename T, typename Nested>
+auto* elementsOf(Nested& nested) {
+    static_assert(sizeof(Nested) % sizeof(T) == 0);
+    return reinterpret_cast<std::conditional_t<std::is_const_v<Nested>, const T, T>*>(&nested);
+}
+
+// One row of a hidl_array, or one of its rows' rows.
+template <typename T, size_t SIZE, size_t... SIZES>
+class accessor {
+  public:
+    using std_array_type = typename NestedArray<T, SIZE, SIZES...>::type;
+
+    explicit accessor(T* elements) : mElements(elements) {}
+
+    accessor& operator=(const std_array_type& source) {
+        std::copy_n(elementsOf<T>(source), kProduct<SIZE, SIZES...>, mElements);
+        return *this;
+    }
+    decltype(auto) operator[](size_t index) {
+        if constexpr (sizeof...(SIZES) == 0) {
+            return (mElements[index]);
+        } else {
+            return accessor<T, SIZES...>(mElements + index * kProduct<SIZES...>);
+        }
+    }
+
+  private:
+    T* mElements;
+};
+
+template <typename T, size_t SIZE, size_t... SIZES>
+class const_accessor {
+  public:
+    using std_array_type = typename NestedArray<T, SIZE, SIZES...>::type;
+
+    explicit const_accessor(const T* elements) : mElements(elements) {}
+
+    operator std_array_type() {
+        std_array_type copy;
+        std::copy_n(mElements, kProduct<SIZE, SIZES...>, elementsOf<T>(copy));
         return copy;
     }
+    decltype(auto) operator[](size_t index) const {
+        if constexpr (sizeof...(SIZES) == 0) {
+            return (mElements[index]);
+        } else {
+            return const_accessor<T, SIZES...>(mElements + index * kProduct<SIZES...>);
+        }
+    }
+
+  private:
+    const T* mElements;
+};
+
+template <typename T, bool IS_ONE_DIMENSION>
+struct ArrayValueType {};
+template <typename T>
+struct ArrayValueType<T, true> {
+    using value_type = T;
+};
+
+}  // namespace details
+
+// A fixed array, laid out as the elements alone, row by row.
+template <typename T, size_t SIZE1, size_t... SIZES>
+struct hidl_array : details::ArrayValueType<T, sizeof...(SIZES) == 0> {
+    using std_array_type = typename details::NestedArray<T, SIZE1, SIZES...>::type;
+
+    hidl_array() = default;
+    // All elements, row by row.
+    hidl_array(const T* source) { std::copy_n(source, elementCount(), mBuffer); }
+    hidl_array(const std_array_type& source) : hidl_array(details::elementsOf<T>(source)) {}
+
+    operator std_array_type() const { return details::const_accessor<T, SIZE1, SIZES...>(mBuffer); }
 
     T* data() { return mBuffer; }
     const T* data() const { return mBuffer; }
-    // The index is not checked.
-    T& operator[](size_t index) { return mBuffer[index]; }
-    const T& operator[](size_t index) const { return mBuffer[index]; }
-    static constexpr size_t size() { return SIZE; }
-    static constexpr size_t elementCount() { return SIZE; }
+    // An element, or the accessor of a row. The index is not checked.
+    decltype(auto) operator[](size_t index) {
+        return details::accessor<T, SIZE1, SIZES...>(mBuffer)[index];
+    }
+    decltype(auto) operator[](size_t index) const {
+        return details::const_accessor<T, SIZE1, SIZES...>(mBuffer)[index];
+    }
+    // The extents as a tuple; of one dimension the plain number.
+    static constexpr auto size() {
+        if constexpr (sizeof...(SIZES) == 0) {
+            return SIZE1;
+        } else {
+            return std::make_tuple(SIZE1, SIZES...);
+        }
+    }
+    static constexpr size_t elementCount() { return details::kProduct<SIZE1, SIZES...>; }
 
     bool operator==(const hidl_array& other) const {
-        return std::equal(mBuffer, mBuffer + SIZE, other.mBuffer);
+        return std::equal(mBuffer, mBuffer + elementCount(), other.mBuffer);
     }
-    bool operator!=(const hidl_array& other) const { return !(*this == other); }
 
   private:
-    T mBuffer[SIZE];
+    T mBuffer[details::kProduct<SIZE1, SIZES...>];
 };
+
+// Memory that another process may map: a handle, a size in bytes, and which mapper understands it.
+// A copy clones the handle. Not safe for concurrent use.
+struct hidl_memory {
+    hidl_memory() = default;
+    // Takes the handle over.
+    hidl_memory(const hidl_string& name, hidl_handle&& handle, size_t size)
+        : mHandle(std::move(handle)), mSize(size), mName(name) {}
+    // Refers to the handle, which stays the caller's.
+    hidl_memory(const hidl_string& name, const native_handle_t* handle, size_t size)
+        : mHandle(handle), mSize(size), mName(name) {}
+    hidl_memory(const hidl_memory& other) = default;
+    hidl_memory& operator=(const hidl_memory& other) = default;
+    // The source is empty afterwards.
+    hidl_memory(hidl_memory&& other) noexcept
+        : mHandle(std::move(other.mHandle)),
+          mSize(std::exchange(other.mSize, 0)),
+          mName(std::move(other.mName)) {}
+    hidl_memory& operator=(hidl_memory&& other) noexcept {
+        if (this != &other) {
+            mHandle = std::move(other.mHandle);
+            mSize = std::exchange(other.mSize, 0);
+            mName = std::move(other.mName);
+        }
+        return *this;
+    }
+
+    const native_handle_t* handle() const { return mHandle; }
+    const hidl_string& name() const { return mName; }
+    uint64_t size() const { return mSize; }
+    bool valid() const { return handle() != nullptr; }
+
+    static const size_t kOffsetOfHandle = 0;
+    static const size_t kOffsetOfName = 24;
+
+  private:
+    hidl_handle mHandle __attribute__((aligned(8)));
+    uint64_t mSize __attribute__((aligned(8))) = 0;
+    hidl_string mName __attribute__((aligned(8)));
+};
+
+// The same, shared.
+class HidlMemory : public virtual hidl_memory, public virtual RefBase {
+  public:
+    static sp<HidlMemory> getInstance(const hidl_memory& memory);
+    static sp<HidlMemory> getInstance(hidl_memory&& memory);
+    static sp<HidlMemory> getInstance(const hidl_string& name, hidl_handle&& handle, uint64_t size);
+    // Takes the descriptor over.
+    static sp<HidlMemory> getInstance(const hidl_string& name, int fd, uint64_t size);
+
+  private:
+    explicit HidlMemory(hidl_memory&& memory) : hidl_memory(std::move(memory)) {}
+};
+
+struct hidl_version {
+    constexpr hidl_version(uint16_t major, uint16_t minor) : mMajor(major), mMinor(minor) {}
+    constexpr auto operator<=>(const hidl_version&) const = default;
+    constexpr uint16_t get_major() const { return mMajor; }
+    constexpr uint16_t get_minor() const { return mMinor; }
+
+  private:
+    uint16_t mMajor;
+    uint16_t mMinor;
+};
+
+inline constexpr hidl_version make_hidl_version(uint16_t major, uint16_t minor) {
+    return hidl_version(major, minor);
+}
 
 // The integer that carries any union of an enumeration's bits.
 template <typename Enum>
@@ -352,41 +548,93 @@ namespace details {
 template <typename E, typename = std::enable_if_t<std::is_enum<E>::value>>
 inline constexpr std::array<E, 0> hidl_enum_values = {};
 
+template <typename E>
+inline constexpr auto hidl_enum_values<E, ::zelkcam::host::HasEnumNames<E>> =
+        ::zelkcam::host::enumValues<E>();
+
+// Hexadecimal digits, led by 0x if prefix and the value is not 0.
+template <typename T>
+std::string toHexString(T value, bool prefix = true) {
+    std::ostringstream text;
+    text << std::hex << (prefix ? std::showbase : std::noshowbase)
+         << static_cast<std::conditional_t<sizeof(T) == 1, int32_t, T>>(value);
+    return text.str();
+}
+
 }  // namespace details
 
 // for (auto value : hidl_enum_range<E>()): every enumerator in declaration order.
 template <typename E, typename = std::enable_if_t<std::is_enum<E>::value>>
 struct hidl_enum_range {
+    using value_type = E;
+
     constexpr auto begin() const { return details::hidl_enum_values<E>.begin(); }
     constexpr auto cbegin() const { return begin(); }
+    constexpr auto rbegin() const { return details::hidl_enum_values<E>.rbegin(); }
+    constexpr auto crbegin() const { return rbegin(); }
     constexpr auto end() const { return details::hidl_enum_values<E>.end(); }
     constexpr auto cend() const { return end(); }
+    constexpr auto rend() const { return details::hidl_enum_values<E>.rend(); }
+    constexpr auto crend() const { return rend(); }
 };
 
-// Texts of the value types, as generated records print their fields.
-std::string toString(const hidl_string& text);
-inline std::string toString(bool value) {
-    return value ? "true" : "false";
-}
-// A number as 0x and its hexadecimal digits without leading zeros.
-std::string toHexString(uint64_t value);
+template <typename E>
+struct hidl_enum_iterator {
+    static_assert(sizeof(E) == 0, "withdrawn: use hidl_enum_range");
+};
 
-template <typename T, typename = std::enable_if_t<std::is_arithmetic<T>::value &&
-                                                  !std::is_same<T, bool>::value>>
+// Texts of the value types, as generated records print their fields. A bool is a number here.
+template <typename T, typename = std::enable_if_t<std::is_arithmetic<T>::value>>
 std::string toString(T value) {
     return std::to_string(value);
 }
-
-// The elements' own texts, found beside their types.
+inline std::string toString(const void* pointer) {
+    return details::toHexString(reinterpret_cast<uintptr_t>(pointer));
+}
+inline std::string toString(const hidl_handle& handle) {
+    return toString(static_cast<const void*>(handle.getNativeHandle()));
+}
 template <typename T>
-std::string toString(const hidl_vec<T>& elements) {
-    std::string text = "[" + std::to_string(elements.size()) + "]{";
-    const char* separator = "";
-    for (const T& element : elements) {
-        text += separator + toString(element);
-        separator = ", ";
+std::string toString(const sp<T>& object) {
+    return toString(static_cast<const void*>(object.get()));
+}
+inline std::string toString(const sp<hidl_death_recipient>& recipient) {
+    return "death_recipient@" + toString(static_cast<const void*>(recipient.get()));
+}
+std::string toString(const hidl_string& text);
+std::string toString(const hidl_memory& memory);
+
+namespace details {
+
+// "{1, 2}": the elements' own texts, found beside their types.
+template <typename Elements>
+std::string listToString(const Elements& elements, size_t count) {
+    using ::android::hardware::toString;
+    std::string text = "{";
+    for (size_t i = 0; i < count; ++i) {
+        text.append(i == 0 ? "" : ", ").append(toString(elements[i]));
     }
     return text + "}";
+}
+
+template <typename T, size_t SIZE, size_t... SIZES>
+std::string toString(const const_accessor<T, SIZE, SIZES...>& elements) {
+    return listToString(elements, SIZE);
+}
+
+}  // namespace details
+
+template <typename T>
+std::string toString(const hidl_vec<T>& elements) {
+    return "[" + std::to_string(elements.size()) + "]" +
+           details::listToString(elements, elements.size());
+}
+
+template <typename T, size_t SIZE1, size_t... SIZES>
+std::string toString(const hidl_array<T, SIZE1, SIZES...>& array) {
+    const std::string inner = (std::string() + ... + ("[" + std::to_string(SIZES) + "]"));
+    return "[" + std::to_string(SIZE1) + "]" + inner +
+           toString(details::const_accessor<T, SIZE1, SIZES...>(array.data()));
 }
 
 }  // namespace hardware

@@ -1,9 +1,8 @@
 // The outcome of a HIDL call: the transport's status, and with it the value that came back.
 #pragma once
 
-#include <stdint.h>
-
-#include <ostream>
+#include <cstdint>
+#include <sstream>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -12,8 +11,7 @@
 #include <utils/Errors.h>
 #include <utils/StrongPointer.h>
 
-namespace android {
-namespace hardware {
+namespace android::hardware {
 
 // Whether a call came through. A value; not safe for concurrent use.
 class Status final {
@@ -67,7 +65,8 @@ class Status final {
 
 std::ostream& operator<<(std::ostream& stream, const Status& status);
 
-// What happens to a failed call whose outcome nobody looked at.
+// What happens to a call that came through if its outcome was never looked at. A failed call whose
+// outcome was never looked at ends the process, whatever the restriction.
 enum class HidlReturnRestriction {
     NONE = 0,
     ERROR_IF_UNCHECKED = 1,  // an error line in the log
@@ -90,7 +89,8 @@ class return_status {
     return_status(const Status& status) : mStatus(status) {}
     return_status(const return_status&) = delete;
     return_status& operator=(const return_status&) = delete;
-    return_status(return_status&& other) noexcept { *this = std::move(other); }
+    return_status(return_status&& other) noexcept
+        : mStatus(other.mStatus), mCheckedStatus(std::exchange(other.mCheckedStatus, true)) {}
     return_status& operator=(return_status&& other) noexcept;
     ~return_status();
 
@@ -193,5 +193,4 @@ Return<U> StatusOf(const Return<T>& other) {
 }
 
 }  // namespace details
-}  // namespace hardware
-}  // namespace android
+}  // namespace android::hardware

@@ -9,10 +9,9 @@
 #include <hidl/HidlSupport.h>
 #include <utils/RefBase.h>
 
-namespace android {
-namespace hidl {
-namespace base {
-namespace V1_0 {
+#include "zelkcam/host/HidlTypes.h"
+
+namespace android::hidl::base::V1_0 {
 
 // Every object that a HIDL service offers. The order of the virtual operations is binary contract:
 // these eleven take slots 0 to 10 of an interface's table, the implicit destructor 11 and 12, an
@@ -49,8 +48,8 @@ struct IBase : virtual public ::android::RefBase {
 
     virtual ::android::hardware::Return<void> setHALInstrumentation();
 
-    // True when recipient is not null. A local object outlives nobody's process but its own, so the
-    // recipient is never told.
+    // True when recipient is not null. A local object lives as long as its process, so the
+    // recipient is never called.
     virtual ::android::hardware::Return<bool> linkToDeath(
             const ::android::sp<::android::hardware::hidl_death_recipient>& recipient,
             uint64_t cookie);
@@ -70,7 +69,6 @@ struct IBase : virtual public ::android::RefBase {
             const ::android::sp<IBase>& parent, bool emitError = false);
 };
 
-}  // namespace V1_0
-}  // namespace base
-}  // namespace hidl
-}  // namespace android
+ZELKCAM_HIDL_INTERFACE_TEXT(IBase)
+
+}  // namespace android::hidl::base::V1_0

@@ -6,11 +6,7 @@
 #include <aidl/android/hardware/graphics/allocator/IAllocator.h>
 #include <android/binder_ibinder.h>
 
-namespace aidl {
-namespace android {
-namespace hardware {
-namespace graphics {
-namespace allocator {
+namespace aidl::android::hardware::graphics::allocator {
 
 // The base of a service, which implements the four operations of its own; made with
 // ndk::SharedRefBase::make.
@@ -31,25 +27,18 @@ class IAllocatorDelegator : public BnAllocator {
     explicit IAllocatorDelegator(const std::shared_ptr<IAllocator>& impl) : _impl(impl) {}
 
     ::ndk::ScopedAStatus allocate(const std::vector<uint8_t>& in_descriptor, int32_t in_count,
-                                  ::aidl::android::hardware::graphics::allocator::AllocationResult*
-                                          _aidl_return) override {
+                                  AllocationResult* _aidl_return) override {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
         return _impl->allocate(in_descriptor, in_count, _aidl_return);
 #pragma GCC diagnostic pop
     }
-    ::ndk::ScopedAStatus allocate2(
-            const ::aidl::android::hardware::graphics::allocator::BufferDescriptorInfo&
-                    in_descriptor,
-            int32_t in_count,
-            ::aidl::android::hardware::graphics::allocator::AllocationResult* _aidl_return)
-            override {
+    ::ndk::ScopedAStatus allocate2(const BufferDescriptorInfo& in_descriptor, int32_t in_count,
+                                   AllocationResult* _aidl_return) override {
         return _impl->allocate2(in_descriptor, in_count, _aidl_return);
     }
-    ::ndk::ScopedAStatus isSupported(
-            const ::aidl::android::hardware::graphics::allocator::BufferDescriptorInfo&
-                    in_descriptor,
-            bool* _aidl_return) override {
+    ::ndk::ScopedAStatus isSupported(const BufferDescriptorInfo& in_descriptor,
+                                     bool* _aidl_return) override {
         return _impl->isSupported(in_descriptor, _aidl_return);
     }
     ::ndk::ScopedAStatus getIMapperLibrarySuffix(std::string* _aidl_return) override {
@@ -60,8 +49,4 @@ class IAllocatorDelegator : public BnAllocator {
     std::shared_ptr<IAllocator> _impl;
 };
 
-}  // namespace allocator
-}  // namespace graphics
-}  // namespace hardware
-}  // namespace android
-}  // namespace aidl
+}  // namespace aidl::android::hardware::graphics::allocator

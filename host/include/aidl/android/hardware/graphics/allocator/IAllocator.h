@@ -18,11 +18,7 @@
 #include <android/binder_stability.h>
 #endif
 
-namespace aidl {
-namespace android {
-namespace hardware {
-namespace graphics {
-namespace allocator {
+namespace aidl::android::hardware::graphics::allocator {
 
 class IAllocatorDelegator;
 
@@ -43,8 +39,8 @@ class IAllocator : public ::ndk::ICInterface {
     static constexpr uint32_t TRANSACTION_isSupported = FIRST_CALL_TRANSACTION + 2;
     static constexpr uint32_t TRANSACTION_getIMapperLibrarySuffix = FIRST_CALL_TRANSACTION + 3;
 
-    // The interface of a binder: the very object when it is local, otherwise a proxy. Null for null
-    // and for a binder of another class.
+    // The interface of a binder: the object itself when it is local, otherwise a proxy. Null for
+    // null and for a binder of another class.
     static std::shared_ptr<IAllocator> fromBinder(const ::ndk::SpAIBinder& binder);
     static binder_status_t writeToParcel(AParcel* parcel,
                                          const std::shared_ptr<IAllocator>& instance);
@@ -54,23 +50,17 @@ class IAllocator : public ::ndk::ICInterface {
     static const std::shared_ptr<IAllocator>& getDefaultImpl();
 
     // Allocates after the descriptor bytes of a 4.x mapper.
-    virtual ::ndk::ScopedAStatus allocate(
-            const std::vector<uint8_t>& in_descriptor, int32_t in_count,
-            ::aidl::android::hardware::graphics::allocator::AllocationResult* _aidl_return)
+    virtual ::ndk::ScopedAStatus allocate(const std::vector<uint8_t>& in_descriptor,
+                                          int32_t in_count, AllocationResult* _aidl_return)
             __attribute__((deprecated("use allocate2"))) = 0;
 
     // Allocates `in_count` buffers of one description.
-    virtual ::ndk::ScopedAStatus allocate2(
-            const ::aidl::android::hardware::graphics::allocator::BufferDescriptorInfo&
-                    in_descriptor,
-            int32_t in_count,
-            ::aidl::android::hardware::graphics::allocator::AllocationResult* _aidl_return) = 0;
+    virtual ::ndk::ScopedAStatus allocate2(const BufferDescriptorInfo& in_descriptor,
+                                           int32_t in_count, AllocationResult* _aidl_return) = 0;
 
     // Whether such an allocation works unless resources run out.
-    virtual ::ndk::ScopedAStatus isSupported(
-            const ::aidl::android::hardware::graphics::allocator::BufferDescriptorInfo&
-                    in_descriptor,
-            bool* _aidl_return) = 0;
+    virtual ::ndk::ScopedAStatus isSupported(const BufferDescriptorInfo& in_descriptor,
+                                             bool* _aidl_return) = 0;
 
     // S, such that the library "mapper.<S>.so" maps this allocator's buffers.
     virtual ::ndk::ScopedAStatus getIMapperLibrarySuffix(std::string* _aidl_return) = 0;
@@ -85,20 +75,13 @@ class IAllocator : public ::ndk::ICInterface {
 // Answers every call as a service that does not know it.
 class IAllocatorDefault : public IAllocator {
   public:
-    ::ndk::ScopedAStatus allocate(
-            const std::vector<uint8_t>& in_descriptor, int32_t in_count,
-            ::aidl::android::hardware::graphics::allocator::AllocationResult* _aidl_return) override
+    ::ndk::ScopedAStatus allocate(const std::vector<uint8_t>& in_descriptor, int32_t in_count,
+                                  AllocationResult* _aidl_return) override
             __attribute__((deprecated("use allocate2")));
-    ::ndk::ScopedAStatus allocate2(
-            const ::aidl::android::hardware::graphics::allocator::BufferDescriptorInfo&
-                    in_descriptor,
-            int32_t in_count,
-            ::aidl::android::hardware::graphics::allocator::AllocationResult* _aidl_return)
-            override;
-    ::ndk::ScopedAStatus isSupported(
-            const ::aidl::android::hardware::graphics::allocator::BufferDescriptorInfo&
-                    in_descriptor,
-            bool* _aidl_return) override;
+    ::ndk::ScopedAStatus allocate2(const BufferDescriptorInfo& in_descriptor, int32_t in_count,
+                                   AllocationResult* _aidl_return) override;
+    ::ndk::ScopedAStatus isSupported(const BufferDescriptorInfo& in_descriptor,
+                                     bool* _aidl_return) override;
     ::ndk::ScopedAStatus getIMapperLibrarySuffix(std::string* _aidl_return) override;
     ::ndk::ScopedAStatus getInterfaceVersion(int32_t* _aidl_return) override;
     ::ndk::ScopedAStatus getInterfaceHash(std::string* _aidl_return) override;
@@ -106,8 +89,4 @@ class IAllocatorDefault : public IAllocator {
     bool isRemote() override;
 };
 
-}  // namespace allocator
-}  // namespace graphics
-}  // namespace hardware
-}  // namespace android
-}  // namespace aidl
+}  // namespace aidl::android::hardware::graphics::allocator

@@ -1,56 +1,16 @@
 // How the content of a buffer is compressed.
 #pragma once
 
-#include <array>
-#include <cstdint>
-#include <memory>
-#include <optional>
-#include <string>
-#include <vector>
+#include "zelkcam/host/AidlEnum.h"
 
-#include <android/binder_enums.h>
-#ifdef BINDER_STABILITY_SUPPORT
-#include <android/binder_stability.h>
-#endif
+namespace aidl::android::hardware::graphics::common {
 
-namespace aidl {
-namespace android {
-namespace hardware {
-namespace graphics {
-namespace common {
+#define ZELKCAM_AIDL_COMPRESSION(ROW) \
+    ROW(NONE, 0)                      \
+    ROW(DISPLAY_STREAM_COMPRESSION, 1)
 
-enum class Compression : int64_t {
-    NONE = 0,
-    DISPLAY_STREAM_COMPRESSION = 1,
-};
+enum class Compression : int64_t { ZELKCAM_AIDL_COMPRESSION(ZELKCAM_ENUMERATOR) };
+ZELKCAM_AIDL_ENUM(Compression, ZELKCAM_AIDL_COMPRESSION)
+#undef ZELKCAM_AIDL_COMPRESSION
 
-// The enumerator's name; of several with one value the first; the number of an unknown value.
-[[nodiscard]] static inline std::string toString(Compression val) {
-    switch (val) {
-        case Compression::NONE:
-            return "NONE";
-        case Compression::DISPLAY_STREAM_COMPRESSION:
-            return "DISPLAY_STREAM_COMPRESSION";
-        default:
-            return std::to_string(static_cast<int64_t>(val));
-    }
-}
-
-}  // namespace common
-}  // namespace graphics
-}  // namespace hardware
-}  // namespace android
-}  // namespace aidl
-
-namespace ndk {
-namespace internal {
-
-template <>
-constexpr inline std::array<aidl::android::hardware::graphics::common::Compression, 2>
-        enum_values<aidl::android::hardware::graphics::common::Compression> = {
-                aidl::android::hardware::graphics::common::Compression::NONE,
-                aidl::android::hardware::graphics::common::Compression::DISPLAY_STREAM_COMPRESSION,
-};
-
-}  // namespace internal
-}  // namespace ndk
+}  // namespace aidl::android::hardware::graphics::common

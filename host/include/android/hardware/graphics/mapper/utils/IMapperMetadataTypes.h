@@ -12,6 +12,7 @@
 // hold.
 #pragma once
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstddef>
 #include <cstdint>
@@ -20,6 +21,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -62,7 +64,7 @@ class MetadataWriter {
           mRemaining(destBuffer == nullptr ? 0 : destBufferSize) {}
 
     // The size of all that was to be written; -AIMAPPER_ERROR_BAD_VALUE once it left the range.
-    int32_t desiredSize() const { return mDesiredSize; }
+    [[nodiscard]] int32_t desiredSize() const { return mDesiredSize; }
 
     template <typename HEADER>
     MetadataWriter& writeHeader() {
@@ -127,7 +129,7 @@ class MetadataReader {
         : mSource(static_cast<const std::byte*>(metadata)),
           mRemaining(metadata == nullptr ? 0 : metadataSize) {}
 
-    size_t remaining() const { return mRemaining; }
+    [[nodiscard]] size_t remaining() const { return mRemaining; }
     [[nodiscard]] bool ok() const { return mOk; }
 
     // Reads the header and fails unless it is this one.
@@ -228,6 +230,42 @@ class MetadataReader {
 
 namespace details {
 
+template <typename T>
+concept Record = requires(T& value) { value.zelkcamFields(); };
+
+// A record's bytes are those of its fields in the order of their declaration, a list's its count
+// and those of its elements.
+template <typename T>
+void writeValue(MetadataWriter& writer, const T& value) {
+    if constexpr (std::is_enum_v<T>) {
+        writer.write(static_cast<std::underlying_type_t<T>>(value));
+    } else if constexpr (requires { writer.write(value); }) {
+        writer.write(value);
+    } else if constexpr (Record<T>) {
+        std::apply([&](const auto&... fields) { (writeValue(writer, fields), ...); },
+                   value.zelkcamFields());
+    } else {
+        writer.write(static_cast<int64_t>(value.size()));
+        for (const auto& element : value) {
+            writeValue(writer, element);
+        }
+    }
+}
+
+// The least bytes that a value takes: texts and lists may be empty.
+template <typename T>
+constexpr size_t leastSize() {
+    if constexpr (Record<T>) {
+        return []<typename... F>(std::type_identity<std::tuple<F&...>>) {
+            return (leastSize<F>() + ...);
+        }(std::type_identity<decltype(std::declval<T&>().zelkcamFields())>{});
+    } else if constexpr (std::is_class_v<T>) {
+        return sizeof(int64_t);
+    } else {
+        return sizeof(T);
+    }
+}
+
 // The count of a list whose elements take at least `elementSize` bytes each; nothing when the bytes
 // at hand cannot hold that many.
 inline std::optional<size_t> readCount(MetadataReader& reader, size_t elementSize) {
@@ -238,267 +276,75 @@ inline std::optional<size_t> readCount(MetadataReader& reader, size_t elementSiz
     return static_cast<size_t>(*count);
 }
 
-// The least bytes that a list element takes: a component without a name, a plane without
-// components.
-constexpr size_t kMinComponentSize = 4 * sizeof(int64_t);
-constexpr size_t kMinPlaneSize = 9 * sizeof(int64_t);
-constexpr size_t kRectSize = 4 * sizeof(int32_t);
-
-inline void writePlane(MetadataWriter& writer, const PlaneLayout& plane) {
-    writer.write(static_cast<int64_t>(plane.components.size()));
-    for (const PlaneLayoutComponent& component : plane.components) {
-        writer.write(component.type).write(component.offsetInBits).write(component.sizeInBits);
+// The reverse of writeValue. False when the bytes hold no such value; some of it may have been
+// stored then.
+template <typename T>
+[[nodiscard]] bool readValue(MetadataReader& reader, T& value) {
+    if constexpr (std::is_enum_v<T>) {
+        std::underlying_type_t<T> number{};
+        reader.read(number);
+        value = static_cast<T>(number);
+        return reader.ok();
+    } else if constexpr (requires { reader.read(value); }) {
+        return reader.read(value).ok();
+    } else if constexpr (std::is_same_v<T, std::vector<uint8_t>>) {
+        value = reader.readBuffer();
+        return reader.ok();
+    } else if constexpr (Record<T>) {
+        return std::apply([&](auto&... fields) { return (readValue(reader, fields) && ...); },
+                          value.zelkcamFields());
+    } else {
+        const auto count = readCount(reader, leastSize<typename T::value_type>());
+        if (!count) {
+            return false;
+        }
+        value.resize(*count);
+        return std::all_of(value.begin(), value.end(),
+                           [&](auto& element) { return readValue(reader, element); });
     }
-    writer.write(plane.offsetInBytes)
-            .write(plane.sampleIncrementInBits)
-            .write(plane.strideInBytes)
-            .write(plane.widthInSamples)
-            .write(plane.heightInSamples)
-            .write(plane.totalSizeInBytes)
-            .write(plane.horizontalSubsampling)
-            .write(plane.verticalSubsampling);
-}
-
-inline bool readPlane(MetadataReader& reader, PlaneLayout& plane) {
-    const std::optional<size_t> count = readCount(reader, kMinComponentSize);
-    if (!count) {
-        return false;
-    }
-    plane.components.resize(*count);
-    for (PlaneLayoutComponent& component : plane.components) {
-        reader.read(component.type).read(component.offsetInBits).read(component.sizeInBits);
-    }
-    reader.read(plane.offsetInBytes)
-            .read(plane.sampleIncrementInBits)
-            .read(plane.strideInBytes)
-            .read(plane.widthInSamples)
-            .read(plane.heightInSamples)
-            .read(plane.totalSizeInBytes)
-            .read(plane.horizontalSubsampling)
-            .read(plane.verticalSubsampling);
-    return reader.ok();
 }
 
 }  // namespace details
 
 // How a value of type T is encoded under a header.
 template <typename HEADER, typename T, typename Enable = void>
-struct MetadataValue {};
-
-template <typename HEADER, typename T>
-struct MetadataValue<HEADER, T, std::enable_if_t<std::is_integral_v<T>>> {
-    [[nodiscard]] static int32_t encode(T value, void* destBuffer, size_t destBufferSize) {
-        return MetadataWriter{destBuffer, destBufferSize}
-                .template writeHeader<HEADER>()
-                .write(value)
-                .desiredSize();
-    }
-
-    [[nodiscard]] static std::optional<T> decode(const void* metadata, size_t metadataSize) {
-        return MetadataReader{metadata, metadataSize}
-                .template checkHeader<HEADER>()
-                .template readInt<T>();
-    }
-};
-
-template <typename HEADER, typename T>
-struct MetadataValue<HEADER, T, std::enable_if_t<std::is_enum_v<T>>> {
-    using Number = std::underlying_type_t<T>;
-
-    [[nodiscard]] static int32_t encode(T value, void* destBuffer, size_t destBufferSize) {
-        return MetadataValue<HEADER, Number>::encode(static_cast<Number>(value), destBuffer,
-                                                     destBufferSize);
-    }
-
-    [[nodiscard]] static std::optional<T> decode(const void* metadata, size_t metadataSize) {
-        const std::optional<Number> number =
-                MetadataValue<HEADER, Number>::decode(metadata, metadataSize);
-        return number ? std::optional<T>(static_cast<T>(*number)) : std::nullopt;
-    }
-};
-
-template <typename HEADER>
-struct MetadataValue<HEADER, std::string> {
-    [[nodiscard]] static int32_t encode(const std::string_view& value, void* destBuffer,
-                                        size_t destBufferSize) {
-        return MetadataWriter{destBuffer, destBufferSize}
-                .template writeHeader<HEADER>()
-                .write(value)
-                .desiredSize();
-    }
-
-    [[nodiscard]] static std::optional<std::string> decode(const void* metadata,
-                                                           size_t metadataSize) {
-        MetadataReader reader{metadata, metadataSize};
-        std::string value;
-        reader.template checkHeader<HEADER>().read(value);
-        return reader.ok() ? std::optional<std::string>(std::move(value)) : std::nullopt;
-    }
-};
-
-template <typename HEADER>
-struct MetadataValue<HEADER, ExtendableType> {
-    [[nodiscard]] static int32_t encode(const ExtendableType& value, void* destBuffer,
-                                        size_t destBufferSize) {
-        return MetadataWriter{destBuffer, destBufferSize}
-                .template writeHeader<HEADER>()
-                .write(value)
-                .desiredSize();
-    }
-
-    [[nodiscard]] static std::optional<ExtendableType> decode(const void* metadata,
-                                                              size_t metadataSize) {
-        return MetadataReader{metadata, metadataSize}
-                .template checkHeader<HEADER>()
-                .readExtendable();
-    }
-};
-
-template <typename HEADER>
-struct MetadataValue<HEADER, std::vector<PlaneLayout>> {
-    [[nodiscard]] static int32_t encode(const std::vector<PlaneLayout>& values, void* destBuffer,
+struct MetadataValue {
+    using EncodeArgument = std::conditional_t<std::is_same_v<T, std::string>, std::string_view, T>;
+    [[nodiscard]] static int32_t encode(const EncodeArgument& value, void* destBuffer,
                                         size_t destBufferSize) {
         MetadataWriter writer{destBuffer, destBufferSize};
-        writer.template writeHeader<HEADER>().write(static_cast<int64_t>(values.size()));
-        for (const PlaneLayout& plane : values) {
-            details::writePlane(writer, plane);
-        }
+        details::writeValue(writer.template writeHeader<HEADER>(), value);
         return writer.desiredSize();
     }
 
-    using DecodeResult = std::optional<std::vector<PlaneLayout>>;
+    using DecodeResult = std::optional<T>;
     [[nodiscard]] static DecodeResult decode(const void* metadata, size_t metadataSize) {
         MetadataReader reader{metadata, metadataSize};
-        reader.template checkHeader<HEADER>();
-        const std::optional<size_t> count = details::readCount(reader, details::kMinPlaneSize);
-        if (!count) {
+        T value{};
+        if (!details::readValue(reader.template checkHeader<HEADER>(), value)) {
             return std::nullopt;
         }
-        std::vector<PlaneLayout> planes(*count);
-        for (PlaneLayout& plane : planes) {
-            if (!details::readPlane(reader, plane)) {
-                return std::nullopt;
-            }
-        }
-        return planes;
-    }
-};
-
-template <typename HEADER>
-struct MetadataValue<HEADER, std::vector<Rect>> {
-    [[nodiscard]] static int32_t encode(const std::vector<Rect>& values, void* destBuffer,
-                                        size_t destBufferSize) {
-        MetadataWriter writer{destBuffer, destBufferSize};
-        writer.template writeHeader<HEADER>().write(static_cast<int64_t>(values.size()));
-        for (const Rect& rect : values) {
-            writer.write(rect.left).write(rect.top).write(rect.right).write(rect.bottom);
-        }
-        return writer.desiredSize();
-    }
-
-    using DecodeResult = std::optional<std::vector<Rect>>;
-    [[nodiscard]] static DecodeResult decode(const void* metadata, size_t metadataSize) {
-        MetadataReader reader{metadata, metadataSize};
-        reader.template checkHeader<HEADER>();
-        const std::optional<size_t> count = details::readCount(reader, details::kRectSize);
-        if (!count) {
-            return std::nullopt;
-        }
-        std::vector<Rect> rects(*count);
-        for (Rect& rect : rects) {
-            reader.read(rect.left).read(rect.top).read(rect.right).read(rect.bottom);
-        }
-        return reader.ok() ? DecodeResult(std::move(rects)) : std::nullopt;
+        return value;
     }
 };
 
 // An absent optional is zero bytes, without a header. Decoding therefore has an optional in an
 // optional: the outer one is empty for bytes that make no sense, the inner one for an absent value.
-template <typename HEADER>
-struct MetadataValue<HEADER, std::optional<Smpte2086>> {
-    [[nodiscard]] static int32_t encode(const std::optional<Smpte2086>& optValue, void* destBuffer,
+template <typename HEADER, typename T>
+struct MetadataValue<HEADER, std::optional<T>> {
+    [[nodiscard]] static int32_t encode(const std::optional<T>& optValue, void* destBuffer,
                                         size_t destBufferSize) {
-        if (!optValue) {
-            return 0;
-        }
-        return MetadataWriter{destBuffer, destBufferSize}
-                .template writeHeader<HEADER>()
-                .write(optValue->primaryRed)
-                .write(optValue->primaryGreen)
-                .write(optValue->primaryBlue)
-                .write(optValue->whitePoint)
-                .write(optValue->maxLuminance)
-                .write(optValue->minLuminance)
-                .desiredSize();
+        return optValue ? MetadataValue<HEADER, T>::encode(*optValue, destBuffer, destBufferSize)
+                        : 0;
     }
 
-    using DecodeResult = std::optional<std::optional<Smpte2086>>;
+    using DecodeResult = std::optional<std::optional<T>>;
     [[nodiscard]] static DecodeResult decode(const void* metadata, size_t metadataSize) {
         if (metadataSize == 0) {
-            return std::optional<Smpte2086>();
+            return std::optional<T>();
         }
-        MetadataReader reader{metadata, metadataSize};
-        Smpte2086 value;
-        reader.template checkHeader<HEADER>()
-                .read(value.primaryRed)
-                .read(value.primaryGreen)
-                .read(value.primaryBlue)
-                .read(value.whitePoint)
-                .read(value.maxLuminance)
-                .read(value.minLuminance);
-        return reader.ok() ? DecodeResult(value) : std::nullopt;
-    }
-};
-
-template <typename HEADER>
-struct MetadataValue<HEADER, std::optional<Cta861_3>> {
-    [[nodiscard]] static int32_t encode(const std::optional<Cta861_3>& optValue, void* destBuffer,
-                                        size_t destBufferSize) {
-        if (!optValue) {
-            return 0;
-        }
-        return MetadataWriter{destBuffer, destBufferSize}
-                .template writeHeader<HEADER>()
-                .write(optValue->maxContentLightLevel)
-                .write(optValue->maxFrameAverageLightLevel)
-                .desiredSize();
-    }
-
-    using DecodeResult = std::optional<std::optional<Cta861_3>>;
-    [[nodiscard]] static DecodeResult decode(const void* metadata, size_t metadataSize) {
-        if (metadataSize == 0) {
-            return std::optional<Cta861_3>();
-        }
-        MetadataReader reader{metadata, metadataSize};
-        Cta861_3 value;
-        reader.template checkHeader<HEADER>()
-                .read(value.maxContentLightLevel)
-                .read(value.maxFrameAverageLightLevel);
-        return reader.ok() ? DecodeResult(value) : std::nullopt;
-    }
-};
-
-template <typename HEADER>
-struct MetadataValue<HEADER, std::optional<std::vector<uint8_t>>> {
-    [[nodiscard]] static int32_t encode(const std::optional<std::vector<uint8_t>>& optValue,
-                                        void* destBuffer, size_t destBufferSize) {
-        if (!optValue) {
-            return 0;
-        }
-        return MetadataWriter{destBuffer, destBufferSize}
-                .template writeHeader<HEADER>()
-                .write(*optValue)
-                .desiredSize();
-    }
-
-    using DecodeResult = std::optional<std::optional<std::vector<uint8_t>>>;
-    [[nodiscard]] static DecodeResult decode(const void* metadata, size_t metadataSize) {
-        if (metadataSize == 0) {
-            return std::optional<std::vector<uint8_t>>();
-        }
-        MetadataReader reader{metadata, metadataSize};
-        std::vector<uint8_t> value = reader.template checkHeader<HEADER>().readBuffer();
-        return reader.ok() ? DecodeResult(std::move(value)) : std::nullopt;
+        std::optional<T> value = MetadataValue<HEADER, T>::decode(metadata, metadataSize);
+        return value ? DecodeResult(std::move(value)) : std::nullopt;
     }
 };
 
@@ -559,8 +405,6 @@ static_assert(isValueEqualToIndex());
 
 }  // namespace details
 
-#if defined(__cplusplus) && __cplusplus >= 202002L
-
 // Calls f.operator()<T>() for the T that `type` is, unless that is INVALID or unknown.
 template <typename F, size_t... I>
 void invokeWithStandardMetadata(F&& f, StandardMetadataType type, std::index_sequence<I...>) {
@@ -611,7 +455,5 @@ AIMapper_Error applyStandardMetadata(StandardMetadataType type, const void* meta
             type, std::make_index_sequence<kTypes>{});
     return result;
 }
-
-#endif
 
 }  // namespace android::hardware::graphics::mapper
