@@ -133,6 +133,13 @@ static_assert(Dataspace::SCRGB_LINEAR == sumOf(Dataspace::STANDARD_BT709,
                                                Dataspace::RANGE_EXTENDED));
 
 // Binder.
+constexpr bool isEverythingIntroduced() {
+    if API_LEVEL_AT_LEAST (35, 202404) {
+        return true;
+    }
+    return false;
+}
+static_assert(isEverythingIntroduced());
 static_assert(STATUS_UNKNOWN_ERROR == INT_MIN && STATUS_UNEXPECTED_NULL == INT_MIN + 8);
 static_assert(EX_SERVICE_SPECIFIC == -8 && EX_TRANSACTION_FAILED == -129);
 static_assert(IAllocator::version == 2);

@@ -80,6 +80,7 @@ android::status_t ServiceRegistry::add(const std::string& name, const HidlObject
     }
     // What is replaced is released when no lock is held: its destructor may ask the registry.
     std::vector<HidlObject> replaced;
+    replaced.reserve(interfaces.size());
     const std::lock_guard lock(mMutex);
     for (const std::string& descriptor : interfaces) {
         replaced.push_back(std::exchange(mServices[Key(descriptor, name)], service));

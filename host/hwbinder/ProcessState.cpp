@@ -50,8 +50,4 @@ size_t ProcessState::getMaxThreads() {
     return gMaxThreads;
 }
 
-size_t ProcessState::getMmapSize() {
-    return mMmapSize;
-}
-
 }  // namespace android::hardware

@@ -37,7 +37,7 @@ class ProcessState : public virtual RefBase {
     // Without a driver no object has references there.
     ssize_t getKernelReferences(size_t /*count*/, uintptr_t* /*buf*/) { return 0; }
     ssize_t getStrongRefCountForNodeByHandle(int32_t /*handle*/) { return -1; }
-    size_t getMmapSize();
+    size_t getMmapSize() { return mMmapSize; }
 
     enum class CallRestriction {
         NONE,
