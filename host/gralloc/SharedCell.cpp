@@ -14,7 +14,7 @@ namespace zelkcam::host::gralloc {
 namespace {
 
 constexpr int kReadAttempts = 64;
-constexpr std::chrono::milliseconds kWriterPatience{50};
+constexpr std::chrono::milliseconds kWriterPatience{80};
 
 static_assert(std::atomic_ref<uint64_t>::is_always_lock_free);
 

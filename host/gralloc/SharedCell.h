@@ -60,7 +60,7 @@ class CellWriteLock {
     CellWriteLock& operator=(const CellWriteLock&) = delete;
     ~CellWriteLock();
 
-    // False when another writer did not let go within 50 milliseconds, or the process has no
+    // False when another writer did not let go within 80 milliseconds, or the process has no
     // descriptor left.
     bool held() const { return mHeld; }
 
