@@ -15,7 +15,7 @@ namespace {
 std::string get(const char* key, const char* defaultValue) {
     char value[PROPERTY_VALUE_MAX];
     const int length = property_get(key, value, defaultValue);
-    EXPECT_EQ(static_cast<int>(std::string(value).size()), length);
+    EXPECT_EQ(length, static_cast<int>(std::string(value).size()));
     return value;
 }
 
@@ -24,40 +24,50 @@ TEST(Properties, TheProcessComesBeforeTheEnvironmentAndThatBeforeTheFile) {
     std::ofstream(path)
             << "# a.b=comment\nvendor.a.b = old\nvendor.a.b=file=1\nnoise\nc= from file \n";
     setenv("ZELKCAM_HOST_PROPERTIES", path.c_str(), 1);
-    EXPECT_EQ("file=1", get("vendor.a.b", nullptr));
-    EXPECT_EQ("from file", get("c", nullptr));
+    EXPECT_EQ(get("vendor.a.b", nullptr), "file=1");
+    EXPECT_EQ(get("c", nullptr), "from file");
     setenv("ZELKCAM_PROP_vendor_a_b", "environment", 1);
-    EXPECT_EQ("environment", get("vendor.a.b", nullptr));
-    EXPECT_EQ(0, property_set("vendor.a.b", "process"));
-    EXPECT_EQ("process", get("vendor.a.b", nullptr));
+    EXPECT_EQ(get("vendor.a.b", nullptr), "environment");
+    EXPECT_EQ(property_set("vendor.a.b", "process"), 0);
+    EXPECT_EQ(get("vendor.a.b", nullptr), "process");
 
     std::map<std::string, std::string> listed;
     const auto collect = [](const char* key, const char* value, void* cookie) {
         (*static_cast<std::map<std::string, std::string>*>(cookie))[key] = value;
     };
     setenv("ZELKCAM_PROP_c", "overruled", 1);
-    EXPECT_EQ(0, property_list(collect, &listed));
+    EXPECT_EQ(property_list(collect, &listed), 0);
     const std::map<std::string, std::string> expected = {{"c", "overruled"},
                                                          {"vendor.a.b", "process"}};
-    EXPECT_EQ(expected, listed);
+    EXPECT_EQ(listed, expected);
 
     // Set to nothing by the process, the property is empty, not what lies below.
-    EXPECT_EQ(0, property_set("vendor.a.b", nullptr));
-    EXPECT_EQ("default", get("vendor.a.b", "default"));
+    EXPECT_EQ(property_set("vendor.a.b", nullptr), 0);
+    EXPECT_EQ(get("vendor.a.b", "default"), "default");
     std::remove(path.c_str());
+}
+
+TEST(Properties, AFileThatCannotBeReadIsNamedOnce) {
+    setenv("ZELKCAM_HOST_PROPERTIES", "/nonexistent", 1);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(get("c", "default"), "default");
+    EXPECT_EQ(get("c", "default"), "default");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "zelkcam: ZELKCAM_HOST_PROPERTIES=/nonexistent cannot be read; no property is taken "
+              "from it\n");
 }
 
 TEST(Properties, TextsAreCutToTheBound) {
     const std::string longText(PROPERTY_VALUE_MAX + 20, 'x');
     const std::string bound(PROPERTY_VALUE_MAX - 1, 'x');
-    EXPECT_EQ(bound, get("unset", longText.c_str()));
-    EXPECT_EQ("", get("unset", nullptr));
+    EXPECT_EQ(get("unset", longText.c_str()), bound);
+    EXPECT_EQ(get("unset", nullptr), "");
     setenv("ZELKCAM_PROP_long", longText.c_str(), 1);
-    EXPECT_EQ(bound, get("long", "short"));
-    EXPECT_EQ(0, property_set("fits", bound.c_str()));
-    EXPECT_GT(0, property_set("fits", longText.c_str()));
-    EXPECT_EQ(bound, get("fits", nullptr));
-    EXPECT_GT(0, property_set(nullptr, "value"));
+    EXPECT_EQ(get("long", "short"), bound);
+    EXPECT_EQ(property_set("fits", bound.c_str()), 0);
+    EXPECT_LT(property_set("fits", longText.c_str()), 0);
+    EXPECT_EQ(get("fits", nullptr), bound);
+    EXPECT_LT(property_set(nullptr, "value"), 0);
 }
 
 TEST(Properties, NumbersAreReadAsFarAsTheyGo) {
@@ -79,13 +89,13 @@ TEST(Properties, NumbersAreReadAsFarAsTheyGo) {
             {"9223372036854775808", kDefault, kDefault},
     };
     for (const Case& c : cases) {
-        ASSERT_EQ(0, property_set("number", c.text));
+        ASSERT_EQ(property_set("number", c.text), 0);
         errno = EBADF;
-        EXPECT_EQ(c.as32, property_get_int32("number", kDefault)) << '"' << c.text << '"';
-        EXPECT_EQ(c.as64, property_get_int64("number", kDefault)) << '"' << c.text << '"';
-        EXPECT_EQ(EBADF, errno);
+        EXPECT_EQ(property_get_int32("number", kDefault), c.as32) << '"' << c.text << '"';
+        EXPECT_EQ(property_get_int64("number", kDefault), c.as64) << '"' << c.text << '"';
+        EXPECT_EQ(errno, EBADF);
     }
-    EXPECT_EQ(kDefault, property_get_int32("unset", kDefault));
+    EXPECT_EQ(property_get_int32("unset", kDefault), kDefault);
 }
 
 TEST(Properties, OnlyExactWordsAreTruthValues) {
@@ -95,8 +105,8 @@ TEST(Properties, OnlyExactWordsAreTruthValues) {
             {"0", 0},       {"n", 0},        {"no", 0},          {"false", 0},       {"off", 0},
             {"", kDefault}, {"2", kDefault}, {"TRUE", kDefault}, {"true ", kDefault}};
     for (const auto& [text, expected] : cases) {
-        ASSERT_EQ(0, property_set("truth", text.c_str()));
-        EXPECT_EQ(expected, property_get_bool("truth", kDefault)) << '"' << text << '"';
+        ASSERT_EQ(property_set("truth", text.c_str()), 0);
+        EXPECT_EQ(property_get_bool("truth", kDefault), expected) << '"' << text << '"';
     }
 }
 

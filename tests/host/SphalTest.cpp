@@ -65,9 +65,9 @@ class SphalTest : public testing::Test {
             return "";
         }
         const link_map* loaded = nullptr;
-        EXPECT_EQ(0, dlinfo(handle, RTLD_DI_LINKMAP, &loaded));
+        EXPECT_EQ(dlinfo(handle, RTLD_DI_LINKMAP, &loaded), 0);
         const std::string path = std::filesystem::canonical(loaded->l_name);
-        EXPECT_EQ(0, android_unload_sphal_library(handle));
+        EXPECT_EQ(android_unload_sphal_library(handle), 0);
         return path;
     }
 
@@ -78,22 +78,22 @@ class SphalTest : public testing::Test {
 
 TEST_F(SphalTest, TheFoldersOfTheEnvironmentComeInTheirOrder) {
     install("second/libplexa.so");
-    EXPECT_EQ(mRoot / "second/libplexa.so", load("libplexa.so"));
+    EXPECT_EQ(load("libplexa.so"), mRoot / "second/libplexa.so");
     install("first/libplexa.so");
-    EXPECT_EQ(mRoot / "first/libplexa.so", load("libplexa.so"));
+    EXPECT_EQ(load("libplexa.so"), mRoot / "first/libplexa.so");
     EXPECT_THAT(gLog, IsEmpty());
 }
 
 TEST_F(SphalTest, ThenBesideTheHostPlatformThenWhereverTheLoaderLooks) {
     Dl_info host = {};
-    ASSERT_NE(0, dladdr(reinterpret_cast<const void*>(&android_load_sphal_library), &host));
-    EXPECT_EQ(std::filesystem::canonical(host.dli_fname).parent_path() / "libplexa.so",
-              load("libplexa.so"));
+    ASSERT_NE(dladdr(reinterpret_cast<const void*>(&android_load_sphal_library), &host), 0);
+    EXPECT_EQ(load("libplexa.so"),
+              std::filesystem::canonical(host.dli_fname).parent_path() / "libplexa.so");
     EXPECT_THAT(load("liblog.so.0"), HasSubstr("/liblog.so"));
 }
 
 TEST_F(SphalTest, AFailureIsLoggedWithTheLoadersReason) {
-    EXPECT_EQ(nullptr, android_load_sphal_library("mapper.nosuch.so", kFlag));
+    EXPECT_EQ(android_load_sphal_library("mapper.nosuch.so", kFlag), nullptr);
     EXPECT_THAT(gLog, ElementsAre(testing::AllOf(
                               HasSubstr(std::to_string(ANDROID_LOG_ERROR) + " vndksupport "),
                               HasSubstr("mapper.nosuch.so: "), HasSubstr("cannot open"))));
@@ -103,17 +103,17 @@ TEST_F(SphalTest, AFailureIsLoggedWithTheLoadersReason) {
 TEST_F(SphalTest, TheFirstFileOfTheNameDecides) {
     std::ofstream(mRoot / "first/libplexa.so") << "no library\n";
     install("second/libplexa.so");
-    EXPECT_EQ("", load("libplexa.so"));
+    EXPECT_EQ(load("libplexa.so"), "");
     EXPECT_THAT(gLog, ElementsAre(HasSubstr((mRoot / "first/libplexa.so").string())));
 }
 
 TEST_F(SphalTest, ADeclaredPassthroughLibraryIsFoundAlike) {
     install("second/mapper.test.so");
     void* const handle = AServiceManager_openDeclaredPassthroughHal("mapper", "test", kFlag);
-    ASSERT_NE(nullptr, handle);
-    EXPECT_NE(nullptr, dlsym(handle, "sphal_probe"));
-    EXPECT_EQ(0, dlclose(handle));
-    EXPECT_EQ(nullptr, AServiceManager_openDeclaredPassthroughHal("mapper", "nosuch", kFlag));
+    ASSERT_NE(handle, nullptr);
+    EXPECT_NE(dlsym(handle, "sphal_probe"), nullptr);
+    EXPECT_EQ(dlclose(handle), 0);
+    EXPECT_EQ(AServiceManager_openDeclaredPassthroughHal("mapper", "nosuch", kFlag), nullptr);
 }
 
 }  // namespace

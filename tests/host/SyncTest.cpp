@@ -22,7 +22,7 @@ ScopedFileDescriptor fence(bool isSignalled) {
 }
 
 void signal(const ScopedFileDescriptor& fence) {
-    ASSERT_EQ(0, eventfd_write(fence.get(), 1));
+    ASSERT_EQ(eventfd_write(fence.get(), 1), 0);
 }
 
 // 0, or the errno of the failure.
@@ -33,39 +33,39 @@ int waitFor(int fd, int timeout) {
 }
 
 TEST(SyncWait, AnswersByTheStateOfTheFence) {
-    EXPECT_EQ(0, waitFor(fence(true).get(), 0));
-    EXPECT_EQ(0, waitFor(fence(true).get(), -1));
-    EXPECT_EQ(ETIME, waitFor(fence(false).get(), 0));
-    EXPECT_EQ(ETIME, waitFor(fence(false).get(), 10));
+    EXPECT_EQ(waitFor(fence(true).get(), 0), 0);
+    EXPECT_EQ(waitFor(fence(true).get(), -1), 0);
+    EXPECT_EQ(waitFor(fence(false).get(), 0), ETIME);
+    EXPECT_EQ(waitFor(fence(false).get(), 10), ETIME);
     // Without looking at the timeout: this would wait for ever.
-    EXPECT_EQ(EINVAL, waitFor(-1, -1));
+    EXPECT_EQ(waitFor(-1, -1), EINVAL);
     const int closed = fence(true).get();
-    EXPECT_EQ(EINVAL, waitFor(closed, -1));
+    EXPECT_EQ(waitFor(closed, -1), EINVAL);
 }
 
 // A descriptor with an error is no fence; one that hung up has nothing more to wait for.
 TEST(SyncWait, TellsAnErrorFromAHangUp) {
     int failed[2], hungUp[2];
-    ASSERT_EQ(0, pipe2(failed, O_CLOEXEC));
-    ASSERT_EQ(0, pipe2(hungUp, O_CLOEXEC));
+    ASSERT_EQ(pipe2(failed, O_CLOEXEC), 0);
+    ASSERT_EQ(pipe2(hungUp, O_CLOEXEC), 0);
     close(failed[0]);
     close(hungUp[1]);
-    EXPECT_EQ(EINVAL, waitFor(ScopedFileDescriptor(failed[1]).get(), 0));
-    EXPECT_EQ(0, waitFor(ScopedFileDescriptor(hungUp[0]).get(), 0));
+    EXPECT_EQ(waitFor(ScopedFileDescriptor(failed[1]).get(), 0), EINVAL);
+    EXPECT_EQ(waitFor(ScopedFileDescriptor(hungUp[0]).get(), 0), 0);
 }
 
 TEST(SyncWait, WaitsAcrossSignals) {
     struct sigaction action = {};
     action.sa_handler = [](int) {};
-    ASSERT_EQ(0, sigaction(SIGALRM, &action, nullptr));
+    ASSERT_EQ(sigaction(SIGALRM, &action, nullptr), 0);
     const itimerval timer = {{0, 2000}, {0, 2000}};
-    ASSERT_EQ(0, setitimer(ITIMER_REAL, &timer, nullptr));
+    ASSERT_EQ(setitimer(ITIMER_REAL, &timer, nullptr), 0);
     const ScopedFileDescriptor late = fence(false);
     std::thread signaller([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
         signal(late);
     });
-    EXPECT_EQ(0, waitFor(late.get(), -1));
+    EXPECT_EQ(waitFor(late.get(), -1), 0);
     signaller.join();
     const itimerval off = {};
     setitimer(ITIMER_REAL, &off, nullptr);
@@ -78,14 +78,14 @@ TEST(SyncMerge, FollowsTheInputThatIsStillUndecided) {
             {done.get(), pending.get()}, {pending.get(), done.get()}, {pending.get(), -1}};
     for (const auto& pair : pairs) {
         const ScopedFileDescriptor merged(sync_merge("both", pair[0], pair[1]));
-        ASSERT_NE(-1, merged.get());
-        EXPECT_NE(0, fcntl(merged.get(), F_GETFD) & FD_CLOEXEC);
-        EXPECT_EQ(ETIME, waitFor(merged.get(), 0));
+        ASSERT_NE(merged.get(), -1);
+        EXPECT_NE(fcntl(merged.get(), F_GETFD) & FD_CLOEXEC, 0);
+        EXPECT_EQ(waitFor(merged.get(), 0), ETIME);
     }
-    EXPECT_EQ(0, waitFor(ScopedFileDescriptor(sync_merge("", done.get(), done.get())).get(), 0));
+    EXPECT_EQ(waitFor(ScopedFileDescriptor(sync_merge("", done.get(), done.get())).get(), 0), 0);
     // Two open ends have no union that one descriptor could stand for.
-    EXPECT_EQ(-1, sync_merge("both", pending.get(), pending.get()));
-    EXPECT_EQ(-1, sync_merge("none", -1, -1));
+    EXPECT_EQ(sync_merge("both", pending.get(), pending.get()), -1);
+    EXPECT_EQ(sync_merge("none", -1, -1), -1);
 }
 
 }  // namespace

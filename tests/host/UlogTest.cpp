@@ -18,27 +18,27 @@ TEST(Switchboard, StartsFromTheEnvironment) {
     std::ostringstream fields;
     fields << std::hex << ULogger::sDetailsLevel << ' ' << ULogger::sNormalDetailsMask << ' '
            << ULogger::sMode;
-    EXPECT_EQ(expected != nullptr ? expected : "2 40007000 1", fields.str());
+    EXPECT_EQ(fields.str(), expected != nullptr ? expected : "2 40007000 1");
     // liblog must not drop what the level lets through.
-    EXPECT_EQ(ULogger::sDetailsLevel >= 5 ? ANDROID_LOG_VERBOSE : ANDROID_LOG_DEFAULT,
-              __android_log_get_minimum_priority());
+    EXPECT_EQ(__android_log_get_minimum_priority(),
+              ULogger::sDetailsLevel >= 5 ? ANDROID_LOG_VERBOSE : ANDROID_LOG_DEFAULT);
 }
 
 TEST(Switchboard, WritesItsOwnLinesToStandardError) {
-    ASSERT_NE(nullptr, ULogger::sULogger);
+    ASSERT_NE(ULogger::sULogger, nullptr);
     testing::internal::CaptureStderr();
     // The length is the one from before the text was cut.
     ULogger::sULogger->write(0x40007001, "Tag", 2, "cut", 4000);
     ULogger::sULogger->write(0x40007001, "Tag", 99, "%s", 2);
     ULogger::sULogger->flush(1);
-    EXPECT_EQ("ulog 40007001 W Tag: cut\nulog 40007001 ? Tag: %s\n",
-              testing::internal::GetCapturedStderr());
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "ulog 40007001 W Tag: cut\nulog 40007001 ? Tag: %s\n");
 }
 
 TEST(Switchboard, AlwaysWantsErrors) {
     ULogger::sDetailsLevel = 0;
-    EXPECT_NE(0, zelkcam_testLog("Tag", 69));
-    EXPECT_EQ(0, zelkcam_testLog("Tag", 'W'));
+    EXPECT_NE(zelkcam_testLog("Tag", 69), 0);
+    EXPECT_EQ(zelkcam_testLog("Tag", 'W'), 0);
 }
 
 }  // namespace
