@@ -6,7 +6,7 @@
 
 #include <aidl/android/hardware/graphics/allocator/AllocationError.h>
 
-#include "host/gralloc/Allocation.h"
+#include "host/gralloc/Gralloc.h"
 #include "host/hidl_gralloc/Descriptions.h"
 
 namespace zelkcam::host {
@@ -52,7 +52,7 @@ NativeHandle toAidl(gralloc::RawBuffer& raw) {
 ndk::ScopedAStatus allocate(const gralloc::AllocationRequest& request,
                             AllocatorService::AllocationResult* result) {
     gralloc::Allocation allocation;
-    const AIMapper_Error error = gralloc::allocate(request, &allocation);
+    const AIMapper_Error error = gralloc::gralloc().allocate(request, &allocation);
     if (error != AIMAPPER_ERROR_NONE) {
         return refuse(error == AIMAPPER_ERROR_NO_RESOURCES ? AllocationError::NO_RESOURCES
                                                            : AllocationError::UNSUPPORTED);

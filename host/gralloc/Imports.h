@@ -25,13 +25,6 @@ class Imports {
     // thread frees it meanwhile.
     std::shared_ptr<ImportedBuffer> find(buffer_handle_t handle) const;
 
-    // Answers use(buffer), an AIMapper_Error, for a living import and BAD_BUFFER for anything else.
-    template <typename Use>
-    AIMapper_Error with(buffer_handle_t handle, Use&& use) const {
-        const auto buffer = find(handle);
-        return buffer != nullptr ? use(*buffer) : AIMAPPER_ERROR_BAD_BUFFER;
-    }
-
     std::vector<std::shared_ptr<ImportedBuffer>> all() const;
 
   private:

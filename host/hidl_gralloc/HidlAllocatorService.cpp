@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "host/gralloc/Allocation.h"
+#include "host/gralloc/Gralloc.h"
 #include "host/hidl_gralloc/Descriptions.h"
 
 namespace zelkcam::host {
@@ -34,7 +34,7 @@ Error allocate(const hidl_vec<uint8_t>& descriptor, uint32_t count,
     if (!description) {
         return Error::BAD_DESCRIPTOR;
     }
-    const AIMapper_Error error = gralloc::allocate({*description, count}, allocation);
+    const AIMapper_Error error = gralloc::gralloc().allocate({*description, count}, allocation);
     return error == AIMAPPER_ERROR_BAD_VALUE ? Error::BAD_DESCRIPTOR : static_cast<Error>(error);
 }
 

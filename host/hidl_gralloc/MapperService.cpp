@@ -5,6 +5,7 @@
 
 #include <gralloctypes/Gralloc4.h>
 
+#include "host/gralloc/Gralloc.h"
 #include "host/gralloc/Imports.h"
 #include "host/gralloc/MetadataList.h"
 #include "host/hidl_gralloc/Descriptions.h"
@@ -38,7 +39,7 @@ buffer_handle_t handleOf(void* buffer) {
 
 template <typename Use>
 Error with(void* buffer, Use&& use) {
-    return hidl(Imports::ofProcess().with(handleOf(buffer), use));
+    return hidl(gralloc::gralloc().with(handleOf(buffer), use));
 }
 
 gralloc::Description describe(const MapperService::BufferDescriptorInfo& info) {
@@ -135,13 +136,14 @@ auto MapperService::createDescriptor(const BufferDescriptorInfo& description,
 auto MapperService::importBuffer(const Handle& rawHandle, importBuffer_cb callback)
         -> Return<void> {
     buffer_handle_t imported = nullptr;
-    const AIMapper_Error error = Imports::ofProcess().add(rawHandle.getNativeHandle(), &imported);
+    const AIMapper_Error error =
+            gralloc::gralloc().importBuffer(rawHandle.getNativeHandle(), &imported);
     callback(hidl(error), const_cast<native_handle_t*>(imported));
     return Void();
 }
 
 auto MapperService::freeBuffer(void* buffer) -> Return<Error> {
-    return hidl(Imports::ofProcess().remove(handleOf(buffer)));
+    return hidl(gralloc::gralloc().freeBuffer(handleOf(buffer)));
 }
 
 // The buffer is large enough when it was laid out at least as large as the description demands.
@@ -159,7 +161,7 @@ auto MapperService::validateBufferSize(void* buffer, const BufferDescriptorInfo&
 }
 
 auto MapperService::getTransportSize(void* buffer, getTransportSize_cb callback) -> Return<void> {
-    const bool known = Imports::ofProcess().find(handleOf(buffer)) != nullptr;
+    const bool known = gralloc::gralloc().find(handleOf(buffer)) != nullptr;
     callback(known ? Error::NONE : Error::BAD_BUFFER, known ? +gralloc::kFdCount : 0,
              known ? +gralloc::kIntCount : 0);
     return Void();
@@ -168,20 +170,19 @@ auto MapperService::getTransportSize(void* buffer, getTransportSize_cb callback)
 auto MapperService::lock(void* buffer, uint64_t cpuUsage, const Rect& accessRegion,
                          const Handle& acquireFence, lock_cb callback) -> Return<void> {
     void* data = nullptr;
-    const Error error = with(buffer, [&](ImportedBuffer& imported) {
-        int fence = -1;
-        return fenceOf(acquireFence, &fence)
-                       ? imported.lock(cpuUsage, toRegion(accessRegion), fence, &data)
-                       : AIMAPPER_ERROR_BAD_VALUE;
-    });
-    callback(error, data);
+    int fence = -1;
+    const AIMapper_Error error =
+            fenceOf(acquireFence, &fence)
+                    ? gralloc::gralloc().lock(handleOf(buffer), cpuUsage, toRegion(accessRegion),
+                                              fence, &data)
+                    : AIMAPPER_ERROR_BAD_VALUE;
+    callback(hidl(error), data);
     return Void();
 }
 
 auto MapperService::unlock(void* buffer, unlock_cb callback) -> Return<void> {
     ScopedFileDescriptor fence;
-    const Error error =
-            with(buffer, [&](ImportedBuffer& imported) { return imported.unlock(&fence); });
+    const Error error = hidl(gralloc::gralloc().unlock(handleOf(buffer), &fence));
     answerFence(error, fence, callback);
     return Void();
 }

@@ -2,6 +2,7 @@
 // that a buffer does is in host/gralloc, which this mapper shares with the HIDL mapper.
 #include <android/hardware/graphics/mapper/IMapper.h>
 
+#include "host/gralloc/Gralloc.h"
 #include "host/gralloc/Imports.h"
 #include "host/gralloc/MetadataList.h"
 
@@ -11,18 +12,18 @@ using namespace zelkcam::host::gralloc;
 
 template <typename Use>
 AIMapper_Error with(buffer_handle_t handle, Use&& use) {
-    return Imports::ofProcess().with(handle, use);
+    return gralloc().with(handle, use);
 }
 
 AIMapper_Error importBuffer(const native_handle_t* handle, buffer_handle_t* outBufferHandle) {
     if (outBufferHandle == nullptr) {
         return AIMAPPER_ERROR_BAD_VALUE;
     }
-    return Imports::ofProcess().add(handle, outBufferHandle);
+    return gralloc().importBuffer(handle, outBufferHandle);
 }
 
 AIMapper_Error freeBuffer(buffer_handle_t handle) {
-    return Imports::ofProcess().remove(handle);
+    return gralloc().freeBuffer(handle);
 }
 
 // Another process needs all of the handle.
@@ -39,16 +40,13 @@ AIMapper_Error getTransportSize(buffer_handle_t handle, uint32_t* outNumFds, uin
 // and a second close would hit somebody else's descriptor.
 AIMapper_Error lock(buffer_handle_t handle, uint64_t cpuUsage, ARect region, int acquireFence,
                     void** outData) {
-    return with(handle, [&](ImportedBuffer& buffer) {
-        return buffer.lock(cpuUsage, {region.left, region.top, region.right, region.bottom},
-                           acquireFence, outData);
-    });
+    return gralloc().lock(handle, cpuUsage, {region.left, region.top, region.right, region.bottom},
+                          acquireFence, outData);
 }
 
 AIMapper_Error unlock(buffer_handle_t handle, int* releaseFence) {
     ScopedFileDescriptor fence;
-    const AIMapper_Error error =
-            with(handle, [&](ImportedBuffer& buffer) { return buffer.unlock(&fence); });
+    const AIMapper_Error error = gralloc().unlock(handle, &fence);
     if (error == AIMAPPER_ERROR_NONE && releaseFence != nullptr) {
         *releaseFence = fence.release();
     }
@@ -61,7 +59,7 @@ AIMapper_Error flushOrReread(buffer_handle_t handle) {
 
 int32_t getMetadata(buffer_handle_t handle, AIMapper_MetadataType type, void* destination,
                     size_t destinationSize) {
-    const auto buffer = Imports::ofProcess().find(handle);
+    const auto buffer = gralloc().find(handle);
     if (buffer == nullptr) {
         return -AIMAPPER_ERROR_BAD_BUFFER;
     }
