@@ -99,6 +99,10 @@ class GrallocHelperImp : public IGrallocHelper {
     // The cached layout of a request, or null. Valid until the cache changes.
     const MyStaticInfo* findLocked(const MyRequest& key) const ZELKCAM_REQUIRES(mLock);
 
+    // Answers a request by a probe, and enters it. Not inlined: a hit would save its registers too.
+    [[gnu::noinline]] int queryProbeLocked(const MyRequest& key,
+                                           GrallocStaticInfo& staticInfo) const
+            ZELKCAM_REQUIRES(mLock);
     // Probes the layout of a request. Returns 0, -12, or what the derivation failed with.
     int determine(const MyRequest& key, MyStaticInfo& value) const;
     int queryLayoutLocked(const native_handle* handle, const Extra& extra,
@@ -164,14 +168,17 @@ int GrallocHelperImp::query(const GrallocRequest* pRequest, GrallocStaticInfo* p
 
     const MyRequest key = MyRequest::of(*pRequest);
     const MutexLock lock(mLock);
-    if (const MyStaticInfo* known = findLocked(key)) {
-        if (!forceRequery) {
-            copyLayout(*known, *pStaticInfo);
-            return 0;
-        }
-        // Contract: gone even if the probe below fails; the next request then probes again.
-        mMap.remove(Entry(key));
+    const MyStaticInfo* const known = findLocked(key);
+    if (known == nullptr || forceRequery) {
+        return queryProbeLocked(key, *pStaticInfo);
     }
+    copyLayout(*known, *pStaticInfo);
+    return 0;
+}
+
+int GrallocHelperImp::queryProbeLocked(const MyRequest& key, GrallocStaticInfo& staticInfo) const {
+    // Contract: gone even if the probe below fails; the next request then probes again.
+    mMap.remove(Entry(key));
 
     MyStaticInfo value;
     if (const int result = determine(key, value); result != 0) {
@@ -179,7 +186,7 @@ int GrallocHelperImp::query(const GrallocRequest* pRequest, GrallocStaticInfo* p
     }
 
     addToMapLocked(key, value);
-    copyLayout(value, *pStaticInfo);
+    copyLayout(value, staticInfo);
     if (!MyRequest::isResolvedByUsage(key.format)) {
         return 0;
     }

@@ -146,13 +146,24 @@ consteval bool namesDiffer(const std::array<Row, Rows>& table) {
     return true;
 }
 
+// Whether a field's values follow each other, so that a value is the place of its row.
+template <size_t Rows>
+consteval bool countsFromOne(const std::array<CodeName, Rows>& table) {
+    for (size_t row = 0; row < Rows; ++row) {
+        if (table[row].code != table[0].code * static_cast<int32_t>(row + 1)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 static_assert(ascendingByCode(kPixelFormatNames) && namesDiffer(kPixelFormatNames));
 static_assert(namesDiffer(kUsageFieldNames) && namesDiffer(kHardwareUsageNames));
 static_assert(ascendingByCode(kLegacyDataspaceNames) && namesDiffer(kLegacyDataspaceNames));
 static_assert(ascendingByCode(kCombinedDataspaceNames) && namesDiffer(kCombinedDataspaceNames));
-static_assert(ascendingByCode(kDataspaceStandardNames) && namesDiffer(kDataspaceStandardNames));
-static_assert(ascendingByCode(kDataspaceTransferNames) && namesDiffer(kDataspaceTransferNames));
-static_assert(ascendingByCode(kDataspaceRangeNames) && namesDiffer(kDataspaceRangeNames));
+static_assert(countsFromOne(kDataspaceStandardNames) && namesDiffer(kDataspaceStandardNames));
+static_assert(countsFromOne(kDataspaceTransferNames) && namesDiffer(kDataspaceTransferNames));
+static_assert(countsFromOne(kDataspaceRangeNames) && namesDiffer(kDataspaceRangeNames));
 
 }  // namespace name_table_checks
 

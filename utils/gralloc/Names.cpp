@@ -53,11 +53,12 @@ size_t appendUsageNames(Text& text, size_t length, const std::array<UsageName, R
     return length;
 }
 
-// Nothing for a code without a name.
-template <const auto& kTable>
-size_t appendName(Text& text, size_t length, int32_t code) {
-    const CodeName* const row = findCode<kTable>(code);
-    return row == nullptr ? length : appendPart(text, length, row->name);
+// Nothing for a value without a name. The tables of the fields hold their values from 1 on.
+template <size_t Rows>
+size_t appendField(Text& text, size_t length, const std::array<CodeName, Rows>& names,
+                   int32_t field) {
+    const auto value = static_cast<size_t>(field / names.front().code);
+    return value < 1 || value > Rows ? length : appendPart(text, length, names[value - 1].name);
 }
 
 auto makePixelFormatNames() {
@@ -96,9 +97,9 @@ String8 gQueryDataspaceName(int dataspace) {
     const CodeName* const combined = findCode<kCombinedDataspaceNames>(dataspace);
     size_t length =
             combined == nullptr ? appendHex(text, 0, dataspace) : append(text, 0, combined->name);
-    length = appendName<kDataspaceStandardNames>(text, length, dataspace & kDataspaceStandardMask);
-    length = appendName<kDataspaceTransferNames>(text, length, dataspace & kDataspaceTransferMask);
-    length = appendName<kDataspaceRangeNames>(text, length, dataspace & kDataspaceRangeMask);
+    length = appendField(text, length, kDataspaceStandardNames, dataspace & kDataspaceStandardMask);
+    length = appendField(text, length, kDataspaceTransferNames, dataspace & kDataspaceTransferMask);
+    length = appendField(text, length, kDataspaceRangeNames, dataspace & kDataspaceRangeMask);
     return String8(text, length);
 }
 

@@ -4,6 +4,8 @@
 
 #include <vector>
 
+#include "platform/hwbinder.h"
+#include "utils/gralloc/Log.h"
 #include "utils/gralloc/aidl/v2/mapper/mapper.h"
 
 namespace NSCam::GrallocMapperAidlV2 {
@@ -11,12 +13,20 @@ namespace NSCam::GrallocMapperAidlV2 {
 inline constexpr char kLogTag[] = "ZelkCam/GrallocMapperAidlV2";
 inline constexpr char kSourcePath[] = "utils/gralloc/aidl/v2/mapper/mapper";
 
+inline void flushThread() {
+    if (auto* const thread = android::hardware::IPCThreadState::self()) [[likely]] {
+        thread->flushCommands();
+        return;
+    }
+    LOGE_AS("ipcFlushCommands", "get IPCThreadState singleton failed");
+}
+
 // How every mapper call is made: the thread's binder commands go out before the answer is looked
 // at, whatever it is.
 template <typename Entry, typename... Arguments>
-auto callAndFlush(const MapperV5& self, Entry entry, Arguments... arguments) {
+auto callAndFlush(Entry entry, Arguments... arguments) {
     const auto answer = entry(arguments...);
-    self.ipcFlushCommands();
+    flushThread();
     return answer;
 }
 

@@ -22,12 +22,11 @@ constexpr size_t kFirstReadSize = 512;
 
 // Reads the encoded value of a standard metadata type into `bytes`, which is enlarged if need be.
 // Answers the value's size, or nothing.
-std::optional<size_t> readStandardMetadata(const MapperV5& self, const AIMapper& mapper,
-                                           const native_handle* handle, StandardMetadataType type,
-                                           std::vector<uint8_t>& bytes) {
+std::optional<size_t> readStandardMetadata(const AIMapper& mapper, const native_handle* handle,
+                                           StandardMetadataType type, std::vector<uint8_t>& bytes) {
     constexpr char kFunction[] = "getStandardMetadata";
     const auto read = [&] {
-        return callAndFlush(self, mapper.v5.getStandardMetadata, handle, static_cast<int64_t>(type),
+        return callAndFlush(mapper.v5.getStandardMetadata, handle, static_cast<int64_t>(type),
                             bytes.data(), bytes.size());
     };
 
@@ -188,7 +187,7 @@ template <StandardMetadataType T>
 std::optional<typename StandardMetadata<T>::value_type> MapperV5::getStandardMetadata(
         const native_handle* handle) const {
     std::vector<uint8_t> bytes = zeroedBytes(kFirstReadSize);
-    const auto size = readStandardMetadata(*this, *mMapper, handle, T, bytes);
+    const auto size = readStandardMetadata(*mMapper, handle, T, bytes);
     if (!size) {
         return std::nullopt;
     }
@@ -211,7 +210,7 @@ AIMapper_Error MapperV5::setStandardMetadata(
         // Contract: negated also when the size is positive and merely too large.
         return static_cast<AIMapper_Error>(gralloc::negated(written));
     }
-    return callAndFlush(*this, mMapper->v5.setStandardMetadata, handle, static_cast<int64_t>(T),
+    return callAndFlush(mMapper->v5.setStandardMetadata, handle, static_cast<int64_t>(T),
                         bytes.data(), static_cast<size_t>(written));
 }
 

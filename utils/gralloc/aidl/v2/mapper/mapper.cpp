@@ -5,7 +5,6 @@
 #include <string>
 #include <utility>
 
-#include "platform/hwbinder.h"
 #include "platform/properties.h"
 #include "utils/gralloc/Log.h"
 #include "utils/gralloc/PlaneWalk.h"
@@ -92,11 +91,11 @@ MapperV5::MapperV5(std::shared_ptr<IAllocator> allocator) : mAllocator(std::move
 
 int32_t MapperV5::importBuffer(const native_handle* rawHandle,
                                const native_handle** outBuffer) const {
-    return callAndFlush(*this, mMapper->v5.importBuffer, rawHandle, outBuffer);
+    return callAndFlush(mMapper->v5.importBuffer, rawHandle, outBuffer);
 }
 
 int32_t MapperV5::freeBuffer(const native_handle* buffer) const {
-    const AIMapper_Error error = callAndFlush(*this, mMapper->v5.freeBuffer, buffer);
+    const AIMapper_Error error = callAndFlush(mMapper->v5.freeBuffer, buffer);
     if (error != AIMAPPER_ERROR_NONE) {
         LOGE("freeBuffer(%p) failed with %d", buffer, error);
     }
@@ -107,8 +106,8 @@ int32_t MapperV5::lock(const native_handle* buffer, uint64_t cpuUsage, const ARe
                        int acquireFence, void** outData) const {
     // Contract: the fence is closed here, although the published interface has the mapper close it.
     const UniqueFd consumed(acquireFence);
-    const AIMapper_Error error = callAndFlush(*this, mMapper->v5.lock, buffer, cpuUsage,
-                                              accessRegion, acquireFence, outData);
+    const AIMapper_Error error =
+            callAndFlush(mMapper->v5.lock, buffer, cpuUsage, accessRegion, acquireFence, outData);
     if (error != AIMAPPER_ERROR_NONE) {
         LOGE("IMapper->lock error happen, err=%u", static_cast<unsigned int>(error));
     }
@@ -124,8 +123,8 @@ int32_t MapperV5::lock(const native_handle* buffer, uint64_t cpuUsage, const ARe
     }
 
     UniqueFd consumed(acquireFence);
-    const AIMapper_Error error = callAndFlush(*this, mMapper->v5.lock, buffer, cpuUsage,
-                                              accessRegion, acquireFence, outData);
+    const AIMapper_Error error =
+            callAndFlush(mMapper->v5.lock, buffer, cpuUsage, accessRegion, acquireFence, outData);
     consumed.reset();
     // Contract: this one line bypasses the gates and the switchboard.
     if (error != AIMAPPER_ERROR_NONE) {
@@ -167,7 +166,7 @@ int32_t MapperV5::lock(const native_handle* buffer, uint64_t cpuUsage, const ARe
 
 int MapperV5::unlock(const native_handle* buffer) const {
     int releaseFence = -1;
-    const AIMapper_Error error = callAndFlush(*this, mMapper->v5.unlock, buffer, &releaseFence);
+    const AIMapper_Error error = callAndFlush(mMapper->v5.unlock, buffer, &releaseFence);
     if (error != AIMAPPER_ERROR_NONE) {
         LOGE("unlock(%p) failed with %d", buffer, error);
     }
@@ -175,11 +174,7 @@ int MapperV5::unlock(const native_handle* buffer) const {
 }
 
 void MapperV5::ipcFlushCommands() const {
-    if (auto* const thread = android::hardware::IPCThreadState::self()) {
-        thread->flushCommands();
-        return;
-    }
-    LOGE("get IPCThreadState singleton failed");
+    flushThread();
 }
 
 }  // namespace NSCam::GrallocMapperAidlV2
