@@ -1,4 +1,4 @@
-// What the stress tests share: how long, and chance.
+// What the stress tests share: how long, how often, and chance.
 #pragma once
 
 #include <chrono>
@@ -6,23 +6,23 @@
 #include <random>
 
 #include "tests/support/Holdings.h"
-#include "utils/gralloc/aidl/v2/allocator/allocator.h"
+#include "tests/support/Live.h"
 
 namespace zelkcam::stress {
 
 using Clock = std::chrono::steady_clock;
-using NSCam::GrallocAllocatorAidlV2::AllocatorAidl;
-using NSCam::GrallocAllocatorAidlV2::PixelFormat;
-using NSCam::GrallocMapperAidlV2::MapperV5;
-using test::Holdings;
-using test::holdings;
+using namespace NSCam::GrallocMapperAidlV2;
+using namespace test;
 
-inline constexpr uint64_t kCpu = 0x33;
+// What the environment asks for, at least 1.
+inline int wanted(const char* variable, int otherwise) {
+    const char* const value = getenv(variable);
+    return value != nullptr ? std::max(1, atoi(value)) : otherwise;
+}
 
-// Of each test; ZELKCAM_STRESS_SECONDS asks for more.
+// Of each test against the clock.
 inline std::chrono::seconds duration() {
-    const char* const wanted = getenv("ZELKCAM_STRESS_SECONDS");
-    return std::chrono::seconds(wanted != nullptr ? std::max(1, atoi(wanted)) : 2);
+    return std::chrono::seconds(wanted("ZELKCAM_STRESS_SECONDS", 1));
 }
 
 // One of these a thread.

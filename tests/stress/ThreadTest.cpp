@@ -8,12 +8,9 @@
 #include <thread>
 #include <vector>
 
-#include <gtest/gtest.h>
-
 #include "platform/plexa.h"
 #include "platform/ulog.h"
 #include "tests/stress/Stress.h"
-#include "utils/gralloc/IGrallocHelper.h"
 #include "utils/gralloc/hidl/allocator/allocator.h"
 
 namespace zelkcam::stress {
@@ -24,27 +21,16 @@ using NSCam::IGrallocHelper;
 using HidlMapper = NSCam::GrallocMapper::Mapper;
 using HidlAllocator = NSCam::GrallocAllocator::Allocator;
 using HidlPixelFormat = NSCam::GrallocAllocator::PixelFormat;
-using namespace NSCam::GrallocMapperAidlV2;
 
 constexpr int kThreads = 16;
 
 // Everything that the threads share.
-struct Shared {
-    IGrallocHelper& helper = *IGrallocHelper::singleton();
-    const MapperV5 mapper{AllocatorAidl::createInstance()};
-    const AllocatorAidl allocator{AllocatorAidl::createInstance(), mapper};
+struct Shared : Live {
     const HidlMapper hidlMapper;
     const HidlAllocator hidlAllocator{hidlMapper};
     const native_handle* buffer = allocate();
 
-    const native_handle* allocate() const {
-        const native_handle* made = nullptr;
-        uint32_t stride = 0;
-        EXPECT_EQ(allocator.allocate(64, 32, PixelFormat::YCRCB_420_SP, 1, kCpu, &made, &stride, 0,
-                                     ""),
-                  0);
-        return made;
-    }
+    const native_handle* allocate() const { return Live::allocate(kNv21, 64, 32); }
 };
 
 // One thread's view: the buffer that its next operation is for is its own or everybody's.

@@ -20,8 +20,10 @@ AIMapper_Error toError(int32_t code) {
     return static_cast<AIMapper_Error>(code);
 }
 
-AIMapper_Error importBuffer(const native_handle_t*, buffer_handle_t* out) {
-    journal().add("importBuffer");
+AIMapper_Error importBuffer(const native_handle_t* raw, buffer_handle_t* out) {
+    const bool isClosed = raw != nullptr && raw->numFds == 1 && raw->data[0] > 0 &&
+                          fcntl(raw->data[0], F_GETFD) == -1;
+    journal().add(isClosed ? "importBuffer of a closed descriptor" : "importBuffer");
     MapperScript& script = mapperScript();
     int32_t result = 0;
     if (!script.importResults.empty()) {
@@ -118,6 +120,9 @@ class ScriptedAllocator final : public alloc::BnAllocator {
         result->stride = script.stride;
         for (int i = 0; i < count + script.surplus; ++i) {
             result->buffers.push_back(newBuffer());
+        }
+        if (script.allocateResult != 0) {
+            return ndk::ScopedAStatus::fromServiceSpecificError(script.allocateResult);
         }
         return script.allocateStatus ? script.allocateStatus() : ndk::ScopedAStatus::ok();
     }

@@ -52,6 +52,7 @@ struct AllocatorScript {
     std::string suffix = "scripted";
     std::function<ndk::ScopedAStatus()> suffixStatus;    // OK unless set
     std::function<ndk::ScopedAStatus()> allocateStatus;  // OK unless set
+    int32_t allocateResult = 0;                          // the service's own error
     int32_t stride = 0;
     int32_t surplus = 0;  // buffers beyond those asked for
     std::vector<aidl::android::hardware::graphics::allocator::BufferDescriptorInfo> requests;

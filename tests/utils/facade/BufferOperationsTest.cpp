@@ -1,5 +1,5 @@
 // Import, free, lock, unlock, and the marks for the display side.
-#include "tests/utils/facade/HelperTest.h"
+#include "tests/support/Fixtures.h"
 
 namespace zelkcam::test {
 

@@ -1,5 +1,5 @@
 // What each format's rule makes of a buffer's attributes, driven through the query by handle.
-#include "tests/utils/facade/HelperTest.h"
+#include "tests/support/Fixtures.h"
 
 namespace zelkcam::test {
 

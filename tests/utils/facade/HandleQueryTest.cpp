@@ -1,5 +1,5 @@
 // The query by handle: a buffer that somebody else allocated.
-#include "tests/utils/facade/HelperTest.h"
+#include "tests/support/Fixtures.h"
 
 namespace zelkcam::test {
 
@@ -13,8 +13,7 @@ using testing::IsEmpty;
 
 class HandleQueryTest : public HelperTest {
   protected:
-    void SetUp() override {
-        HelperTest::SetUp();
+    HandleQueryTest() {
         describeBuffers({0x1, 64, 32, 64, 32, 8192, 0x33});
         platformScript().attributes[PLEXA_GET_ION_FD] = {42};
     }

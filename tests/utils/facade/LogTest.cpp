@@ -1,5 +1,5 @@
 // The logging pattern, statement by statement; tests of the rooms check what they log with it.
-#include "tests/support/DoublesTest.h"
+#include "tests/support/Fixtures.h"
 #include "utils/gralloc/Log.h"
 
 namespace zelkcam::test {
@@ -16,7 +16,7 @@ using testing::Not;
 constexpr char kLogTag[] = "ZelkCam/GrallocHelper";
 constexpr char kSourcePath[] = "utils/gralloc/GrallocHelper";
 
-class LogTest : public DoublesTest {};
+class LogTest : public ScriptedTest {};
 
 void logAtEveryLevel() {
     LOGD_AS("f", "d");

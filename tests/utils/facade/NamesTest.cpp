@@ -1,7 +1,7 @@
 // The three name tables, whole: what the log's readers and other modules go by.
 #include <sstream>
 
-#include "tests/utils/facade/HelperTest.h"
+#include "tests/support/Fixtures.h"
 
 namespace zelkcam::test {
 

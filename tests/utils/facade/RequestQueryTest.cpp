@@ -3,7 +3,7 @@
 #include <future>
 #include <new>
 
-#include "tests/utils/facade/HelperTest.h"
+#include "tests/support/Fixtures.h"
 
 namespace zelkcam::test {
 
@@ -21,10 +21,7 @@ constexpr char kRgbaLayout[] = "0x1 64x32 8192/256";
 
 class RequestQueryTest : public HelperTest {
   protected:
-    void SetUp() override {
-        HelperTest::SetUp();
-        describeBuffers({0x1, 64, 32, 64, 32, 8192, 0x33});
-    }
+    RequestQueryTest() { describeBuffers({0x1, 64, 32, 64, 32, 8192, 0x33}); }
 
     size_t probes() { return allocatorScript().requests.size(); }
 

@@ -2,7 +2,7 @@
 #include <barrier>
 #include <thread>
 
-#include "tests/utils/facade/HelperTest.h"
+#include "tests/support/Fixtures.h"
 
 namespace zelkcam::test {
 
@@ -15,10 +15,9 @@ using testing::HasSubstr;
 using testing::Not;
 using zcam::IGrallocInfoProvider;
 
-class StartupTest : public DoublesTest {
+class StartupTest : public ScriptedTest {
   protected:
     void SetUp() override {
-        DoublesTest::SetUp();
         if (journal().calls("property_get_int32") != 0) {
             GTEST_SKIP() << "needs a process of its own: run it with ctest";
         }

@@ -3,8 +3,13 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <gtest/gtest.h>
+
 #include "host/hidl_gralloc/HidlAllocatorService.h"
-#include "host/hidl_gralloc/MapperService.h"
+#include "tests/support/HidlOverStable.h"
+#include "tests/support/Journal.h"
+
+extern "C" AIMapper* zelkcam_test_scriptedMapper();
 
 namespace zelkcam::test {
 
@@ -14,100 +19,64 @@ using android::hardware::Return;
 using android::hardware::Status;
 using Transport = HidlScript::Transport;
 
-Status transportStatus() {
-    return Status::fromExceptionCode(hidlScript().transport == Transport::kWorks
-                                             ? Status::EX_NONE
-                                             : Status::EX_TRANSACTION_FAILED);
-}
-
-template <typename Callback>
-Return<void> answer(const char* call, const Callback& callback) {
-    journal().add(call);
-    if (hidlScript().transport != Transport::kFailsOnTheWay) {
-        callback();
+Return<void> answer(const std::function<void()>& call) {
+    const Transport transport = hidlScript().transport;
+    if (transport != Transport::kFailsOnTheWay) {
+        call();
     }
-    journal().add(std::string(call) + " is over");
-    return Return<void>(transportStatus());
+    return Return<void>(Status::fromExceptionCode(
+            transport == Transport::kWorks ? Status::EX_NONE : Status::EX_TRANSACTION_FAILED));
 }
 
-class ScriptedMapper final : public host::MapperService {
+class ScriptedMapper final : public HidlOverStable {
   public:
-    bool isRemote() const override { return remote; }
+    ScriptedMapper() : HidlOverStable(zelkcam_test_scriptedMapper()->v5) {}
 
-    Return<void> createDescriptor(const Description& description,
+    bool isRemote() const override { return hidlScript().remote; }
+
+    Return<void> createDescriptor(const BufferDescriptorInfo& description,
                                   createDescriptor_cb callback) override {
-        hidlScript().descriptions.push_back(description);
-        return answer("createDescriptor", [&] { callback(hidlScript().error, Bytes{4, 2}); });
+        auto& request = allocatorScript().requests.emplace_back();
+        request.width = static_cast<int32_t>(description.width);
+        request.height = static_cast<int32_t>(description.height);
+        request.layerCount = static_cast<int32_t>(description.layerCount);
+        request.format = static_cast<decltype(request.format)>(description.format);
+        request.usage = static_cast<decltype(request.usage)>(description.usage);
+        request.reservedSize = static_cast<int64_t>(description.reservedSize);
+        std::copy_n(description.name.c_str(), description.name.size(), request.name.begin());
+        return answer([&] { callback(Error(hidlScript().describeResult), Bytes{4, 2}); });
     }
 
-    Return<void> importBuffer(const hidl_handle& raw, importBuffer_cb callback) override {
-        HidlScript& script = hidlScript();
-        const size_t number = script.imported.size();
-        script.imported.push_back(raw.getNativeHandle());
-        const bool fails = static_cast<int>(number) == script.failingImport;
-        return answer("importBuffer", [&] {
-            callback(fails ? Error::BAD_BUFFER : script.error,
-                     const_cast<native_handle*>(importOf(number)));
-        });
-    }
-
-    Return<Error> freeBuffer(void* buffer) override {
-        char text[32];
-        snprintf(text, sizeof(text), "freeBuffer %p", buffer);
-        journal().add(text);
-        if (hidlScript().transport != Transport::kWorks) {
-            return Return<Error>(transportStatus());
-        }
-        return hidlScript().error;
-    }
-
-    Return<void> lock(void* buffer, uint64_t usage, const Rect& region, const hidl_handle& fence,
-                      lock_cb callback) override {
-        const native_handle_t* const handle = fence.getNativeHandle();
-        EXPECT_TRUE(!handle || (handle->numFds == 1 && handle->numInts == 0));
-        hidlScript().lock = {buffer, usage, region,
-                             handle ? descriptorName(handle->data[0]) : "none",
-                             handle && fcntl(handle->data[0], F_GETFD) != -1};
-        return answer("lock", [&] { callback(hidlScript().lockError, kMapped); });
-    }
-
-    Return<void> unlock(void*, unlock_cb callback) override {
-        return answer("unlock", [&] {
-            callback(hidlScript().error, hidl_handle(hidlScript().releaseFence));
-        });
-    }
-
-    Return<void> get(void*, const MetadataType& type, get_cb callback) override {
+    Return<void> get(void* buffer, const MetadataType& type, get_cb callback) override {
         EXPECT_EQ(type, android::gralloc4::MetadataType_PlaneLayouts);
-        const HidlScript& script = hidlScript();
-        return answer("get", [&] {
-            callback(script.error,
-                     script.metadata ? *script.metadata : Bytes(encoded(script.planes)));
-        });
+        return HidlOverStable::get(buffer, type, callback);
     }
 
-    bool remote = false;
+  protected:
+    Return<void> carry(const std::function<void()>& call) override { return answer(call); }
+
+    hidl_handle releaseHandle(int) override { return hidl_handle(hidlScript().releaseFence); }
 };
 
-class ScriptedAllocator final : public host::HidlAllocatorService {
+class ScriptedHidlAllocator final : public host::HidlAllocatorService {
   public:
     Return<void> allocate(const Bytes& descriptor, uint32_t count, allocate_cb callback) override {
-        HidlScript& script = hidlScript();
-        script.descriptors.push_back(descriptor);
-        script.counts.push_back(count);
-        hidl_vec<hidl_handle> raw(script.allocated.size());
-        for (size_t i = 0; i < raw.size(); ++i) {
-            raw[i] = hidl_handle(script.allocated[i]);
+        journal().add("allocate2");
+        AllocatorScript& script = allocatorScript();
+        hidlScript().descriptors.push_back(descriptor);
+        script.counts.push_back(static_cast<int32_t>(count));
+        hidl_vec<hidl_handle> raw(count + static_cast<uint32_t>(script.surplus));
+        for (hidl_handle& handle : raw) {
+            native_handle_t* const native = native_handle_create(1, 0);
+            native->data[0] = open("/dev/null", O_RDWR | O_CLOEXEC);
+            script.descriptors.push_back(native->data[0]);
+            handle.setTo(native, true);
         }
-        return answer("allocate", [&] { callback(script.error, 128, raw); });
+        return answer([&] {
+            callback(Error(script.allocateResult), static_cast<uint32_t>(script.stride), raw);
+        });
     }
 };
-
-ScriptedMapper& mapperService() {
-    static const android::sp<ScriptedMapper>& service =
-            *new android::sp<ScriptedMapper>(new ScriptedMapper);
-    return *service;
-}
 
 }  // namespace
 
@@ -116,35 +85,15 @@ HidlScript& hidlScript() {
     return instance;
 }
 
-const native_handle* importOf(size_t number) {
-    return reinterpret_cast<const native_handle*>(0x1000 + number);
-}
-
-void makeMapperRemote() {
-    mapperService().remote = true;
-}
-
-void HidlBackendTest::SetUp() {
-    DoublesTest::SetUp();
-    platformScript() = {};
+void registerScriptedHidl() {
+    static const auto& mapper = *new android::sp<ScriptedMapper>(new ScriptedMapper);
+    static const auto& allocator =
+            *new android::sp<ScriptedHidlAllocator>(new ScriptedHidlAllocator);
     hidlScript() = {};
-    ASSERT_EQ(mapperService().registerAsService(), android::OK);
-    static const android::sp<ScriptedAllocator>& service =
-            *new android::sp<ScriptedAllocator>(new ScriptedAllocator);
-    ASSERT_EQ(service->registerAsService(), android::OK);
-    mapper.emplace();
-    allocator.emplace(*mapper);
-}
-
-int32_t HidlBackendTest::lock(Shape shape, int fence) {
-    constexpr IMapper::Rect kRegion = {1, 2, 3, 4};
-    if (shape == Shape::kPlain) {
-        return mapper->lock(buffer, 0x1'0000'0003, kRegion, fence, &data);
+    if (mapper->registerAsService() != android::OK ||
+        allocator->registerAsService() != android::OK) {
+        abort();
     }
-    if (shape == Shape::kLayout) {
-        return mapper->lock(buffer, 0x1'0000'0003, kRegion, fence, &data, &pixel, &stride);
-    }
-    return mapper->lock(buffer, 0x1'0000'0003, kRegion, fence, &ycbcr);
 }
 
 }  // namespace zelkcam::test

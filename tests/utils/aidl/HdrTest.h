@@ -2,11 +2,11 @@
 #pragma once
 
 #include <cstdint>
-#include <cstring>
+#include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
+#include "tests/support/Fixtures.h"
 #include "utils/gralloc/aidl/v2/mapper/mapper.h"
 
 namespace zelkcam::test {
@@ -51,16 +51,23 @@ inline std::string encodedPayload(char type, size_t size, char fill) {
            literal("\0\0\0\0\0\0") + std::string(size, fill);
 }
 
-inline int set(const MapperV5& mapper, const native_handle* handle, int kind, const void* data,
-               unsigned size) {
-    return mapper.setGrallocMeta(handle, static_cast<GRALLOC_STANDARD_METADATA_TYPE>(kind),
-                                 const_cast<void*>(data), size);
-}
+class HdrTest : public ScriptedTest {
+  protected:
+    HdrTest() { forget(); }
 
-inline int get(const MapperV5& mapper, const native_handle* handle, int kind, void* data,
-               unsigned size) {
-    return mapper.getGrallocMeta(handle, static_cast<GRALLOC_STANDARD_METADATA_TYPE>(kind), data,
-                                 size);
-}
+    // By the kind's number.
+    int set(int kind, const void* data, unsigned size) const {
+        return mapper->setGrallocMeta(buffer, static_cast<GRALLOC_STANDARD_METADATA_TYPE>(kind),
+                                      const_cast<void*>(data), size);
+    }
+    int get(int kind, void* data, unsigned size) const {
+        return mapper->getGrallocMeta(buffer, static_cast<GRALLOC_STANDARD_METADATA_TYPE>(kind),
+                                      data, size);
+    }
+
+    std::optional<MapperV5> mapper{scriptedAllocator()};
+    // Nobody looks behind it.
+    const native_handle* buffer = reinterpret_cast<const native_handle*>(0x77);
+};
 
 }  // namespace zelkcam::test

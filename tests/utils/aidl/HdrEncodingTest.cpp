@@ -1,6 +1,5 @@
 // The bytes of HDR metadata, both ways, and the dump of the payloads.
-#include "tests/utils/aidl/BackendTest.h"
-#include "tests/utils/hdr/HdrTest.h"
+#include "tests/utils/aidl/HdrTest.h"
 
 namespace zelkcam::test {
 
@@ -12,7 +11,7 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 
-class HdrEncodingTest : public BackendTest {
+class HdrEncodingTest : public HdrTest {
   protected:
     // The dump is built only where this property is not 0.
     void setDumpProperty(int value) {
@@ -69,7 +68,7 @@ TEST_F(HdrEncodingTest, EveryKindIsWrittenAndReadInTheseBytes) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.kind);
-        EXPECT_EQ(set(*mapper, buffer, c.kind, c.record, c.size), 0);
+        EXPECT_EQ(set(c.kind, c.record, c.size), 0);
         EXPECT_EQ(text(mapperScript().lastSet), c.bytes);
         EXPECT_THAT(journal().take(),
                     ElementsAre("setStandardMetadata " + std::to_string(19 + c.kind) + " " +
@@ -77,7 +76,7 @@ TEST_F(HdrEncodingTest, EveryKindIsWrittenAndReadInTheseBytes) {
                                 "flush"));
         mapperScript().metadata[19 + c.kind] = bytesOf(c.bytes);
         std::string data(300, 'u');
-        EXPECT_EQ(get(*mapper, buffer, c.kind, data.data(), c.size ? c.size : 224), 0);
+        EXPECT_EQ(get(c.kind, data.data(), c.size ? c.size : 224), 0);
         EXPECT_EQ(data, c.memory + std::string(300 - c.memory.size(), 'u'));
         journal().take();
     }
@@ -104,7 +103,7 @@ TEST_F(HdrEncodingTest, MoreThan512BytesTakeExactlyOneMoreReadOfTheirSize) {
     for (const size_t size : {435, 436, 4000}) {
         mapperScript().metadata[21] = bytesOf(encodedPayload(0x15, size, 'p'));
         std::string data(4100, 'u');
-        EXPECT_EQ(get(*mapper, buffer, 2, data.data(), 224), 0);
+        EXPECT_EQ(get(2, data.data(), 224), 0);
         EXPECT_EQ(data, std::string(size, 'p') + std::string(4100 - size, 'u'));
         Calls expected = {"getStandardMetadata 21 512", "flush"};
         if (size > 435) {
@@ -132,10 +131,10 @@ TEST_F(HdrEncodingTest, ThePayloadIsDumpedWhereTheGateAndThePropertyAllowIt) {
     for (const auto& c : cases) {
         setDumpProperty(c.property);
         setLog(c.log);
-        set(*mapper, buffer, 2, &two, 0);
-        set(*mapper, buffer, 3, &two, 0);
-        set(*mapper, buffer, 2, &none, 0);
-        set(*mapper, buffer, 0, &kDisplay, 40);
+        set(2, &two, 0);
+        set(3, &two, 0);
+        set(2, &none, 0);
+        set(0, &kDisplay, 40);
         const auto log = takeLog();
         if (c.output == nullptr) {
             EXPECT_THAT(log, IsEmpty());

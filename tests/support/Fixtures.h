@@ -1,12 +1,43 @@
-// The fixture of the facade's tests: the helper over a scripted platform.
+// The fixtures over the scripted platform: every case begins with empty scripts and ends with
+// nothing left of the buffers that were made.
 #pragma once
+
+#include <fcntl.h>
 
 #include <sstream>
 
-#include "tests/support/GrallocTest.h"
+#include "tests/support/Journal.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/PlatformDoubles.h"
+#include "tests/support/ScriptedGralloc.h"
 #include "utils/gralloc/IGrallocHelper.h"
 
 namespace zelkcam::test {
+
+class ScriptedTest : public testing::Test {
+  protected:
+    ScriptedTest() {
+        setLog({});
+        setErrorOutputWanted(true);
+        platformScript() = {};
+        mapperScript() = {};
+        allocatorScript() = {};
+        forget();
+    }
+
+    void TearDown() override {
+        EXPECT_TRUE(mapperScript().imports.empty()) << "a buffer was not freed";
+        EXPECT_EQ(platformScript().wrongPresets, 0);
+        for (const int fd : allocatorScript().descriptors) {
+            EXPECT_EQ(fcntl(fd, F_GETFD), -1) << "a raw buffer's descriptor was not closed";
+        }
+    }
+
+    static void forget() {
+        journal().take();
+        takeRawLog();
+    }
+};
 
 constexpr int kUnknownError = INT32_MIN;
 
@@ -16,12 +47,10 @@ struct OneFdHandle {
     int data[2] = {0, 0};
 };
 
-class HelperTest : public GrallocTest {
+// The helper over the scripted platform.
+class HelperTest : public ScriptedTest {
   protected:
-    void SetUp() override {
-        GrallocTest::SetUp();
-        [[maybe_unused]] static const bool once = (registerScriptedAllocator(), true);
-        helper = NSCam::IGrallocHelper::singleton();
+    HelperTest() {
         helper->clearMap();
         forget();
     }
@@ -47,7 +76,10 @@ class HelperTest : public GrallocTest {
 
     const OneFdHandle foreign = {};
     const native_handle* const handle = &foreign.header;
-    NSCam::IGrallocHelper* helper = nullptr;
+    NSCam::IGrallocHelper* const helper = [] {
+        static const bool once = (registerScriptedAllocator(), true);
+        return once ? NSCam::IGrallocHelper::singleton() : nullptr;
+    }();
     zcam::GrallocStaticInfo info;
 };
 

@@ -1,7 +1,7 @@
 // The joining of log lines: a check that cannot fail is worse than none.
 #include "platform/log.h"
 #include "platform/ulog.h"
-#include "tests/support/DoublesTest.h"
+#include "tests/support/Fixtures.h"
 
 namespace zelkcam::test {
 
@@ -10,7 +10,7 @@ namespace {
 using NSCam::Utils::ULog::ULogger;
 using testing::ElementsAre;
 
-class SupportTest : public DoublesTest {
+class LogCaptureTest : public ScriptedTest {
   protected:
     static void write(int priority, int level, const char* android, const char* board,
                       uint32_t module = 0x40007001, int extraLength = 0) {
@@ -25,7 +25,7 @@ class SupportTest : public DoublesTest {
     }
 };
 
-TEST_F(SupportTest, TakeLogJoinsTheTwoOutputsAndTellsWhatIsWrongWithThem) {
+TEST_F(LogCaptureTest, TakeLogJoinsTheTwoOutputsAndTellsWhatIsWrongWithThem) {
     constexpr char kLocated[] = "[query] x (query){#7:utils/gralloc/GrallocHelper}";
     write(6, 1, kLocated, "[query] x");
     write(3, 5, "[dump] x", "[dump] x");

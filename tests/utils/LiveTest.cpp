@@ -1,0 +1,236 @@
+// The library over the host platform: layouts of every format, both backend pairs side by side, and
+// what two processes see of one buffer.
+#include <cstring>
+#include <numeric>
+
+#include "platform/plexa.h"
+#include "tests/support/Live.h"
+#include "tests/support/Peer.h"
+#include "utils/gralloc/hidl/allocator/allocator.h"
+#include "utils/gralloc/hidl/mapper/mapper.h"
+
+namespace zelkcam::test {
+
+namespace {
+
+using NSCam::GrallocMapperAidlV2::GRALLOC_STANDARD_METADATA_TYPE;
+using NSCam::GrallocMapperAidlV2::PlaneLayout;
+using HidlMapper = NSCam::GrallocMapper::Mapper;
+using HidlAllocator = NSCam::GrallocAllocator::Allocator;
+using HidlFormat = NSCam::GrallocAllocator::PixelFormat;
+using Planes = std::vector<std::pair<uint64_t, uint64_t>>;
+
+class LiveTest : public testing::Test, public Live {
+  protected:
+    int request(const zcam::GrallocRequest& asked, bool force = false) {
+        return helper.query(&asked, &info, force);
+    }
+
+    Planes planes() const {
+        Planes found;
+        for (const auto& plane : info.planes) {
+            found.emplace_back(plane.sizeInBytes, plane.rowStrideInBytes);
+        }
+        return found;
+    }
+
+    void expectDescribed(const native_handle* buffer, const Planes& expected);
+    void expectBothMappersAlike(const native_handle* buffer);
+
+    const HidlMapper hidlMapper;
+    const HidlAllocator hidlAllocator{hidlMapper};
+    zcam::GrallocStaticInfo info;
+};
+
+TEST_F(LiveTest, AFormatLeftToTheAllocatorIsResolvedByItsUsage) {
+    const struct {
+        int32_t format;
+        uint32_t usage;
+        int32_t resolved;
+    } cases[] = {{0x22, 0, kNv21},
+                 {0x22, 0x60000, 0x111},
+                 {0x22, 0x10000, 0x1000},
+                 {0x23, 0, kNv21},
+                 {0x23, 0x10000, 0x1000}};
+    for (const auto& c : cases) {
+        EXPECT_EQ(request({c.usage, c.format, 1921, 1083}), 0);
+        EXPECT_EQ(info.format, c.resolved);
+        const Planes resolved = planes();
+        helper.clearMap();
+        EXPECT_EQ(request({0, c.resolved, 1921, 1083}), 0);
+        EXPECT_EQ(planes(), resolved);
+    }
+}
+
+// By the mapper, and by the helper when it is asked about the buffer.
+void LiveTest::expectDescribed(const native_handle* buffer, const Planes& expected) {
+    std::vector<PlaneLayout> layouts;
+    EXPECT_EQ(mapper.getPlaneLayouts(buffer, &layouts), 0);
+    Planes described;
+    for (const PlaneLayout& plane : layouts) {
+        described.emplace_back(plane.totalSizeInBytes, plane.strideInBytes);
+    }
+    EXPECT_EQ(described, expected);
+
+    NSCam::GrallocDynamicInfo dynamicInfo;
+    helper.clearMap();
+    EXPECT_EQ(helper.query(buffer, &info, &dynamicInfo), 0);
+    EXPECT_EQ(planes(), expected);
+    EXPECT_EQ(dynamicInfo.ionFds[0], buffer->data[0]);
+}
+
+void LiveTest::expectBothMappersAlike(const native_handle* buffer) {
+    std::vector<PlaneLayout> aidl, hidl;
+    EXPECT_EQ(mapper.getPlaneLayouts(buffer, &aidl), 0);
+    EXPECT_EQ(hidlMapper.getPlaneLayouts(buffer, &hidl), 0);
+    EXPECT_EQ(hidl, aidl);
+
+    void *data = nullptr, *hidlData = nullptr;
+    int pixel = 77, stride = 77, hidlPixel = 77, hidlStride = 77;
+    EXPECT_EQ(mapper.lock(buffer, kCpu, {}, -1, &data, &pixel, &stride), 0);
+    EXPECT_EQ(hidlMapper.lock(buffer, kCpu, {}, -1, &hidlData, &hidlPixel, &hidlStride), 0);
+    EXPECT_EQ(std::tuple(hidlData, hidlPixel, hidlStride), std::tuple(data, pixel, stride));
+    EXPECT_EQ(mapper.unlock(buffer), -1);
+    EXPECT_EQ(hidlMapper.unlock(buffer), -1);
+
+    android_ycbcr ycbcr, hidlYcbcr;
+    const bool described = hidlMapper.lock(buffer, kCpu, {}, -1, &hidlYcbcr) == 0;
+    EXPECT_EQ(mapper.lock(buffer, kCpu, {}, -1, &ycbcr), described ? 0 : 3);
+    // Only the AIDL one takes a plane without components for luma.
+    if (described && !aidl[0].components.empty()) {
+        EXPECT_EQ(memcmp(&hidlYcbcr, &ycbcr, sizeof(ycbcr)), 0);
+    }
+    for (int locks = described ? 2 : 0; locks > 0; --locks) {
+        mapper.unlock(buffer);
+    }
+}
+
+TEST_F(LiveTest, AnswersMappersAndPairsAgreeOnEveryFormat) {
+    for (const int32_t format : {0x1, 0x3, 0x5, kNv21, 0x14, 0x20, kBlob, 0x24, 0x25, 0x36, 0x111,
+                                 0x1000, 0x20203859, kYv12}) {
+        for (const auto& [width, height] : {std::pair(1920, 1080), {1921, 1083}}) {
+            SCOPED_TRACE(testing::Message() << format << " " << width << "x" << height);
+            ASSERT_EQ(request({0, format, width, height}), 0);
+            EXPECT_EQ(info.format, format);
+            EXPECT_EQ(info.widthInPixels, width);
+            EXPECT_EQ(info.heightInPixels, height);
+            const Planes asked = planes();
+
+            const native_handle* const buffer = allocate(format, width, height);
+            expectDescribed(buffer, asked);
+            EXPECT_EQ(hidlMapper.freeBuffer(buffer), 0) << "whichever pair has imported it";
+            const native_handle* hidlBuffer = nullptr;
+            uint32_t stride = 0;
+            EXPECT_EQ(hidlAllocator.allocate(width, height, HidlFormat(format), 1, kCpu,
+                                             &hidlBuffer, &stride, 0, ""),
+                      0);
+            expectBothMappersAlike(hidlBuffer);
+            EXPECT_EQ(allocator.free(hidlBuffer), 0);
+        }
+    }
+    for (const int32_t format : {0x2, 0x4, 0x10, 0x20363159}) {
+        EXPECT_EQ(request({0, format, 64, 32}), -2) << "no rule";
+    }
+    for (const zcam::GrallocRequest& impossible :
+         {zcam::GrallocRequest{0, 0x1, 0x7FFFFFFF, 0x7FFFFFFF}, {0, 0x7777, 4, 4}}) {
+        EXPECT_EQ(request(impossible), -12);
+    }
+}
+
+// Bits that do not survive a detour through arithmetic: a signalling NaN, -0, a denormal, ...
+constexpr uint32_t kDisplay[10] = {0x7F812345, 0x80000000, 1, 0x807FFFFF, 0x7F800000, 0xFFFFFFFF};
+constexpr uint32_t kLevels[2] = {0x7FC00001, 0xFF800001};
+
+std::vector<uint8_t> payload() {
+    std::vector<uint8_t> bytes(600);
+    std::iota(bytes.begin(), bytes.end(), static_cast<uint8_t>(7));
+    return bytes;
+}
+
+bool set(const Live& live, const native_handle* buffer, int kind, const void* data, unsigned size) {
+    return live.mapper.setGrallocMeta(buffer, GRALLOC_STANDARD_METADATA_TYPE(kind),
+                                      const_cast<void*>(data), size) == 0;
+}
+
+// Whether the metadata of this kind begins with `size` bytes at `expected`, and ends there.
+bool holds(const Live& live, const native_handle* buffer, int kind, unsigned recordSize,
+           const void* expected, size_t size) {
+    std::vector<uint8_t> data(1000, 'u'), wanted = data;
+    memcpy(wanted.data(), expected, size);
+    return live.mapper.getGrallocMeta(buffer, GRALLOC_STANDARD_METADATA_TYPE(kind), data.data(),
+                                      recordSize) == 0 &&
+           data == wanted;
+}
+
+uint32_t statusOf(const native_handle* buffer) {
+    plexa_sf_record_t record = {};
+    uint32_t word = 0;
+    EXPECT_EQ(plexa_query(buffer, PLEXA_GET_SF_INFO, &record), 0);
+    memcpy(&word, &record, sizeof(word));
+    return word;
+}
+
+// In the other process: sees what the first one has set, and sets some of it anew. Answers the
+// number of the first step that went wrong.
+int useAsPeer(int socket) {
+    const auto received = host::receiveHandle(socket);
+    const Live live;
+    const native_handle* buffer = received.value;
+    const bool steps[] = {
+            received.ok() && live.helper.importBuffer(buffer) == 1,
+            holds(live, buffer, 0, 40, kDisplay, 40),
+            holds(live, buffer, 1, 8, kLevels, 8),
+            holds(live, buffer, 2, 224, payload().data(), 600),
+            statusOf(buffer) == 0x40000000,
+            set(live, buffer, 1, kDisplay, 8),
+            live.mapper.setStandardMetadata<
+                    NSCam::GrallocMapperAidlV2::StandardMetadataType::SMPTE2086>(buffer,
+                                                                                 std::nullopt) == 0,
+            live.helper.setDirtyCamera(buffer) == 0,
+            live.helper.setBufferSOF(buffer, 1) == 0,
+            live.helper.freeBuffer(buffer) == 0,
+    };
+    const auto* const wrong = std::ranges::find(steps, false);
+    return wrong == std::end(steps) ? 0 : static_cast<int>(wrong - steps) + 1;
+}
+
+TEST(TwoProcesses, SeeEachOthersMetadataAndMarksBitForBit) {
+    const Peer peer = startPeer(useAsPeer);
+    const Live live;
+    const native_handle* const buffer = live.allocate(kNv21, 641, 481);
+    for (const auto& [kind, size] : {std::pair(0, 40u), {1, 8u}, {2, 224u}}) {
+        EXPECT_TRUE(holds(live, buffer, kind, size, "", 0)) << "a new buffer has none";
+    }
+    EXPECT_EQ(statusOf(buffer), 0u);
+    const std::vector<uint8_t> hdr10Plus = payload();
+    EXPECT_TRUE(set(live, buffer, 0, kDisplay, 40));
+    EXPECT_TRUE(set(live, buffer, 1, kLevels, 8));
+    EXPECT_TRUE(set(live, buffer, 2, &hdr10Plus, 0));
+    EXPECT_EQ(live.helper.setColorspace_JFIF(buffer), 0);
+    EXPECT_EQ(host::sendHandle(peer.socket.get(), buffer), 0);
+    EXPECT_EQ(peer.wait(), 0) << "256 for each step done";
+
+    EXPECT_TRUE(holds(live, buffer, 1, 8, kDisplay, 8));
+    EXPECT_TRUE(holds(live, buffer, 0, 40, "", 0)) << "taken away by the other";
+    EXPECT_TRUE(holds(live, buffer, 2, 224, hdr10Plus.data(), 600)) << "left alone";
+    EXPECT_EQ(statusOf(buffer), 0x40000c03u);
+    live.allocator.free(buffer);
+}
+
+TEST_F(LiveTest, TheExtensionDescribesWhatTheAllocatorMade) {
+    const native_handle* const buffer = allocate(0x22, 641, 481, 0x60000);  // zero shutter lag
+    for (const auto& [attribute, value] : {std::pair(PLEXA_GET_FORMAT + 0, 0x111),
+                                           {PLEXA_GET_USAGE, 0x60000},
+                                           {PLEXA_GET_WIDTH, 641},
+                                           {PLEXA_GET_STRIDE, 704},
+                                           {PLEXA_GET_ION_FD, buffer->data[0]}}) {
+        int32_t read = -1;
+        EXPECT_EQ(plexa_query(buffer, attribute, &read), 0);
+        EXPECT_EQ(read, value) << "attribute " << attribute;
+    }
+    EXPECT_EQ(allocator.free(buffer), 0);
+}
+
+}  // namespace
+
+}  // namespace zelkcam::test
