@@ -5,8 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <string>
-#include <string_view>
 
 namespace zelkcam::faults {
 
@@ -31,18 +29,16 @@ struct Trial {
     bool armed;          // calls count from now on
     size_t failingCall;  // kNoCall: none
     size_t fault;        // index into the door's faults
-
     size_t calls;
     const Door* doors[kMostCalls];
+
     bool hit;          // the failing call has been made
     bool done;         // the operation has returned and its stage is cleared
-    int64_t result;    // of the operation
     bool fatal;        // ended by an assertion
+    int64_t result;    // of the operation
     int locks;         // that the operation left on its buffer
     long descriptors;  // more than before
     long mappings;
-    size_t lines;  // warnings and errors of the library
-    char log[16 * 1024];
 };
 
 Trial& trial();
@@ -61,9 +57,6 @@ class Pause {
   private:
     bool mArmed;
 };
-
-// Adds a line of the library to the trial's log.
-void heard(std::string_view line);
 
 // The next definition of a function that this program replaces.
 void* nextDefinition(const char* symbol);
