@@ -16,22 +16,16 @@
 #include <cstring>
 
 #include "platform/allocator.h"
-#include "platform/hidl.h"
 #include "platform/hwbinder.h"
 #include "platform/log.h"
 #include "platform/mapper.h"
 #include "platform/plexa.h"
-#include "platform/properties.h"
 #include "platform/sync.h"
 #include "platform/utils.h"
 
 namespace zelkcam::faults {
 
 namespace {
-
-using android::sp;
-using IHidlMapper = android::hardware::graphics::mapper::V4_0::IMapper;
-using IHidlAllocator = android::hardware::graphics::allocator::V4_0::IAllocator;
 
 constexpr Fault kNull[] = {{"null"}};
 constexpr Fault kMemory[] = {{"ENOMEM", ENOMEM}};
@@ -43,8 +37,6 @@ constexpr Fault kReading[] = {{"EIO", EIO}, {"short", 0}};
 constexpr Fault kWaiting[] = {{"EINTR", EINTR}, {"ENOMEM", ENOMEM}};
 constexpr Fault kClosing[] = {{"EINTR", EINTR}};
 constexpr Fault kSync[] = {{"ETIME", ETIME}};
-constexpr Fault kProperty[] = {{"most", INT32_MAX}, {"least", INT32_MIN}};
-constexpr Fault kClock[] = {{"goes backwards", -1}};
 constexpr Fault kLoader[] = {{"null"}, {"without entry", 1}};
 constexpr Fault kExtension[] = {{"EIO", -EIO}};
 constexpr Fault kExtensionRead[] = {{"EIO", -EIO}, {"useless", 0}};
@@ -162,10 +154,7 @@ void __android_log_assert(const char*, const char*, const char*, ...) {
 DOOR(AIBinder*, AServiceManager_checkService, (const char* instance), (instance), kNull, nullptr)
 DOOR(void*, android_load_sphal_library, (const char* name, int flags), (name, flags), kLoader,
      (fault->value == 0 ? nullptr : ZELKCAM_NEXT(android_load_sphal_library)("libm.so.6", flags)))
-DOOR(int32_t, property_get_int32, (const char* name, int32_t otherwise), (name, otherwise),
-     kProperty, static_cast<int32_t>(fault->value))
 DOOR(int, sync_wait, (int fd, int timeout), (fd, timeout), kSync, failed(*fault))
-DOOR(nsecs_t, systemTime, (int clock), (clock), kClock, fault->value)
 DOOR(native_handle_t*, native_handle_init, (char* storage, int fds, int ints), (storage, fds, ints),
      kNull, nullptr)
 DOOR(native_handle_t*, native_handle_create, (int fds, int ints), (fds, ints), kNull, nullptr)
@@ -178,8 +167,6 @@ DOOR(int, plexa_query, (const native_handle* handle, int attribute, void* out),
       static_cast<int>(fault->value)))
 DOOR(int, plexa_perform, (const native_handle* handle, int operation, void* in),
      (handle, operation, in), kExtension, static_cast<int>(fault->value))
-DOOR(int, plexa_sf_set_status, (plexa_sf_record_t * record, int mask, int value),
-     (record, mask, value), kExtension, static_cast<int>(fault->value))
 
 }  // extern "C"
 
@@ -194,13 +181,3 @@ IPCThreadState* IPCThreadState::self() {
 }
 
 }  // namespace android::hardware
-
-sp<IHidlMapper> IHidlMapper::getService(const std::string& name, bool getStub) {
-    static constexpr Door kDoor{"IMapper::getService", kNull};
-    return pass(kDoor) ? nullptr : tryGetService(name, getStub);
-}
-
-sp<IHidlAllocator> IHidlAllocator::getService(const std::string& name, bool getStub) {
-    static constexpr Door kDoor{"IAllocator::getService", kNull};
-    return pass(kDoor) ? nullptr : tryGetService(name, getStub);
-}

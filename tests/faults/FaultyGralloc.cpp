@@ -10,11 +10,7 @@
 
 #include <aidl/android/hardware/graphics/allocator/BnAllocator.h>
 
-#include "host/hidl_gralloc/HidlAllocatorService.h"
 #include "tests/faults/Doors.h"
-#include "tests/support/HidlOverStable.h"
-
-extern "C" AIMapper* zelkcam_faults_mapper();
 
 namespace zelkcam::faults {
 
@@ -23,11 +19,6 @@ namespace {
 namespace alloc = aidl::android::hardware::graphics::allocator;
 using aidl::android::hardware::graphics::common::PlaneLayout;
 using aidl::android::hardware::graphics::common::StandardMetadataType;
-using android::hardware::hidl_handle;
-using android::hardware::hidl_vec;
-using android::hardware::Return;
-using android::hardware::Status;
-using test::HidlOverStable;
 using PlaneLayouts = android::hardware::graphics::mapper::StandardMetadata<
         StandardMetadataType::PLANE_LAYOUTS>::value;
 
@@ -55,9 +46,7 @@ constexpr Fault kAllocateFaults[] = {{"NO_RESOURCES", 1},
                                      {"refused with buffers", kWithBuffers},
                                      {"handles without descriptors", kNoDescriptors}};
 constexpr Fault kSuffixFaults[] = {{"dead object", STATUS_DEAD_OBJECT}, {"of no library"}};
-constexpr Fault kTransportFaults[] = {{"dead object"}};
-constexpr Fault kHidlAllocateFaults[] = {{"NO_RESOURCES", 5}, {"null", 0}};
-constexpr Fault kYes[] = {{"yes", 1}};
+constexpr Fault kNone[] = {{"null"}};
 
 constexpr Door kImport{"importBuffer", kImportFaults};
 constexpr Door kFree{"freeBuffer", kCodes};
@@ -67,12 +56,9 @@ constexpr Door kGetStandard{"getStandardMetadata", kReadFaults};
 constexpr Door kSetStandard{"setStandardMetadata", kCodes};
 constexpr Door kGetNote{"getMetadata", kReadFaults};
 constexpr Door kSetNote{"setMetadata", kCodes};
-constexpr Door kLoad{"AIMapper_loadIMapper", kTransportFaults};
+constexpr Door kLoad{"AIMapper_loadIMapper", kNone};
 constexpr Door kAllocate2{"allocate2", kAllocateFaults};
 constexpr Door kSuffix{"getIMapperLibrarySuffix", kSuffixFaults};
-constexpr Door kTransport{"HIDL transport", kTransportFaults};
-constexpr Door kIsRemote{"isRemote", kYes};
-constexpr Door kHidlAllocate{"HIDL allocate", kHidlAllocateFaults};
 
 const AIMapperV5* gReal = nullptr;
 std::shared_ptr<AidlAllocator> gRealAllocator;
@@ -202,68 +188,6 @@ class FaultyAllocator final : public alloc::BnAllocator {
     }
 };
 
-class FaultyMapper final : public HidlOverStable {
-  public:
-    FaultyMapper() : HidlOverStable(zelkcam_faults_mapper()->v5) {}
-
-    bool isRemote() const override { return pass(kIsRemote) != nullptr; }
-
-    Return<void> createDescriptor(const BufferDescriptorInfo& description,
-                                  createDescriptor_cb callback) override {
-        return carry([&] { MapperService::createDescriptor(description, callback).isOk(); });
-    }
-
-    // What is lost on the way is done all the same: buffers and locks must not pile up here.
-    Return<Error> freeBuffer(void* buffer) override {
-        Return<Error> answer = HidlOverStable::freeBuffer(buffer);
-        if (!answer.isOk()) {
-            const Pause pause;
-            gReal->freeBuffer(static_cast<buffer_handle_t>(buffer));
-        }
-        return answer;
-    }
-
-    Return<void> unlock(void* buffer, unlock_cb callback) override {
-        Return<void> answer = HidlOverStable::unlock(buffer, callback);
-        if (!answer.isOk()) {
-            const Pause pause;
-            int fence = -1;
-            gReal->unlock(static_cast<buffer_handle_t>(buffer), &fence);
-        }
-        return answer;
-    }
-
-  protected:
-    Return<void> carry(const std::function<void()>& call) override {
-        if (pass(kTransport)) {
-            return Status::fromStatusT(android::DEAD_OBJECT);
-        }
-        call();
-        return android::hardware::Void();
-    }
-
-    hidl_handle releaseHandle(int fence) override {
-        const Pause pause;
-        return HidlOverStable::releaseHandle(fence);
-    }
-};
-
-class FaultyHidlAllocator final : public host::HidlAllocatorService {
-  public:
-    Return<void> allocate(const hidl_vec<uint8_t>& descriptor, uint32_t count,
-                          allocate_cb callback) override {
-        if (pass(kTransport)) {
-            return Status::fromStatusT(android::DEAD_OBJECT);
-        }
-        const Fault* const fault = pass(kHidlAllocate);
-        if (fault == nullptr) {
-            return HidlAllocatorService::allocate(descriptor, count, callback);
-        }
-        callback(HidlOverStable::Error(fault->value), 64, hidl_vec<hidl_handle>(count));
-        return android::hardware::Void();
-    }
-};
-
 void findReal(const std::string& instance) {
     gRealAllocator = AidlAllocator::fromBinder(
             ndk::SpAIBinder(AServiceManager_checkService(instance.c_str())));
@@ -281,11 +205,7 @@ void installFaultyGralloc() {
     const std::string instance = std::string(AidlAllocator::descriptor) + "/default";
     findReal(instance);
     const std::shared_ptr<AidlAllocator> faulty = ndk::SharedRefBase::make<FaultyAllocator>();
-    const android::sp<FaultyMapper> mapper = new FaultyMapper;
-    const android::sp<FaultyHidlAllocator> allocator = new FaultyHidlAllocator;
-    if (AServiceManager_addService(faulty->asBinder().get(), instance.c_str()) != EX_NONE ||
-        mapper->registerAsService() != android::OK ||
-        allocator->registerAsService() != android::OK) {
+    if (AServiceManager_addService(faulty->asBinder().get(), instance.c_str()) != EX_NONE) {
         abort();
     }
 }

@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdlib>
 
 #include "tests/faults/Doors.h"
@@ -16,28 +15,17 @@ namespace {
 
 using NSCam::IGrallocHelper;
 using NSCam::GrallocAllocatorAidlV2::AllocatorAidl;
-using NSCam::GrallocAllocatorAidlV2::BufferDescriptorInfo;
-using NSCam::GrallocMapperAidlV2::GRALLOC_STANDARD_METADATA_TYPE;
+using NSCam::GrallocMapperAidlV2::GRALLOC_META_SMPTE2094_40;
 using NSCam::GrallocMapperAidlV2::MapperV5;
 using HidlMapper = NSCam::GrallocMapper::Mapper;
 using HidlAllocator = NSCam::GrallocAllocator::Allocator;
-using HidlFormat = NSCam::GrallocAllocator::PixelFormat;
-using Bytes = android::hardware::hidl_vec<uint8_t>;
 
-constexpr int32_t kYv12 = 0x32315659;
+constexpr int32_t kBlob = 0x21, kNv21 = 0x11, kYv12 = 0x32315659;
+constexpr uint64_t kCpu = 0x33;
 // What an output holds beforehand.
 constexpr int32_t kUntouched = 0x5a5a5a5a;
-constexpr uint32_t kCount = 3;
-
-BufferDescriptorInfo description(int32_t format) {
-    BufferDescriptorInfo info;
-    info.width = 64;
-    info.height = format == kBlob ? 1 : 32;  // a blob has one row
-    info.layerCount = 1;
-    info.format = static_cast<decltype(info.format)>(format);
-    info.usage = static_cast<decltype(info.usage)>(kCpu);
-    return info;
-}
+constexpr Traits kLocated = {.mayEndProcess = true};  // by a lock, whose failure is fatal
+constexpr Traits kBuilt = {.mayEndProcess = true};
 
 IGrallocHelper& helper() {
     return *IGrallocHelper::singleton();
@@ -73,53 +61,16 @@ int64_t importByHelper(Stage& stage) {
     return helper().freeBuffer(handle) == (handle != nullptr ? 0 : -1) ? result : kWrongOutputs;
 }
 
-int64_t startUp(Stage&) {
-    IGrallocHelper& built = helper();
+int64_t startUp(Stage& stage) {
+    helper();
     const Pause pause;
-    const zcam::GrallocRequest request = {
-            .format = kBlob, .widthInPixels = 64, .heightInPixels = 1};
-    zcam::GrallocStaticInfo info;
-    return built.query(&request, &info);
-}
-
-void addFacade(std::vector<Operation>& all) {
-    // Located by a lock, whose failure is fatal.
-    const auto located = [&](const char* name, std::function<int64_t(Stage&)> run, int32_t format) {
-        all.push_back(
-                {.name = name, .run = std::move(run), .format = format, .mayEndProcess = true});
-    };
-    all.push_back({.name = "start-up",
-                   .run = startUp,
-                   .format = 0,
-                   .fresh = true,
-                   .mayEndProcess = true});
-    all.push_back({.name = "query of a blob", .run = request(kBlob), .format = 0});
-    located("query of YCrCb_420_SP", request(kNv21), 0);
-    located("query of YV12", request(kYv12), 0);
-    located("query of what the camera writes", request(0x22, 0x20000), 0);
-    all.push_back({.name = "description of a blob", .run = describe});
-    located("description of YV12", describe, kYv12);
-    all.push_back({.name = "import", .run = importByHelper, .success = 1});
-    const auto add = [&](const char* name, auto call) {
-        all.push_back({.name = name, .run = [=](Stage& stage) -> int64_t { return call(stage); }});
-        return &all.back();
-    };
-    add("free", [](Stage& s) { return helper().freeBuffer(std::exchange(s.buffer, nullptr)); });
-    add("lock", [](Stage& s) { return helper().lock(s.buffer, 3, 64, 1, &s.address); })->locks = 1;
-    add("unlock", [](Stage& s) { return helper().unlock(s.buffer); })->locked = true;
-    add("setBufferSOF", [](Stage& s) { return helper().setBufferSOF(s.buffer, 5); });
-    add("setBufferStatus", [](Stage& s) { return helper().setBufferStatus(s.buffer, 3, 1); });
-    add("dumpToLog and clearMap", [](Stage&) {
-        helper().dumpToLog();
-        helper().clearMap();
-        return 0;
-    });
+    return request(kBlob)(stage);
 }
 
 // ---- Of the two pairs, built once; never destroyed, as the process may end in a trial.
 
 struct Aidl {
-    static constexpr char kName[] = "MapperV5 ";
+    static constexpr auto kFormat = NSCam::GrallocAllocatorAidlV2::PixelFormat(kBlob);
     static const MapperV5& mapper() {
         static const auto& instance = *new MapperV5(AllocatorAidl::createInstance());
         return instance;
@@ -128,12 +79,17 @@ struct Aidl {
         static const auto& instance = *new AllocatorAidl(AllocatorAidl::createInstance(), mapper());
         return instance;
     }
-    static auto format() { return NSCam::GrallocAllocatorAidlV2::PixelFormat(kBlob); }
-    static auto descriptor() { return description(kBlob); }
+    static auto descriptor() {
+        NSCam::GrallocAllocatorAidlV2::BufferDescriptorInfo info;
+        info.width = 64;
+        info.height = info.layerCount = 1;
+        info.format = kFormat;
+        return info;
+    }
 };
 
 struct Hidl {
-    static constexpr char kName[] = "Mapper ";
+    static constexpr auto kFormat = NSCam::GrallocAllocator::PixelFormat(kBlob);
     static const HidlMapper& mapper() {
         static const auto& instance = *new HidlMapper;
         return instance;
@@ -142,27 +98,13 @@ struct Hidl {
         static const auto& instance = *new HidlAllocator(mapper());
         return instance;
     }
-    static auto format() { return HidlFormat(kBlob); }
-    static int32_t describe(Bytes* out) {
-        return mapper().createDescriptor({"", 64, 1, 1, HidlFormat(kBlob), kCpu, 0}, out);
-    }
-    static Bytes descriptor() {
+    static auto descriptor() {
         const Pause pause;
-        Bytes bytes;
-        describe(&bytes);
+        android::hardware::hidl_vec<uint8_t> bytes;
+        mapper().createDescriptor({"", 64, 1, 1, kFormat, kCpu, 0}, &bytes);
         return bytes;
     }
 };
-
-// A fence's number means nothing.
-int64_t closed(int fence) {
-    if (fence < 0) {
-        return fence;
-    }
-    const Pause pause;
-    close(fence);
-    return 1;
-}
 
 template <typename Pair>
 int64_t import(Stage& stage) {
@@ -175,24 +117,34 @@ int64_t import(Stage& stage) {
     return imported == nullptr || result == 0 ? result : kWrongOutputs;
 }
 
+// As YCbCr: the widest form, which makes the others' calls too.
 template <typename Pair>
-int64_t lockYcbcr(Stage& stage) {
+int64_t lock(Stage& stage) {
     android_ycbcr ycbcr = {};
     ycbcr.cstride = kUntouched;
+    stage.fence = newFence();
     const int32_t result =
             Pair::mapper().lock(stage.buffer, 3, {}, std::exchange(stage.fence, -1), &ycbcr);
     return (ycbcr.cstride == kUntouched) == (result != 0) ? result : kWrongOutputs;
 }
 
+template <typename Pair>
+int64_t unlock(Stage& stage) {
+    const int fence = Pair::mapper().unlock(stage.buffer);
+    const Pause pause;
+    close(fence);
+    return 0;
+}
+
 // Either form of allocation: all buffers or none, and a stride with success only.
-template <typename Pair, bool kMany>
+template <typename Pair, uint32_t kCount>
 int64_t allocate(Stage&) {
-    const native_handle* handles[kCount] = {};
+    const native_handle* handles[3] = {};
     uint32_t stride = kUntouched;
     const int32_t result =
-            kMany ? Pair::allocator().allocate(Pair::descriptor(), kCount, &stride, handles)
-                  : Pair::allocator().allocate(64, 1, Pair::format(), 1, kCpu, handles, &stride, 0,
-                                               "");
+            kCount > 1 ? Pair::allocator().allocate(Pair::descriptor(), kCount, &stride, handles)
+                       : Pair::allocator().allocate(64, 1, Pair::kFormat, 1, kCpu, handles, &stride,
+                                                    0, "");
     const Pause pause;
     bool isNothingKept = true;
     for (const native_handle* const handle : handles) {
@@ -207,107 +159,43 @@ int64_t allocate(Stage&) {
 }
 
 template <typename Pair>
-void addPair(std::vector<Operation>& all) {
-    const auto add = [&](const char* name, std::function<int64_t(Stage&)> run,
-                         int32_t format = kBlob) {
-        all.push_back(
-                {.name = Pair::kName + std::string(name), .run = std::move(run), .format = format});
-        return &all.back();
-    };
-    const auto addLock = [&](const char* name, std::function<int64_t(Stage&)> run) {
-        Operation* const operation = add(name, std::move(run), kNv21);
-        operation->withFence = true;
-        operation->locks = 1;
-        // A fence that HIDL cannot wrap; or, as YCbCr, either fence.
-        operation->leaves = 1;
-    };
-    add("importBuffer", import <Pair>);
-    add("freeBuffer",
-        [](Stage& s) { return Pair::mapper().freeBuffer(std::exchange(s.buffer, nullptr)); });
-    addLock("lock", [](Stage& s) {
-        return Pair::mapper().lock(s.buffer, 3, {}, std::exchange(s.fence, -1), &s.address);
-    });
-    addLock("lock with outputs", [](Stage& s) {
-        int pixel = 0, row = 0;
-        return Pair::mapper().lock(s.buffer, 3, {}, std::exchange(s.fence, -1), &s.address, &pixel,
-                                   &row);
-    });
-    addLock("lock as YCbCr", lockYcbcr<Pair>);
-    Operation* const unlocking = add(
-            "unlock", [](Stage& s) { return closed(Pair::mapper().unlock(s.buffer)); }, kNv21);
-    unlocking->locked = true;
-    unlocking->success = 1;
-    add(
-            "getPlaneLayouts",
-            [](Stage& s) {
-                std::vector<NSCam::GrallocMapperAidlV2::PlaneLayout> planes;
-                return Pair::mapper().getPlaneLayouts(s.buffer, &planes);
-            },
-            kNv21);
-    add("allocate three", allocate<Pair, true>, 0);
-    add("allocate one", allocate<Pair, false>, 0);
-    add("free of the allocator",
-        [](Stage& s) { return Pair::allocator().free(std::exchange(s.buffer, nullptr)); });
-}
-
-int64_t setMeta(Stage& stage, int type) {
-    const std::vector<uint8_t> payload(20, 0x5a);
-    constexpr uint8_t kRecord[40] = {};
-    constexpr unsigned int kSizes[] = {40, 8, 0, 0};
-    const void* const data = type < 2 ? static_cast<const void*>(kRecord) : &payload;
-    return Aidl::mapper().setGrallocMeta(stage.buffer, GRALLOC_STANDARD_METADATA_TYPE(type),
-                                         const_cast<void*>(data), kSizes[type]);
-}
-
-int64_t getMeta(Stage& stage, int type) {
-    {
-        const Pause pause;
-        setMeta(stage, type);
-    }
-    uint8_t data[224];
-    constexpr unsigned int kSizes[] = {40, 8, 224};
-    return Aidl::mapper().getGrallocMeta(stage.buffer, GRALLOC_STANDARD_METADATA_TYPE(type), data,
-                                         kSizes[type]);
-}
-
-void addMetadata(std::vector<Operation>& all) {
-    for (const int type : {0, 1, 2, 3}) {
-        const std::string kind = " of kind " + std::to_string(type);
-        all.push_back({.name = "setGrallocMeta" + kind,
-                       .run = [=](Stage& stage) { return setMeta(stage, type); }});
-        if (type != 3) {
-            all.push_back({.name = "getGrallocMeta" + kind,
-                           .run = [=](Stage& stage) { return getMeta(stage, type); }});
-        }
-    }
-    all.push_back({.name = "createDescriptor", .run = [](Stage&) -> int64_t {
-                       Bytes bytes;
-                       const int32_t result = Hidl::describe(&bytes);
-                       return (bytes.size() != 0) == (result == 0) ? result : kWrongOutputs;
+void addPair(const std::string& name, std::vector<Operation>& all) {
+    all.push_back({name + " import", import <Pair>});
+    // Either fence.
+    all.push_back({name + " lock", lock<Pair>, kNv21, {.locks = 1, .leaves = 1}});
+    all.push_back({name + " unlock", unlock<Pair>, kNv21, {.locked = true}});
+    all.push_back({name + " allocate three", allocate<Pair, 3>, 0});
+    all.push_back({name + " allocate one", allocate<Pair, 1>, 0});
+    all.push_back({name + " free", [](Stage& stage) -> int64_t {
+                       return Pair::allocator().free(std::exchange(stage.buffer, nullptr));
                    }});
 }
 
-void addConstructors(std::vector<Operation>& all) {
-    const auto add = [&](const char* name, auto construct) {
-        all.push_back({.name = name,
-                       .run = [=](Stage&) -> int64_t { return construct() ? 0 : 1; },
-                       .format = 0,
-                       .mayEndProcess = true});
-    };
-    add("MapperV5 built", [] {
-        const auto service = [] {
-            const Pause pause;
-            return AllocatorAidl::createInstance();
-        }();
-        return MapperV5(service), true;
-    });
-    add("createInstance", [] { return AllocatorAidl::createInstance() != nullptr; });
-    add("Mapper built", [] { return HidlMapper(), true; });
-    add("Allocator built", [] { return HidlAllocator(Hidl::mapper()), true; });
+int64_t buildMapper(Stage&) {
+    const auto service = [] {
+        const Pause pause;
+        return AllocatorAidl::createInstance();
+    }();
+    MapperV5 mapper(service);
+    return 0;
+}
+
+int64_t setPayload(Stage& stage) {
+    std::vector<uint8_t> payload(20, 0x5a);
+    return Aidl::mapper().setGrallocMeta(stage.buffer, GRALLOC_META_SMPTE2094_40, &payload, 0);
+}
+
+int64_t getPayload(Stage& stage) {
+    uint8_t data[224];
+    return Aidl::mapper().getGrallocMeta(stage.buffer, GRALLOC_META_SMPTE2094_40, data, 224);
 }
 
 void importBuffer(int32_t format, Stage& stage) {
-    if (!realAllocator()->allocate2(description(format), 1, &stage.allocation).isOk()) {
+    auto info = Aidl::descriptor();
+    info.height = format == kBlob ? 1 : 32;  // a blob has one row
+    info.format = static_cast<decltype(info.format)>(format);
+    info.usage = static_cast<decltype(info.usage)>(kCpu);
+    if (!realAllocator()->allocate2(info, 1, &stage.allocation).isOk()) {
         abort();
     }
     stage.raw = android::makeFromAidl(stage.allocation.buffers.at(0));
@@ -322,11 +210,8 @@ void setStage(const Operation& operation, Stage& stage) {
     if (operation.format != 0) {
         importBuffer(operation.format, stage);
     }
-    if (operation.withFence) {
-        stage.fence = newFence();
-    }
     void* address = nullptr;
-    if (operation.locked && realMapper().lock(stage.buffer, 3, {}, -1, &address) != 0) {
+    if (operation.traits.locked && realMapper().lock(stage.buffer, 3, {}, -1, &address) != 0) {
         abort();
     }
 }
@@ -356,12 +241,28 @@ void buildOnce() {
 }
 
 std::vector<Operation> allOperations() {
-    std::vector<Operation> all;
-    addFacade(all);
-    addPair<Aidl>(all);
-    addPair<Hidl>(all);
-    addMetadata(all);
-    addConstructors(all);
+    std::vector<Operation> all = {
+            {"start-up", startUp, 0, {.fresh = true, .mayEndProcess = true}},
+            {"query of a blob", request(kBlob), 0},
+            {"query of YV12", request(kYv12), 0, kLocated},
+            {"query of what the camera writes", request(0x22, 0x20000), 0, kLocated},
+            {"description of a blob", describe},
+            {"description of YCrCb_420_SP", describe, kNv21, kLocated},
+            {"import", importByHelper, kBlob, {.success = 1}},
+            {"lock",
+             [](Stage& s) { return helper().lock(s.buffer, 3, 64, 1, &s.address); },
+             kBlob,
+             {.locks = 1}},
+            {"unlock", [](Stage& s) { return helper().unlock(s.buffer); }, kBlob, {.locked = true}},
+            {"setBufferSOF", [](Stage& s) { return helper().setBufferSOF(s.buffer, 5); }},
+            {"setDirtyCamera", [](Stage& s) { return helper().setDirtyCamera(s.buffer); }},
+            {"set HDR10+", setPayload},
+            {"get HDR10+", getPayload},
+            {"MapperV5", buildMapper, 0, kBuilt},
+            {"Mapper", [](Stage&) { return HidlMapper(), 0; }, 0, kBuilt},
+    };
+    addPair<Aidl>("AIDL", all);
+    addPair<Hidl>("HIDL", all);
     return all;
 }
 

@@ -12,10 +12,6 @@ namespace zelkcam::faults {
 // What an operation answers whose outputs are not as they must be after its result.
 inline constexpr int64_t kWrongOutputs = INT64_C(1) << 40;
 
-inline constexpr int32_t kBlob = 0x21;
-inline constexpr int32_t kNv21 = 0x11;
-inline constexpr uint64_t kCpu = 0x33;
-
 // What one trial works on. Made and released behind the doors' back.
 struct Stage {
     aidl::android::hardware::graphics::allocator::AllocationResult allocation;
@@ -25,22 +21,20 @@ struct Stage {
     void* address = nullptr;
 };
 
+struct Traits {
+    int64_t success = 0;  // what it answers undisturbed
+    int locks = 0;        // left on the buffer then
+    int leaves = 0;       // Contract: the most descriptors that stay open when it fails.
+    bool locked = false;  // the stage's buffer beforehand
+    bool fresh = false;   // needs a process that has not built the helper yet
+    bool mayEndProcess = false;
+};
+
 struct Operation {
     std::string name;
     std::function<int64_t(Stage&)> run;
-    // The format of the stage's buffer; 0 for none.
-    int32_t format = kBlob;
-    int64_t success = 0;
-    // Whether the stage holds a fence, and a lock, besides the imported buffer.
-    bool withFence = false;
-    bool locked = false;
-    // Locks that are left on the buffer when it succeeds.
-    int locks = 0;
-    // Contract: the most descriptors that stay open when it fails.
-    int leaves = 0;
-    // Needs a process that has not built the helper yet.
-    bool fresh = false;
-    bool mayEndProcess = false;
+    int32_t format = 0x21;  // of the stage's buffer; 0 for none
+    Traits traits = {};
 };
 
 void setStage(const Operation& operation, Stage& stage);

@@ -31,7 +31,7 @@ void run(const Operation& operation, size_t failingCall, size_t fault) {
     memset(&now, 0, sizeof(now));
     now.failingCall = failingCall;
     now.fault = fault;
-    if (!operation.fresh) {
+    if (!operation.traits.fresh) {
         buildOnce();
     }
     const test::Holdings before = test::holdings();
@@ -64,14 +64,14 @@ Trial& kept() {
 void runTwice(const Operation& operation, size_t failingCall, size_t fault) {
     run(operation, failingCall, fault);
     kept() = trial();
-    if (!operation.fresh) {
+    if (!operation.traits.fresh) {
         run(operation, kNoCall, 0);
     }
 }
 
 void exercise(const Operation& operation, size_t failingCall, size_t fault, Pair& out) {
     kept().done = false;
-    if (!operation.mayEndProcess) {
+    if (!operation.traits.mayEndProcess) {
         runTwice(operation, failingCall, fault);
     } else if (const pid_t child = fork(); child == 0) {
         runTwice(operation, failingCall, fault);
@@ -95,15 +95,15 @@ class Sweep : public testing::TestWithParam<Operation> {
     const Operation& operation() const { return GetParam(); }
 
     void findCalls() {
-        if (!operation().fresh) {
+        if (!operation().traits.fresh) {
             runTwice(operation(), kNoCall, 0);  // what is built once
         }
         exercise(operation(), kNoCall, 0, mUndisturbed);
         const Trial& seen = mUndisturbed.disturbed;
         ASSERT_TRUE(seen.done);
-        EXPECT_EQ(seen.result, operation().success);
-        EXPECT_EQ(seen.locks, operation().locks);
-        EXPECT_EQ(seen.descriptors, operation().fresh ? seen.descriptors : 0);
+        EXPECT_EQ(seen.result, operation().traits.success);
+        EXPECT_EQ(seen.locks, operation().traits.locks);
+        EXPECT_EQ(seen.descriptors, operation().traits.fresh ? seen.descriptors : 0);
         EXPECT_EQ(seen.mappings, 0);
     }
 
@@ -123,11 +123,11 @@ class Sweep : public testing::TestWithParam<Operation> {
     }
 
     void checkRemains(const Trial& seen) {
-        const bool isSame = seen.result == operation().success;
-        const long leaves = isSame ? 0 : operation().leaves;
+        const bool isSame = seen.result == operation().traits.success;
+        const long leaves = isSame ? 0 : operation().traits.leaves;
         EXPECT_TRUE(seen.done);
         EXPECT_NE(seen.result, kWrongOutputs);
-        EXPECT_EQ(seen.locks, isSame ? operation().locks : 0);
+        EXPECT_EQ(seen.locks, isSame ? operation().traits.locks : 0);
         EXPECT_GE(seen.descriptors, mUndisturbed.disturbed.descriptors);
         EXPECT_LE(seen.descriptors, mUndisturbed.disturbed.descriptors + leaves);
         EXPECT_EQ(seen.mappings, 0);
@@ -135,13 +135,13 @@ class Sweep : public testing::TestWithParam<Operation> {
 
     // The fault is over, and so are its consequences.
     void checkNext() {
-        if (operation().fresh) {
+        if (operation().traits.fresh) {
             return;  // start-up happens once
         }
         EXPECT_TRUE(mPair.next.done);
-        EXPECT_EQ(mPair.next.result, operation().success);
+        EXPECT_EQ(mPair.next.result, operation().traits.success);
         EXPECT_EQ(mPair.next.calls, mUndisturbed.next.calls);
-        EXPECT_EQ(mPair.next.locks, operation().locks);
+        EXPECT_EQ(mPair.next.locks, operation().traits.locks);
         EXPECT_EQ(mPair.next.descriptors, 0);
         EXPECT_EQ(mPair.next.mappings, 0);
     }

@@ -82,21 +82,15 @@ bool mark(Worker& worker) {
     }
 }
 
-bool name(Worker& worker) {
+bool speak(Worker& worker) {
     IGrallocHelper& helper = worker.shared.helper;
+    helper.dumpToLog();
+    if (worker.chance.below(4) == 0) {
+        helper.clearMap();
+    }
     return strcmp(helper.queryPixelFormatName(0x11).c_str(), "YCrCb_420_SP") == 0 &&
            helper.queryGrallocUsageName(0x33).length() != 0 &&
            helper.queryDataspaceName(0x8c20000).length() != 0;
-}
-
-bool dump(Worker& worker) {
-    worker.shared.helper.dumpToLog();
-    return true;
-}
-
-bool clear(Worker& worker) {
-    worker.shared.helper.clearMap();
-    return true;
 }
 
 bool import(Worker& worker) {
@@ -106,36 +100,22 @@ bool import(Worker& worker) {
            worker.shared.helper.freeBuffer(handle) == 0;
 }
 
-bool lockByMapper(Worker& worker) {
-    const MapperV5& mapper = worker.shared.mapper;
+// All forms of lock, and the layouts.
+template <auto kMapper>
+bool useMapper(Worker& worker) {
+    const auto& mapper = worker.shared.*kMapper;
     void* data = nullptr;
     int pixel = 0, row = 0;
     android_ycbcr ycbcr = {};
-    const bool locked = mapper.lock(worker.buffer, 3, {}, -1, &data) == 0 &&
+    std::vector<PlaneLayout> planes;
+    const bool isGood = mapper.lock(worker.buffer, 3, {}, -1, &data) == 0 &&
                         mapper.lock(worker.buffer, 3, {}, -1, &data, &pixel, &row) == 0 &&
-                        mapper.lock(worker.buffer, 3, {}, -1, &ycbcr) == 0;
+                        mapper.lock(worker.buffer, 3, {}, -1, &ycbcr) == 0 &&
+                        mapper.getPlaneLayouts(worker.buffer, &planes) == 0;
     for (int i = 0; i < 3; ++i) {
         mapper.unlock(worker.buffer);
     }
-    return locked && ycbcr.y == data;
-}
-
-bool lockByHidl(Worker& worker) {
-    const HidlMapper& mapper = worker.shared.hidlMapper;
-    void* data = nullptr;
-    android_ycbcr ycbcr = {};
-    const bool locked = mapper.lock(worker.buffer, 3, {}, -1, &data) == 0 &&
-                        mapper.lock(worker.buffer, 3, {}, -1, &ycbcr) == 0;
-    for (int i = 0; i < 2; ++i) {
-        mapper.unlock(worker.buffer);
-    }
-    return locked && ycbcr.y == data;
-}
-
-bool readLayouts(Worker& worker) {
-    std::vector<PlaneLayout> aidl, hidl;
-    return worker.shared.mapper.getPlaneLayouts(worker.buffer, &aidl) == 0 &&
-           worker.shared.hidlMapper.getPlaneLayouts(worker.buffer, &hidl) == 0 && aidl == hidl;
+    return isGood && ycbcr.y == data && planes.size() == 2;
 }
 
 bool writeHdr(Worker& worker) {
@@ -184,13 +164,10 @@ constexpr Kind kKinds[] = {
         {"query by handle", describe},
         {"lock and unlock", lockByHelper},
         {"mark", mark},
-        {"names", name},
-        {"dump", dump},
-        {"clear", clear},
+        {"names, dump and clear", speak},
         {"import and free", import},
-        {"locks of MapperV5", lockByMapper},
-        {"locks of Mapper", lockByHidl},
-        {"plane layouts", readLayouts},
+        {"MapperV5", useMapper<&Shared::mapper>},
+        {"Mapper", useMapper<&Shared::hidlMapper>},
         {"write HDR", writeHdr},
         {"read HDR", readHdr},
         {"AIDL allocate and free", allocateByAidl},

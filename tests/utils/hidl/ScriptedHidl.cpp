@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "host/hidl_gralloc/HidlAllocatorService.h"
-#include "tests/support/HidlOverStable.h"
+#include "host/hidl_gralloc/MapperService.h"
 #include "tests/support/Journal.h"
 
 extern "C" AIMapper* zelkcam_test_scriptedMapper();
@@ -19,7 +19,13 @@ using android::hardware::Return;
 using android::hardware::Status;
 using Transport = HidlScript::Transport;
 
-Return<void> answer(const std::function<void()>& call) {
+const AIMapperV5& stable() {
+    static const AIMapperV5& functions = zelkcam_test_scriptedMapper()->v5;
+    return functions;
+}
+
+// Makes the call, or loses it on the way or on the way back.
+Return<void> carry(const std::function<void()>& call) {
     const Transport transport = hidlScript().transport;
     if (transport != Transport::kFailsOnTheWay) {
         call();
@@ -28,10 +34,8 @@ Return<void> answer(const std::function<void()>& call) {
             transport == Transport::kWorks ? Status::EX_NONE : Status::EX_TRANSACTION_FAILED));
 }
 
-class ScriptedMapper final : public HidlOverStable {
+class ScriptedMapper final : public host::MapperService {
   public:
-    ScriptedMapper() : HidlOverStable(zelkcam_test_scriptedMapper()->v5) {}
-
     bool isRemote() const override { return hidlScript().remote; }
 
     Return<void> createDescriptor(const BufferDescriptorInfo& description,
@@ -44,18 +48,56 @@ class ScriptedMapper final : public HidlOverStable {
         request.usage = static_cast<decltype(request.usage)>(description.usage);
         request.reservedSize = static_cast<int64_t>(description.reservedSize);
         std::copy_n(description.name.c_str(), description.name.size(), request.name.begin());
-        return answer([&] { callback(Error(hidlScript().describeResult), Bytes{4, 2}); });
+        return carry([&] { callback(Error(hidlScript().describeResult), Bytes{4, 2}); });
+    }
+
+    Return<void> importBuffer(const hidl_handle& raw, importBuffer_cb callback) override {
+        return carry([&] {
+            buffer_handle_t imported = nullptr;
+            const auto error = stable().importBuffer(raw.getNativeHandle(), &imported);
+            callback(Error(error), const_cast<native_handle*>(imported));
+        });
+    }
+
+    Return<Error> freeBuffer(void* buffer) override {
+        AIMapper_Error error = AIMAPPER_ERROR_NONE;
+        const auto carried =
+                carry([&] { error = stable().freeBuffer(static_cast<buffer_handle_t>(buffer)); });
+        return carried.isOk() ? Return<Error>(Error(error))
+                              : Return<Error>(Status::fromStatusT(android::DEAD_OBJECT));
+    }
+
+    Return<void> lock(void* buffer, uint64_t usage, const Rect& region, const hidl_handle& fence,
+                      lock_cb callback) override {
+        return carry([&] {
+            const native_handle_t* const handle = fence.getNativeHandle();
+            EXPECT_TRUE(!handle || (handle->numFds == 1 && handle->numInts == 0));
+            void* data = nullptr;
+            const auto error = stable().lock(static_cast<buffer_handle_t>(buffer), usage,
+                                             {region.left, region.top, region.width, region.height},
+                                             handle ? handle->data[0] : -1, &data);
+            callback(Error(error), data);
+        });
+    }
+
+    Return<void> unlock(void* buffer, unlock_cb callback) override {
+        return carry([&] {
+            int unused = -1;
+            const auto error = stable().unlock(static_cast<buffer_handle_t>(buffer), &unused);
+            callback(Error(error), hidl_handle(hidlScript().releaseFence));
+        });
     }
 
     Return<void> get(void* buffer, const MetadataType& type, get_cb callback) override {
         EXPECT_EQ(type, android::gralloc4::MetadataType_PlaneLayouts);
-        return HidlOverStable::get(buffer, type, callback);
+        return carry([&] {
+            std::vector<uint8_t> bytes(4096);
+            const int32_t size = stable().getStandardMetadata(
+                    static_cast<buffer_handle_t>(buffer), type.value, bytes.data(), bytes.size());
+            bytes.resize(static_cast<size_t>(std::max(size, 0)));
+            callback(size < 0 ? Error(-size) : Error::NONE, bytes);
+        });
     }
-
-  protected:
-    Return<void> carry(const std::function<void()>& call) override { return answer(call); }
-
-    hidl_handle releaseHandle(int) override { return hidl_handle(hidlScript().releaseFence); }
 };
 
 class ScriptedHidlAllocator final : public host::HidlAllocatorService {
@@ -72,7 +114,7 @@ class ScriptedHidlAllocator final : public host::HidlAllocatorService {
             script.descriptors.push_back(native->data[0]);
             handle.setTo(native, true);
         }
-        return answer([&] {
+        return carry([&] {
             callback(Error(script.allocateResult), static_cast<uint32_t>(script.stride), raw);
         });
     }
