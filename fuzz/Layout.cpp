@@ -16,7 +16,6 @@
 namespace {
 
 using namespace zelkcam::fuzz;
-using aidl::android::hardware::graphics::common::PlaneLayoutComponentType;
 using android::hardware::graphics::mapper::StandardMetadata;
 
 constexpr int32_t kFormats[] = {0x1,  0x3,  0x5,  0x11, 0x14,  0x20,   0x21,       0x22,
@@ -25,61 +24,29 @@ constexpr int32_t kFormats[] = {0x1,  0x3,  0x5,  0x11, 0x14,  0x20,   0x21,    
 FuzzedDataProvider* gInput = nullptr;
 int32_t gFormat = 0;
 
-PlaneLayoutComponent component(PlaneLayoutComponentType type, int64_t offset) {
-    return {{"android.hardware.graphics.common.PlaneLayoutComponentType",
-             static_cast<int64_t>(type)},
-            offset / 8 * 8,
-            8};
+PlaneLayoutComponent component(int64_t type, int64_t offset) {
+    return {{"android.hardware.graphics.common.PlaneLayoutComponentType", type}, offset / 8 * 8, 8};
 }
 
-// Contract: a buffer whose chroma cannot be located ends the process. So these can, if absurdly.
+// Contract: a buffer whose chroma cannot be located ends the process. So these can, if absurdly. A
+// component at the address 0 counts as not met.
 std::vector<PlaneLayout> locatablePlanes() {
+    constexpr int64_t kY = 1, kCb = 2, kCr = 4;
     constexpr int64_t kSteps[] = {8, 16};
     std::vector<PlaneLayout> planes(2);
-    planes[0].components = {component(PlaneLayoutComponentType::Y, 0)};
+    planes[0].components = {component(kY, 0)};
     planes[0].sampleIncrementInBits = 8;
-    planes[1].components = {component(PlaneLayoutComponentType::CB, anyNumber(*gInput)),
-                            component(PlaneLayoutComponentType::CR, anyNumber(*gInput))};
+    planes[1].components = {component(kCb, anyNumber(*gInput)), component(kCr, anyNumber(*gInput))};
     planes[1].sampleIncrementInBits = gInput->PickValueInArray(kSteps);
     for (PlaneLayout& plane : planes) {
         plane.offsetInBytes = anyNumber(*gInput);
         plane.strideInBytes = anyNumber(*gInput);
     }
-    // A component at the address 0 counts as not met.
     return planes;
 }
 
-AIMapper_Error importBuffer(const native_handle_t*, buffer_handle_t* out) {
-    *out = native_handle_create(0, 1);
-    return AIMAPPER_ERROR_NONE;
-}
-
-AIMapper_Error freeBuffer(buffer_handle_t buffer) {
-    native_handle_delete(const_cast<native_handle_t*>(buffer));
-    return AIMAPPER_ERROR_NONE;
-}
-
-AIMapper_Error lock(buffer_handle_t, uint64_t, ARect, int, void** out) {
-    *out = reinterpret_cast<void*>(uintptr_t{0x1000});
-    return AIMAPPER_ERROR_NONE;
-}
-
-AIMapper_Error unlock(buffer_handle_t, int*) {
-    return AIMAPPER_ERROR_NONE;
-}
-
-// Twice the same: the library reads the layouts two times.
-int32_t getStandardMetadata(buffer_handle_t, int64_t, void* destination, size_t room) {
-    using Value = StandardMetadata<StandardMetadataType::PLANE_LAYOUTS>::value;
-    return Value::encode(locatablePlanes(), destination, room);
-}
-
-// Debug lines too, so that every argument is made and printed.
-void openLog() {
-    using NSCam::Utils::ULog::ULogger;
-    ULogger::sDetailsLevel = 5;
-    ULogger::sNormalDetailsMask = 0x40007000;
-    ULogger::sMode = 1;
+bool isAnswer(int result) {
+    return result == 0 || result == -2 || result == INT32_MIN;
 }
 
 }  // namespace
@@ -91,13 +58,24 @@ void* android_load_sphal_library(const char*, int flags) {
 }
 
 AIMapper_Error AIMapper_loadIMapper(AIMapper** out) {
-    static AIMapper mapper = {};
-    mapper.version = AIMAPPER_VERSION_5;
-    mapper.v5.importBuffer = importBuffer;
-    mapper.v5.freeBuffer = freeBuffer;
-    mapper.v5.lock = lock;
-    mapper.v5.unlock = unlock;
-    mapper.v5.getStandardMetadata = getStandardMetadata;
+    static AIMapper mapper = {.version = AIMAPPER_VERSION_5, .v5 = {}};
+    mapper.v5.importBuffer = [](const native_handle_t*, buffer_handle_t* imported) {
+        *imported = native_handle_create(0, 1);
+        return AIMAPPER_ERROR_NONE;
+    };
+    mapper.v5.freeBuffer = [](buffer_handle_t buffer) {
+        native_handle_delete(const_cast<native_handle_t*>(buffer));
+        return AIMAPPER_ERROR_NONE;
+    };
+    mapper.v5.lock = [](buffer_handle_t, uint64_t, ARect, int, void** address) {
+        *address = reinterpret_cast<void*>(uintptr_t{0x1000});
+        return AIMAPPER_ERROR_NONE;
+    };
+    mapper.v5.unlock = [](buffer_handle_t, int*) { return AIMAPPER_ERROR_NONE; };
+    mapper.v5.getStandardMetadata = [](buffer_handle_t, int64_t, void* destination, size_t room) {
+        return StandardMetadata<StandardMetadataType::PLANE_LAYOUTS>::value::encode(
+                locatablePlanes(), destination, room);
+    };
     *out = &mapper;
     return AIMAPPER_ERROR_NONE;
 }
@@ -125,19 +103,20 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     gInput = &input;
     gFormat = input.ConsumeProbability<float>() < 0.9f ? input.PickValueInArray(kFormats)
                                                        : input.ConsumeIntegral<int32_t>();
-    openLog();
+    // Debug lines too, so that every argument is made and printed.
+    using NSCam::Utils::ULog::ULogger;
+    ULogger::sDetailsLevel = 5;
+    ULogger::sMode = 1;
     NSCam::IGrallocHelper& helper = *NSCam::IGrallocHelper::singleton();
     helper.clearMap();
 
     zcam::GrallocStaticInfo info;
     native_handle_t handle = {};
     const int described = helper.query(&handle, &info, nullptr);
-    require(described == 0 || described == -2 || described == INT32_MIN);
+    require(isAnswer(described));
     require(described != 0 || (!info.planes.empty() && info.planes.size() <= 3));
-
     const zcam::GrallocRequest request = {0, 0x21, 64, 1};
-    const int asked = helper.query(&request, &info, true);
-    require(asked == 0 || asked == -2 || asked == INT32_MIN);
+    require(isAnswer(helper.query(&request, &info, true)));
     helper.dumpToLog();
     helper.queryGrallocUsageName(input.ConsumeIntegral<int>());
     helper.queryDataspaceName(input.ConsumeIntegral<int>());

@@ -20,7 +20,6 @@
 #include "platform/log.h"
 #include "platform/mapper.h"
 #include "platform/plexa.h"
-#include "platform/sync.h"
 #include "platform/utils.h"
 
 namespace zelkcam::faults {
@@ -36,7 +35,6 @@ constexpr Fault kInspection[] = {{"EIO", EIO}};
 constexpr Fault kReading[] = {{"EIO", EIO}, {"short", 0}};
 constexpr Fault kWaiting[] = {{"EINTR", EINTR}, {"ENOMEM", ENOMEM}};
 constexpr Fault kClosing[] = {{"EINTR", EINTR}};
-constexpr Fault kSync[] = {{"ETIME", ETIME}};
 constexpr Fault kLoader[] = {{"null"}, {"without entry", 1}};
 constexpr Fault kExtension[] = {{"EIO", -EIO}};
 constexpr Fault kExtensionRead[] = {{"EIO", -EIO}, {"useless", 0}};
@@ -118,7 +116,6 @@ DOOR(ssize_t, pread, (int fd, void* data, size_t size, off_t from), (fd, data, s
      kReading, (fault->value != 0 ? failed(*fault) : ZELKCAM_NEXT(pread)(fd, data, size / 2, from)))
 DOOR(int, poll, (struct pollfd * requests, nfds_t count, int timeout), (requests, count, timeout),
      kWaiting, failed(*fault))
-DOOR(int, dup, (int fd) noexcept, (fd), kDescriptors, failed(*fault))
 // Linux has closed the descriptor whatever it answers: who tries again closes somebody else's.
 DOOR(int, close, (int fd), (fd), kClosing, (ZELKCAM_NEXT(close)(fd), failed(*fault)))
 
@@ -154,9 +151,6 @@ void __android_log_assert(const char*, const char*, const char*, ...) {
 DOOR(AIBinder*, AServiceManager_checkService, (const char* instance), (instance), kNull, nullptr)
 DOOR(void*, android_load_sphal_library, (const char* name, int flags), (name, flags), kLoader,
      (fault->value == 0 ? nullptr : ZELKCAM_NEXT(android_load_sphal_library)("libm.so.6", flags)))
-DOOR(int, sync_wait, (int fd, int timeout), (fd, timeout), kSync, failed(*fault))
-DOOR(native_handle_t*, native_handle_init, (char* storage, int fds, int ints), (storage, fds, ints),
-     kNull, nullptr)
 DOOR(native_handle_t*, native_handle_create, (int fds, int ints), (fds, ints), kNull, nullptr)
 DOOR(int, native_handle_delete, (native_handle_t * handle), (handle), kInspection,
      (ZELKCAM_NEXT(native_handle_delete)(handle), failed(*fault)))

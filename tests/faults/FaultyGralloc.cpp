@@ -26,12 +26,9 @@ using PlaneLayouts = android::hardware::graphics::mapper::StandardMetadata<
 enum Kind : int64_t {
     kNull = 1000,  // success without a result
     kHalf,
-    kGarbage,
-    kGrown,
     kOdd,  // layouts that no android_ycbcr can describe
     kWithFence,
     kNoFence,
-    kWithBuffers,
     kNoDescriptors,
 };
 
@@ -39,11 +36,10 @@ constexpr Fault kCodes[] = {{"BAD_BUFFER", 2}, {"UNSUPPORTED", 7}};
 constexpr Fault kImportFaults[] = {{"BAD_BUFFER", 2}, {"null", kNull}};
 constexpr Fault kUnlockFaults[] = {
         {"BAD_BUFFER", 2}, {"failed with a fence", kWithFence}, {"no fence", kNoFence}};
-constexpr Fault kReadFaults[] = {{"BAD_BUFFER", 2},     {"UNSUPPORTED", 7}, {"half", kHalf},
-                                 {"garbage", kGarbage}, {"grown", kGrown},  {"odd planes", kOdd}};
+constexpr Fault kReadFaults[] = {
+        {"BAD_BUFFER", 2}, {"UNSUPPORTED", 7}, {"half", kHalf}, {"odd planes", kOdd}};
 constexpr Fault kAllocateFaults[] = {{"NO_RESOURCES", 1},
                                      {"dead object", STATUS_DEAD_OBJECT},
-                                     {"refused with buffers", kWithBuffers},
                                      {"handles without descriptors", kNoDescriptors}};
 constexpr Fault kSuffixFaults[] = {{"dead object", STATUS_DEAD_OBJECT}, {"of no library"}};
 constexpr Fault kNone[] = {{"null"}};
@@ -121,11 +117,6 @@ int32_t spoilt(int64_t kind, int32_t real, void* destination, size_t size) {
     switch (kind) {
         case kHalf:
             return real / 2;
-        case kGarbage:
-            std::fill_n(static_cast<uint8_t*>(destination), std::min<size_t>(size, 16), 0xa5);
-            return real;
-        case kGrown:
-            return static_cast<int32_t>(size) + 1;
         case kOdd:
             return writeOddPlanes(destination, size);
         default:
@@ -164,9 +155,6 @@ class FaultyAllocator final : public alloc::BnAllocator {
         ndk::ScopedAStatus status = gRealAllocator->allocate2(info, count, result);
         if (fault == nullptr || !status.isOk()) {
             return status;
-        }
-        if (fault->value == kWithBuffers) {
-            return ndk::ScopedAStatus::fromServiceSpecificError(1);
         }
         const Pause pause;
         for (auto& buffer : result->buffers) {

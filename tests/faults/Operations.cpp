@@ -7,7 +7,6 @@
 #include "tests/faults/Doors.h"
 #include "utils/gralloc/IGrallocHelper.h"
 #include "utils/gralloc/aidl/v2/allocator/allocator.h"
-#include "utils/gralloc/hidl/allocator/allocator.h"
 
 namespace zelkcam::faults {
 
@@ -15,17 +14,16 @@ namespace {
 
 using NSCam::IGrallocHelper;
 using NSCam::GrallocAllocatorAidlV2::AllocatorAidl;
+using NSCam::GrallocAllocatorAidlV2::BufferDescriptorInfo;
+using NSCam::GrallocAllocatorAidlV2::PixelFormat;
 using NSCam::GrallocMapperAidlV2::GRALLOC_META_SMPTE2094_40;
 using NSCam::GrallocMapperAidlV2::MapperV5;
-using HidlMapper = NSCam::GrallocMapper::Mapper;
-using HidlAllocator = NSCam::GrallocAllocator::Allocator;
 
 constexpr int32_t kBlob = 0x21, kNv21 = 0x11, kYv12 = 0x32315659;
 constexpr uint64_t kCpu = 0x33;
 // What an output holds beforehand.
 constexpr int32_t kUntouched = 0x5a5a5a5a;
 constexpr Traits kLocated = {.mayEndProcess = true};  // by a lock, whose failure is fatal
-constexpr Traits kBuilt = {.mayEndProcess = true};
 
 IGrallocHelper& helper() {
     return *IGrallocHelper::singleton();
@@ -67,108 +65,75 @@ int64_t startUp(Stage& stage) {
     return request(kBlob)(stage);
 }
 
-// ---- Of the two pairs, built once; never destroyed, as the process may end in a trial.
+// ---- Of the AIDL pair, built once; never destroyed, as the process may end in a trial.
 
-struct Aidl {
-    static constexpr auto kFormat = NSCam::GrallocAllocatorAidlV2::PixelFormat(kBlob);
-    static const MapperV5& mapper() {
-        static const auto& instance = *new MapperV5(AllocatorAidl::createInstance());
-        return instance;
-    }
-    static const AllocatorAidl& allocator() {
-        static const auto& instance = *new AllocatorAidl(AllocatorAidl::createInstance(), mapper());
-        return instance;
-    }
-    static auto descriptor() {
-        NSCam::GrallocAllocatorAidlV2::BufferDescriptorInfo info;
-        info.width = 64;
-        info.height = info.layerCount = 1;
-        info.format = kFormat;
-        return info;
-    }
-};
+const MapperV5& mapper() {
+    static const auto& instance = *new MapperV5(AllocatorAidl::createInstance());
+    return instance;
+}
 
-struct Hidl {
-    static constexpr auto kFormat = NSCam::GrallocAllocator::PixelFormat(kBlob);
-    static const HidlMapper& mapper() {
-        static const auto& instance = *new HidlMapper;
-        return instance;
-    }
-    static const HidlAllocator& allocator() {
-        static const auto& instance = *new HidlAllocator(mapper());
-        return instance;
-    }
-    static auto descriptor() {
-        const Pause pause;
-        android::hardware::hidl_vec<uint8_t> bytes;
-        mapper().createDescriptor({"", 64, 1, 1, kFormat, kCpu, 0}, &bytes);
-        return bytes;
-    }
-};
+const AllocatorAidl& allocator() {
+    static const auto& instance = *new AllocatorAidl(AllocatorAidl::createInstance(), mapper());
+    return instance;
+}
 
-template <typename Pair>
+BufferDescriptorInfo descriptor(int32_t format) {
+    BufferDescriptorInfo info;
+    info.width = 64;
+    info.height = format == kBlob ? 1 : 32;  // a blob has one row
+    info.layerCount = 1;
+    info.format = static_cast<PixelFormat>(format);
+    info.usage = static_cast<decltype(info.usage)>(kCpu);
+    return info;
+}
+
 int64_t import(Stage& stage) {
     const native_handle* imported = nullptr;
-    const int32_t result = Pair::mapper().importBuffer(stage.raw, &imported);
+    const int32_t result = mapper().importBuffer(stage.raw, &imported);
     const Pause pause;
     if (imported != nullptr) {
-        Pair::mapper().freeBuffer(imported);
+        mapper().freeBuffer(imported);
     }
     return imported == nullptr || result == 0 ? result : kWrongOutputs;
 }
 
 // As YCbCr: the widest form, which makes the others' calls too.
-template <typename Pair>
 int64_t lock(Stage& stage) {
     android_ycbcr ycbcr = {};
     ycbcr.cstride = kUntouched;
     stage.fence = newFence();
     const int32_t result =
-            Pair::mapper().lock(stage.buffer, 3, {}, std::exchange(stage.fence, -1), &ycbcr);
+            mapper().lock(stage.buffer, 3, {}, std::exchange(stage.fence, -1), &ycbcr);
     return (ycbcr.cstride == kUntouched) == (result != 0) ? result : kWrongOutputs;
 }
 
-template <typename Pair>
 int64_t unlock(Stage& stage) {
-    const int fence = Pair::mapper().unlock(stage.buffer);
+    const int fence = mapper().unlock(stage.buffer);
     const Pause pause;
     close(fence);
     return 0;
 }
 
 // Either form of allocation: all buffers or none, and a stride with success only.
-template <typename Pair, uint32_t kCount>
+template <uint32_t kCount>
 int64_t allocate(Stage&) {
     const native_handle* handles[3] = {};
     uint32_t stride = kUntouched;
     const int32_t result =
-            kCount > 1 ? Pair::allocator().allocate(Pair::descriptor(), kCount, &stride, handles)
-                       : Pair::allocator().allocate(64, 1, Pair::kFormat, 1, kCpu, handles, &stride,
-                                                    0, "");
+            kCount > 1 ? allocator().allocate(descriptor(kBlob), kCount, &stride, handles)
+                       : allocator().allocate(64, 1, PixelFormat::BLOB, 1, kCpu, handles, &stride,
+                                              0, "");
     const Pause pause;
     bool isNothingKept = true;
     for (const native_handle* const handle : handles) {
         if (handle != nullptr) {
-            Pair::allocator().free(handle);
+            allocator().free(handle);
             isNothingKept = false;
         }
     }
     return (stride == kUntouched) == (result != 0) && (result == 0 || isNothingKept)
                    ? result
                    : kWrongOutputs;
-}
-
-template <typename Pair>
-void addPair(const std::string& name, std::vector<Operation>& all) {
-    all.push_back({name + " import", import <Pair>});
-    // Either fence.
-    all.push_back({name + " lock", lock<Pair>, kNv21, {.locks = 1, .leaves = 1}});
-    all.push_back({name + " unlock", unlock<Pair>, kNv21, {.locked = true}});
-    all.push_back({name + " allocate three", allocate<Pair, 3>, 0});
-    all.push_back({name + " allocate one", allocate<Pair, 1>, 0});
-    all.push_back({name + " free", [](Stage& stage) -> int64_t {
-                       return Pair::allocator().free(std::exchange(stage.buffer, nullptr));
-                   }});
 }
 
 int64_t buildMapper(Stage&) {
@@ -182,20 +147,16 @@ int64_t buildMapper(Stage&) {
 
 int64_t setPayload(Stage& stage) {
     std::vector<uint8_t> payload(20, 0x5a);
-    return Aidl::mapper().setGrallocMeta(stage.buffer, GRALLOC_META_SMPTE2094_40, &payload, 0);
+    return mapper().setGrallocMeta(stage.buffer, GRALLOC_META_SMPTE2094_40, &payload, 0);
 }
 
 int64_t getPayload(Stage& stage) {
     uint8_t data[224];
-    return Aidl::mapper().getGrallocMeta(stage.buffer, GRALLOC_META_SMPTE2094_40, data, 224);
+    return mapper().getGrallocMeta(stage.buffer, GRALLOC_META_SMPTE2094_40, data, 224);
 }
 
 void importBuffer(int32_t format, Stage& stage) {
-    auto info = Aidl::descriptor();
-    info.height = format == kBlob ? 1 : 32;  // a blob has one row
-    info.format = static_cast<decltype(info.format)>(format);
-    info.usage = static_cast<decltype(info.usage)>(kCpu);
-    if (!realAllocator()->allocate2(info, 1, &stage.allocation).isOk()) {
+    if (!realAllocator()->allocate2(descriptor(format), 1, &stage.allocation).isOk()) {
         abort();
     }
     stage.raw = android::makeFromAidl(stage.allocation.buffers.at(0));
@@ -232,8 +193,7 @@ int clearStage(Stage& stage) {
 }
 
 void buildOnce() {
-    Aidl::allocator();
-    Hidl::allocator();
+    allocator();
     helper().clearMap();
     Stage none;
     request(kBlob)(none);
@@ -241,7 +201,7 @@ void buildOnce() {
 }
 
 std::vector<Operation> allOperations() {
-    std::vector<Operation> all = {
+    return {
             {"start-up", startUp, 0, {.fresh = true, .mayEndProcess = true}},
             {"query of a blob", request(kBlob), 0},
             {"query of YV12", request(kYv12), 0, kLocated},
@@ -256,14 +216,18 @@ std::vector<Operation> allOperations() {
             {"unlock", [](Stage& s) { return helper().unlock(s.buffer); }, kBlob, {.locked = true}},
             {"setBufferSOF", [](Stage& s) { return helper().setBufferSOF(s.buffer, 5); }},
             {"setDirtyCamera", [](Stage& s) { return helper().setDirtyCamera(s.buffer); }},
+            {"MapperV5 import", import},
+            // Either fence.
+            {"MapperV5 lock", lock, kNv21, {.locks = 1, .leaves = 1}},
+            {"MapperV5 unlock", unlock, kNv21, {.locked = true}},
+            {"allocate three", allocate<3>, 0},
+            {"allocate one", allocate<1>, 0},
+            {"AllocatorAidl free",
+             [](Stage& s) { return allocator().free(std::exchange(s.buffer, nullptr)); }},
             {"set HDR10+", setPayload},
             {"get HDR10+", getPayload},
-            {"MapperV5", buildMapper, 0, kBuilt},
-            {"Mapper", [](Stage&) { return HidlMapper(), 0; }, 0, kBuilt},
+            {"MapperV5", buildMapper, 0, {.mayEndProcess = true}},
     };
-    addPair<Aidl>("AIDL", all);
-    addPair<Hidl>("HIDL", all);
-    return all;
 }
 
 }  // namespace zelkcam::faults

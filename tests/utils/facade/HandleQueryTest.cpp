@@ -89,25 +89,18 @@ TEST_F(HandleQueryTest, TheStaticInfoIsNotTestedOnAHitOnlyWhereTheLayoutWasNotKn
 }
 
 TEST_F(HandleQueryTest, AnUnreadableOrNegativeDescriptorFailsAfterTheStaticInfoWasWritten) {
-    const struct {
-        int result;
-        std::vector<int32_t> fd;
-        const char* text;
-    } cases[] = {{0, {-1}, "] err:0 ionFd:-1"},
-                 {0, {-9}, "] err:0 ionFd:-9"},
-                 {0, {}, "] err:0 ionFd:-1"},
-                 {5, {42}, "] err:5 ionFd:-1"}};
     EXPECT_EQ(describe(), 0);
-    for (const auto& c : cases) {
+    for (const auto& [result, fd, text] :
+         {std::tuple(0, -9, "] err:0 ionFd:-9"), {5, 42, "] err:5 ionFd:-1"}}) {
         takeLog();
         info = {};
-        platformScript().queryResults[PLEXA_GET_ION_FD] = c.result;
-        platformScript().attributes[PLEXA_GET_ION_FD] = c.fd;
+        platformScript().queryResults[PLEXA_GET_ION_FD] = result;
+        platformScript().attributes[PLEXA_GET_ION_FD] = {fd};
         EXPECT_EQ(describe(&dynamicInfo), kUnknownError);
         EXPECT_EQ(layout(), "0x1 64x32 8192/256");
         EXPECT_THAT(takeLog(),
                     ElementsAre(AllOf(HasSubstr("E GrallocHelper [query] [buffer_handle_t:0x"),
-                                      EndsWith(c.text))));
+                                      EndsWith(text))));
     }
     EXPECT_THAT(fds(), IsEmpty());
 }

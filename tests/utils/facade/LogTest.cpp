@@ -19,29 +19,21 @@ constexpr char kSourcePath[] = "utils/gralloc/GrallocHelper";
 class LogTest : public ScriptedTest {};
 
 void logAtEveryLevel() {
-    LOGD_AS("f", "d");
-    LOGI_AS("f", "i");
-    LOGW_AS("f", "w");
-    LOGE_AS("f", "e");
-}
-
-// The levels that got through, "DIWE" for all.
-std::string letters(const std::vector<LogLine>& lines, bool switchboard) {
-    std::string found;
-    for (const LogLine& line : lines) {
-        if (line.switchboard == switchboard) {
-            found += static_cast<char>(toupper(line.text[strlen("[f] ")]));
-        }
-    }
-    return found;
+    LOGD_AS("f", "D");
+    LOGI_AS("f", "I");
+    LOGW_AS("f", "W");
+    LOGE_AS("f", "E");
 }
 
 // What gets through to the two outputs under these settings: "DIWE/DIWE" for all.
 std::string through(const LogSettings& settings) {
     setLog(settings);
     logAtEveryLevel();
-    const std::vector<LogLine> lines = takeRawLog();
-    return letters(lines, false) + "/" + letters(lines, true);
+    std::string android, switchboard;
+    for (const LogLine& line : takeRawLog()) {
+        (line.switchboard ? switchboard : android) += line.text[strlen("[f] ")];
+    }
+    return android + "/" + switchboard;
 }
 
 TEST_F(LogTest, LevelsAndTheMaskGateWhatIsLogged) {
@@ -68,8 +60,8 @@ TEST_F(LogTest, TheModeChoosesTheOutputsIndependently) {
 TEST_F(LogTest, BothOutputsCarryLevelModuleAndTextAndOnlyAnAndroidErrorItsLocation) {
     setLog(kDebugLog);
     logAtEveryLevel();
-    EXPECT_THAT(takeLog(), ElementsAre("D GrallocHelper [f] d", "I GrallocHelper [f] i",
-                                       "W GrallocHelper [f] w", "E GrallocHelper [f] e"));
+    EXPECT_THAT(takeLog(), ElementsAre("D GrallocHelper [f] D", "I GrallocHelper [f] I",
+                                       "W GrallocHelper [f] W", "E GrallocHelper [f] E"));
 
     LOGE("%d of %s", 3, "x");
     const int line = __LINE__ - 1;

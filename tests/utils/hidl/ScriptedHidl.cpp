@@ -131,6 +131,7 @@ void registerScriptedHidl() {
     static const auto& mapper = *new android::sp<ScriptedMapper>(new ScriptedMapper);
     static const auto& allocator =
             *new android::sp<ScriptedHidlAllocator>(new ScriptedHidlAllocator);
+    stable();  // its loading is not to be heard later
     hidlScript() = {};
     if (mapper->registerAsService() != android::OK ||
         allocator->registerAsService() != android::OK) {
