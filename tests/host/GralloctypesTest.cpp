@@ -54,7 +54,7 @@ void check(const char* name, status_t (*encode)(Argument, Bytes*),
     std::vector<Blob> wrong(3, expected);
     wrong[0].pop_back();
     wrong[1][8] ^= 0x40;   // the header's name
-    wrong[2][60] ^= 0x40;  // and its number
+    wrong[2][61] ^= 0x40;  // and its number
     for (const Blob& each : wrong) {
         decoded = value;
         EXPECT_EQ(decode(each, &decoded), BAD_VALUE);

@@ -12,6 +12,10 @@
 #include <vector>
 
 #include <aidl/android/hardware/graphics/allocator/IAllocator.h>
+#include <aidl/android/hardware/graphics/common/Dataspace.h>
+#include <aidl/android/hardware/graphics/common/FRect.h>
+#include <aidl/android/hardware/graphics/common/HardwareBufferDescription.h>
+#include <aidl/android/hardware/graphics/common/Transform.h>
 #include <gtest/gtest.h>
 
 #include "platform/hidl.h"
@@ -36,9 +40,10 @@ using android::hardware::toString;
 using android::hardware::graphics::mapper::V4_0::Error;
 using android::hardware::graphics::mapper::V4_0::IMapper;
 using android::hidl::base::V1_0::IBase;
-using AidlAllocator = aidl::android::hardware::graphics::allocator::IAllocator;
+using AidlAllocator = ::aidl::android::hardware::graphics::allocator::IAllocator;
 using IAllocator = android::hardware::graphics::allocator::V4_0::IAllocator;
 
+namespace aidl = ::aidl::android::hardware::graphics::common;
 namespace V1_0 = android::hardware::graphics::common::V1_0;
 namespace V1_2 = android::hardware::graphics::common::V1_2;
 
@@ -198,7 +203,7 @@ TEST(HidlReturn, ASuccessThatNobodyLooksAtMattersWhenTheProcessAsksForIt) {
     const auto underRestriction = [](HidlReturnRestriction restriction) {
         setProcessHidlReturnRestriction(restriction);
         Return<Error>(Error::NONE).isOk();
-        Return<void>(android::hardware::Void());
+        { const Return<void> unchecked = android::hardware::Void(); }
         _exit(0);
     };
     EXPECT_EXIT(underRestriction(HidlReturnRestriction::ERROR_IF_UNCHECKED),
@@ -206,7 +211,7 @@ TEST(HidlReturn, ASuccessThatNobodyLooksAtMattersWhenTheProcessAsksForIt) {
     EXPECT_DEATH(underRestriction(HidlReturnRestriction::FATAL_IF_UNCHECKED), "No error");
 }
 
-TEST(HidlText, IsThePublishedOne) {
+TEST(Texts, AreThePublishedOnes) {
     native_handle_t* const pointer = reinterpret_cast<native_handle_t*>(0x1230);
     const hidl_array<int, 2, 1, 2> cube({{{{{0, 1}}}, {{{2, 3}}}}});
     const struct {
@@ -235,6 +240,13 @@ TEST(HidlText, IsThePublishedOne) {
             {V1_0::toString<V1_0::Transform>(12), "ROT_90 | 0x8 (0xc)"},
             {V1_2::toString<V1_2::BufferUsage>(uint64_t{0x20}),
              "CPU_READ_NEVER | CPU_WRITE_NEVER | CPU_WRITE_RARELY (0x20)"},
+            {aidl::HardwareBufferDescription{.width = -1}.toString(),
+             "HardwareBufferDescription{width: -1, height: 0, layers: 0, format: UNSPECIFIED, "
+             "usage: CPU_READ_NEVER, stride: 0}"},
+            {aidl::FRect{1, 2.5f, 3, 4}.toString(),
+             "FRect{left: 1.000000, top: 2.500000, right: 3.000000, bottom: 4.000000}"},
+            {toString(aidl::Dataspace::DISPLAY_P3_LINEAR), "DCI_P3_LINEAR"},
+            {toString(aidl::Transform(5)), "5"},
     };
     for (const auto& [text, expected] : cases) {
         EXPECT_EQ(text, expected);

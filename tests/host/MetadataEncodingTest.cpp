@@ -139,7 +139,7 @@ TEST(MetadataEncoding, AnAbsentOptionalHasNoBytesUnlikeAnEmptyOne) {
 }
 
 TEST(MetadataDecoding, ForeignHeadersAreNoValue) {
-    for (const size_t place : {0, 8, 60}) {  // length and letters of the name, number
+    for (const size_t place : {0, 8, 61}) {  // length and letters of the name, number
         std::vector<uint8_t> bytes = encode<Type::WIDTH>(640);
         bytes[place] ^= 1;
         EXPECT_FALSE(decode<Type::WIDTH>(bytes).has_value()) << place;
