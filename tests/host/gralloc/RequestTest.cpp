@@ -58,6 +58,7 @@ TEST(Request, ThatCannotBeServedIsRefused) {
             {"unknown format", 0x7777, 64, 64, 1, 0x33, 0},
             {"negative dimensions", 0x1, -1, -1, 1, 0x33, 0},
             {"size beyond 31 bits", 0x1, 1 << 15, 1 << 15, 1, 0x33, 0},
+            {"planes beyond 31 bits together", 0x11, 40000, 40000, 1, 0x33, 0},
             {"product beyond 64 bits", 0x1, INT32_MAX, INT32_MAX, 1, 0x33, 0},
             {"product that wraps to zero", 0x16, INT32_MAX, 1 << 30, 1, 0x33, 0},
             {"negative reserved size", 0x1, 64, 64, 1, 0x33, -1},
