@@ -148,7 +148,7 @@ TYPED_TEST(MapperRules, WaitForTheAcquireFenceAndLockNothingThatWasFreedMeanwhil
     for (const bool isFreed : {false, true}) {
         Import buffer(rgba());
         const buffer_handle_t handle = buffer.release();
-        const ScopedFileDescriptor fence(eventfd(0, EFD_CLOEXEC));
+        const ScopedFileDescriptor fence(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
         std::thread device([&] {
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
             if (isFreed) {
