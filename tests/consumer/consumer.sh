@@ -107,6 +107,7 @@ sharing() {
     done
     run "$WORK/sharing-buffers/example2" "$socket"
     wait $giver
+    trap - EXIT
     [ ! -e "$socket" ]
 }
 
