@@ -7,6 +7,7 @@
 #include "tools/grallocinfo/Arguments.h"
 #include "tools/grallocinfo/Commands.h"
 #include "tools/grallocinfo/DescribedBuffer.h"
+#include "tools/grallocinfo/LibraryLog.h"
 #include "tools/grallocinfo/Output.h"
 #include "tools/grallocinfo/Pixels.h"
 #include "tools/grallocinfo/PrintPng.h"

@@ -5,6 +5,7 @@
 #include "tools/grallocinfo/AidlBuffer.h"
 #include "tools/grallocinfo/Arguments.h"
 #include "tools/grallocinfo/Commands.h"
+#include "tools/grallocinfo/LibraryLog.h"
 #include "tools/grallocinfo/Output.h"
 #include "tools/grallocinfo/PrintText.h"
 #include "utils/gralloc/NameTables.h"

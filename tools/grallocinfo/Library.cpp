@@ -2,12 +2,9 @@
 
 #include <cerrno>
 #include <limits>
-#include <mutex>
-#include <vector>
 
-#include "platform/log.h"
-#include "platform/ulog.h"
 #include "tools/grallocinfo/Failure.h"
+#include "tools/grallocinfo/LibraryLog.h"
 #include "utils/gralloc/aidl/v2/allocator/allocator.h"
 
 namespace grallocinfo {
@@ -15,30 +12,6 @@ namespace grallocinfo {
 namespace GrallocAllocatorAidlV2 = NSCam::GrallocAllocatorAidlV2;
 
 namespace {
-
-constexpr uint32_t kSwitchboardToAndroidLog = 1;
-
-struct LogLine {
-    int priority;
-    std::string tag;
-    std::string text;
-};
-
-std::mutex gLogLock;
-std::vector<LogLine> gHeldErrors;
-bool gHoldsErrors = false;
-FatalHandler gFatalHandler = nullptr;
-
-void holdErrors(const __android_logger_data* data, const char* message) {
-    // A fatal line liblog prints by itself.
-    if (data->priority != ANDROID_LOG_ERROR) {
-        return;
-    }
-    const std::lock_guard lock(gLogLock);
-    gHeldErrors.push_back({data->priority, data->tag ? data->tag : "", message});
-}
-
-void dropLine(const __android_logger_data*, const char*) {}
 
 std::string allocatorServiceName() {
     return std::string(GrallocAllocatorAidlV2::IAllocator::descriptor) + "/default";
@@ -71,42 +44,10 @@ StatusMeaning meaningOfRefusal(const zcam::GrallocRequest& request, uint32_t usa
                     usageName(usage)};
 }
 
-void openLibraryLog(bool verbose) {
-    if (verbose) {
-        // liblog's own default, off a device, drops what the switchboard was told to let through.
-        __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
-        return;
-    }
-    NSCam::Utils::ULog::ULogger::sMode = kSwitchboardToAndroidLog;
-    __android_log_set_logger(holdErrors);
-    gHoldsErrors = true;
-}
-
-void showHeldErrors() {
-    const std::lock_guard lock(gLogLock);
-    for (const LogLine& line : gHeldErrors) {
-        const __android_logger_data data{sizeof(data),     LOG_ID_DEFAULT, line.priority,
-                                         line.tag.c_str(), nullptr,        0};
-        __android_log_stderr_logger(&data, line.text.c_str());
-    }
-    gHeldErrors.clear();
-}
-
-void onLibraryFatal(FatalHandler handler) {
-    gFatalHandler = handler;
-    __android_log_set_aborter([](const char* message) {
-        std::string lastWords = message ? message : "";
-        while (!lastWords.empty() && static_cast<unsigned char>(lastWords.back()) <= ' ') {
-            lastWords.pop_back();
-        }
-        gFatalHandler(lastWords);
-    });
-}
-
 void startLibrary() {
     helper();
-    if (gHoldsErrors && !allocatorServiceExists()) {
-        __android_log_set_logger(dropLine);
+    if (!allocatorServiceExists()) {
+        silenceLibraryLog();
     }
 }
 

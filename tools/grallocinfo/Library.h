@@ -1,5 +1,4 @@
-// The library as the commands use it: quiet unless something fails, and with its status codes in
-// words.
+// The library as the commands use it, with its status codes in words.
 #pragma once
 
 #include <cstdint>
@@ -18,20 +17,8 @@ struct LayoutAnswer {
     std::string resolvedName;
 };
 
-// Without `verbose` the library's log lines are kept back: its errors for showHeldErrors, the
-// others for good. Call before anything that may start the library.
-void openLibraryLog(bool verbose);
-
-// Writes the errors that were kept back to standard error: what the library said of a failure.
-void showHeldErrors();
-
-// How the process ends when the library gives up: `handler` gets the last words and must not
-// return.
-using FatalHandler = void (*)(const std::string& lastWords);
-void onLibraryFatal(FatalHandler handler);
-
-// Starts the library. Without an allocator service it says so once, when it starts; what it says of
-// every request after that is kept back for good.
+// Starts the library. Without an allocator service it logs that once, when it starts; what it logs
+// about every request after that is kept back for good.
 void startLibrary();
 
 NSCam::IGrallocHelper& helper();

@@ -6,6 +6,7 @@
 #include "tools/grallocinfo/Arguments.h"
 #include "tools/grallocinfo/Commands.h"
 #include "tools/grallocinfo/Library.h"
+#include "tools/grallocinfo/LibraryLog.h"
 #include "tools/grallocinfo/Output.h"
 
 namespace grallocinfo {

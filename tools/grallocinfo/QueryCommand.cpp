@@ -7,6 +7,7 @@
 #include "tools/grallocinfo/Commands.h"
 #include "tools/grallocinfo/HidlProbe.h"
 #include "tools/grallocinfo/Library.h"
+#include "tools/grallocinfo/LibraryLog.h"
 #include "tools/grallocinfo/Output.h"
 #include "tools/grallocinfo/PrintBlocks.h"
 #include "tools/grallocinfo/PrintSvg.h"

@@ -12,6 +12,7 @@
 #include "tools/grallocinfo/Arguments.h"
 #include "tools/grallocinfo/Commands.h"
 #include "tools/grallocinfo/DescribedBuffer.h"
+#include "tools/grallocinfo/LibraryLog.h"
 #include "tools/grallocinfo/Output.h"
 #include "tools/grallocinfo/PrintText.h"
 #include "zelkcam/host/HandleTransport.h"

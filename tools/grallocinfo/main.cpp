@@ -7,6 +7,7 @@
 
 #include "tools/grallocinfo/Commands.h"
 #include "tools/grallocinfo/Library.h"
+#include "tools/grallocinfo/LibraryLog.h"
 #include "tools/grallocinfo/Output.h"
 
 namespace grallocinfo {
@@ -16,6 +17,10 @@ namespace {
 constexpr char kFooter[] =
         "Exit status: 0 when there is an answer; 1 when the library answers a failure; 2 when the\n"
         "arguments are not usable. 'grallocinfo COMMAND --help' shows examples.";
+
+// Every subcommand, in the order of the help. A new one is declared in Commands.h and listed here.
+constexpr void (*kCommands[])(CLI::App&) = {addQuery, addFormats, addName,   addDiff,
+                                            addWatch, addShare,   addAttach, addRun};
 
 // What follows is not for this program.
 constexpr char kLastOption[] = "--";
@@ -107,14 +112,9 @@ void declare(CLI::App& program) {
     program.set_version_flag("--version", std::string("grallocinfo ") + GRALLOCINFO_VERSION);
     program.require_subcommand(1);
     program.footer(kFooter);
-    addQuery(program);
-    addFormats(program);
-    addName(program);
-    addDiff(program);
-    addWatch(program);
-    addShare(program);
-    addAttach(program);
-    addRun(program);
+    for (const auto add : kCommands) {
+        add(program);
+    }
 }
 
 // Runs the command, or prints the help or the version that was asked for.
