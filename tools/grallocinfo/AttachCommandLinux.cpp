@@ -117,7 +117,7 @@ void withPixels(const native_handle* handle, const BufferAnswer& answer, unsigne
     if (!hasPicture(answer.layout.format)) {
         throw unusable("there is no picture in " +
                        describeFormat(answer.name, answer.layout.format) +
-                       ": expected a buffer of an RGB, YCbCr, Y8 or RAW16 format");
+                       ": expected a buffer of an RGB, YCbCr, Y8 or RAW format");
     }
     const PixelLock lock(handle, usage, answer.layout);
     const LockedBuffer buffer{lock.data(), allocationSizeOf(handle).value_or(0), answer.layout};

@@ -38,6 +38,7 @@ constexpr std::array kShapes{
         FormatShape{HAL_PIXEL_FORMAT_IMPLEMENTATION_DEFINED, {{{"RAW", 10}}}},
         FormatShape{HAL_PIXEL_FORMAT_RAW_OPAQUE, {{{"opaque", 0}}}},
         FormatShape{HAL_PIXEL_FORMAT_RAW10, {{{"RAW", 10}}}},
+        FormatShape{HAL_PIXEL_FORMAT_RAW12, {{{"RAW", 12}}}},
         FormatShape{HAL_PIXEL_FORMAT_YCBCR_P010, {{{"Y", 16}, {"CbCr", 32, 2, 2}}}},
         FormatShape{kCameraOpaque, {{{"RAW", 10}}}},
         FormatShape{kNv12, {{{"Y", 8}, {"CbCr", 16, 2, 2}}}},

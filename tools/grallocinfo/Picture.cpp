@@ -7,6 +7,12 @@ namespace grallocinfo {
 
 namespace {
 
+struct Rgb {
+    uint8_t red;
+    uint8_t green;
+    uint8_t blue;
+};
+
 // A position in the picture, both from 0 to below 1.
 struct Position {
     double across;
@@ -88,10 +94,14 @@ bool isPattern(std::string_view name) {
 
 Picture drawPattern(std::string_view name, uint32_t width, uint32_t height) {
     const Pattern* const pattern = findPattern(name);
-    Picture picture(width, height);
+    Picture picture(Samples::kRgb8, width, height);
     for (uint32_t y = 0; pattern && y < height; ++y) {
+        uint8_t* sample = picture.row(y);
         for (uint32_t x = 0; x < width; ++x) {
-            picture.at(x, y) = pattern->colourAt({double(x) / width, double(y) / height});
+            const Rgb colour = pattern->colourAt({double(x) / width, double(y) / height});
+            *sample++ = colour.red;
+            *sample++ = colour.green;
+            *sample++ = colour.blue;
         }
     }
     return picture;

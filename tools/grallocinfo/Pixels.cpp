@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
+
+#include <libyuv.h>
 
 #include "platform/utils.h"
 #include "utils/gralloc/CodeTable.h"
@@ -11,272 +14,426 @@ namespace grallocinfo {
 
 namespace {
 
-enum class Model : uint8_t { kRgb, kYCbCr, kGrey };
-
-// Where a component's samples lie: in which plane, from which byte, how many bytes apart.
-struct Component {
-    uint8_t plane;
-    uint8_t offset;
-    uint8_t step;
-};
-
-// Where samples lie; red, green and blue, or Y, Cb and Cr. Chroma is shared by `across` x `down`
-// pixels.
-struct SampleRule {
-    int32_t code;
-    Model model;
-    uint16_t sampleBits;  // those of a sample that count; samples above 0xFF have two bytes
-    uint8_t across;
-    uint8_t down;
-    std::array<Component, 3> components;
-    int opacityOffset = -1;
-};
-
 constexpr int32_t kNv12 = 0x1000;
-constexpr uint8_t kNeutralChroma = 128;
+
+struct Plane {
+    uint8_t* data = nullptr;
+    int stride = 0;
+
+    uint8_t* row(int y) const { return data + ptrdiff_t{y} * stride; }
+};
+
+// Rows of a plane that is the tool's own.
+class Scratch {
+  public:
+    Scratch(int rowBytes, int rows)
+        : mBytes(size_t(rowBytes) * size_t(rows)), mPlane{mBytes.data(), rowBytes} {}
+    Scratch(const Scratch&) = delete;
+    Scratch& operator=(const Scratch&) = delete;
+
+    const Plane* operator->() const { return &mPlane; }
+    const Plane& operator*() const { return mPlane; }
+
+  private:
+    std::vector<uint8_t> mBytes;
+    const Plane mPlane;
+};
+
+// A locked buffer as the conversions take it. libyuv rounds the chroma of an odd size up, the
+// buffers here round it down: what is left of an odd size has no chroma of its own.
+struct Frame {
+    int width = 0;
+    int height = 0;
+    std::array<Plane, 3> planes;
+
+    int chromaWidth() const { return width / 2; }
+    int chromaHeight() const { return height / 2; }
+    int roundedWidth() const { return (width + 1) / 2; }
+    int roundedHeight() const { return (height + 1) / 2; }
+
+    Picture picture(Samples samples) const {
+        return {samples, static_cast<uint32_t>(width), static_cast<uint32_t>(height)};
+    }
+};
+
+Plane planeOf(Picture& picture) {
+    return {picture.row(0), static_cast<int>(picture.rowBytes())};
+}
+
+// Only read by its user: libyuv's sources and destinations are of one kind here.
+Plane planeOf(const Picture& picture) {
+    return {const_cast<uint8_t*>(picture.row(0)), static_cast<int>(picture.rowBytes())};
+}
+
+// The chroma of a frame with as many samples as libyuv reads: beyond the last sample the last one
+// goes on, and without any it is neutral. A sample, or pair of samples, has `bytes` bytes.
+void roundChroma(const Frame& frame, const Plane& chroma, int bytes, const Scratch& rounded) {
+    const int columns = frame.chromaWidth() * bytes;
+    const int rows = frame.chromaHeight();
+    for (int y = 0; y < frame.roundedHeight(); ++y) {
+        uint8_t* const to = rounded->row(y);
+        for (int x = 0; x < frame.roundedWidth() * bytes; ++x) {
+            const int from = x < columns ? x : x - bytes;
+            const bool isUpperByte = bytes < 4 || x % 2 == 1;
+            to[x] = columns > 0 && rows > 0 ? chroma.row(std::min(y, rows - 1))[from]
+                    : isUpperByte           ? 0x80
+                                            : 0;
+        }
+    }
+}
+
+// Of 256 or 1024 sRGB levels, the linear light of each as 16 bits.
+template <size_t kLevels>
+const std::array<uint16_t, kLevels>& linearLight() {
+    static const auto table = [] {
+        std::array<uint16_t, kLevels> light{};
+        for (size_t i = 0; i < kLevels; ++i) {
+            const double level = double(i) / (kLevels - 1);
+            const double linear =
+                    level <= 0.04045 ? level / 12.92 : std::pow((level + 0.055) / 1.055, 2.4);
+            light[i] = static_cast<uint16_t>(std::lround(linear * 65535));
+        }
+        return light;
+    }();
+    return table;
+}
+
+// RGB in memory is libyuv's "RAW", BGRA its "ARGB" and RGBA its "ABGR". Of conversions that give
+// RAW it has few: the others are those to "RGB24" with Cb and Cr exchanged in planes and constants.
+constexpr const libyuv::YuvConstants* kExchanged = &libyuv::kYvuJPEGConstants;
+
+Picture readRgba(const Frame& frame) {
+    const Scratch argb(frame.width * 4, frame.height);
+    const Plane& from = frame.planes[0];
+    libyuv::ABGRToARGB(from.data, from.stride, argb->data, argb->stride, frame.width, frame.height);
+    Picture picture = frame.picture(Samples::kRgb8);
+    const Plane to = planeOf(picture);
+    libyuv::ARGBToRAW(argb->data, argb->stride, to.data, to.stride, frame.width, frame.height);
+    return picture;
+}
+
+void writeRgba(const Frame& frame, const Plane& rgb) {
+    const Plane& to = frame.planes[0];
+    const Scratch argb(frame.width * 4, frame.height);
+    libyuv::RAWToARGB(rgb.data, rgb.stride, argb->data, argb->stride, frame.width, frame.height);
+    libyuv::ARGBToABGR(argb->data, argb->stride, to.data, to.stride, frame.width, frame.height);
+}
+
+Picture readBgra(const Frame& frame) {
+    Picture picture = frame.picture(Samples::kRgb8);
+    const Plane& from = frame.planes[0];
+    const Plane to = planeOf(picture);
+    libyuv::ARGBToRAW(from.data, from.stride, to.data, to.stride, frame.width, frame.height);
+    return picture;
+}
+
+void writeBgra(const Frame& frame, const Plane& rgb) {
+    const Plane& to = frame.planes[0];
+    libyuv::RAWToARGB(rgb.data, rgb.stride, to.data, to.stride, frame.width, frame.height);
+}
+
+template <Samples kSamples>
+Picture copyOut(const Frame& frame) {
+    Picture picture = frame.picture(kSamples);
+    const Plane& from = frame.planes[0];
+    const Plane to = planeOf(picture);
+    libyuv::CopyPlane(from.data, from.stride, to.data, to.stride, to.stride, frame.height);
+    return picture;
+}
+
+void writeRgb(const Frame& frame, const Plane& rgb) {
+    const Plane& to = frame.planes[0];
+    libyuv::CopyPlane(rgb.data, rgb.stride, to.data, to.stride, rgb.stride, frame.height);
+}
+
+template <bool kCrFirst>
+Picture readSemiPlanar(const Frame& frame) {
+    const Scratch chroma(frame.roundedWidth() * 2, frame.roundedHeight());
+    roundChroma(frame, frame.planes[1], 2, chroma);
+    Picture picture = frame.picture(Samples::kRgb8);
+    const Plane& y = frame.planes[0];
+    const Plane to = planeOf(picture);
+    constexpr auto convert = kCrFirst ? libyuv::NV12ToRGB24Matrix : libyuv::NV21ToRGB24Matrix;
+    convert(y.data, y.stride, chroma->data, chroma->stride, to.data, to.stride, kExchanged,
+            frame.width, frame.height);
+    return picture;
+}
+
+// Y in a plane of 8 bits a sample, Cb and Cr with as many samples as libyuv writes.
+struct Planar {
+    explicit Planar(const Frame& frame)
+        : cb(frame.roundedWidth(), frame.roundedHeight()),
+          cr(frame.roundedWidth(), frame.roundedHeight()) {}
+
+    void convert(const Frame& frame, const Plane& rgb, const Plane& y) const {
+        libyuv::RAWToJ420(rgb.data, rgb.stride, y.data, y.stride, cb->data, cb->stride, cr->data,
+                          cr->stride, frame.width, frame.height);
+    }
+
+    const Scratch cb;
+    const Scratch cr;
+};
+
+void merge(const Frame& frame, const Scratch& first, const Scratch& second, const Plane& to) {
+    libyuv::MergeUVPlane(first->data, first->stride, second->data, second->stride, to.data,
+                         to.stride, frame.chromaWidth(), frame.chromaHeight());
+}
+
+template <bool kCrFirst>
+void writeSemiPlanar(const Frame& frame, const Plane& rgb) {
+    const Planar planar(frame);
+    planar.convert(frame, rgb, frame.planes[0]);
+    merge(frame, kCrFirst ? planar.cr : planar.cb, kCrFirst ? planar.cb : planar.cr,
+          frame.planes[1]);
+}
+
+// YV12: Y, Cr, Cb.
+Picture readPlanar(const Frame& frame) {
+    const Planar chroma(frame);
+    roundChroma(frame, frame.planes[1], 1, chroma.cr);
+    roundChroma(frame, frame.planes[2], 1, chroma.cb);
+    Picture picture = frame.picture(Samples::kRgb8);
+    const Plane& y = frame.planes[0];
+    const Plane to = planeOf(picture);
+    libyuv::J420ToRAW(y.data, y.stride, chroma.cb->data, chroma.cb->stride, chroma.cr->data,
+                      chroma.cr->stride, to.data, to.stride, frame.width, frame.height);
+    return picture;
+}
+
+void writePlanar(const Frame& frame, const Plane& rgb) {
+    const Planar planar(frame);
+    planar.convert(frame, rgb, frame.planes[0]);
+    const auto put = [&](const Scratch& from, const Plane& to) {
+        libyuv::CopyPlane(from->data, from->stride, to.data, to.stride, frame.chromaWidth(),
+                          frame.chromaHeight());
+    };
+    put(planar.cr, frame.planes[1]);
+    put(planar.cb, frame.planes[2]);
+}
+
+// The three planes of 4:2:2, which libyuv makes of interleaved samples and these of them.
+struct Planar422 {
+    explicit Planar422(const Frame& frame)
+        : y(frame.width, frame.height),
+          cb(frame.roundedWidth(), frame.height),
+          cr(frame.roundedWidth(), frame.height) {}
+
+    const Scratch y;
+    const Scratch cb;
+    const Scratch cr;
+};
+
+Picture readInterleaved(const Frame& frame) {
+    const Planar422 p(frame);
+    const Plane& from = frame.planes[0];
+    libyuv::YUY2ToI422(from.data, from.stride, p.y->data, p.y->stride, p.cb->data, p.cb->stride,
+                       p.cr->data, p.cr->stride, frame.width, frame.height);
+    Picture picture = frame.picture(Samples::kRgb8);
+    const Plane to = planeOf(picture);
+    libyuv::I422ToRGB24Matrix(p.y->data, p.y->stride, p.cr->data, p.cr->stride, p.cb->data,
+                              p.cb->stride, to.data, to.stride, kExchanged, frame.width,
+                              frame.height);
+    return picture;
+}
+
+void writeInterleaved(const Frame& frame, const Plane& rgb) {
+    const Planar422 p(frame);
+    const Scratch argb(frame.width * 4, frame.height);
+    const Plane& to = frame.planes[0];
+    libyuv::RAWToARGB(rgb.data, rgb.stride, argb->data, argb->stride, frame.width, frame.height);
+    libyuv::ARGBToJ422(argb->data, argb->stride, p.y->data, p.y->stride, p.cb->data, p.cb->stride,
+                       p.cr->data, p.cr->stride, frame.width, frame.height);
+    libyuv::I422ToYUY2(p.y->data, p.y->stride, p.cb->data, p.cb->stride, p.cr->data, p.cr->stride,
+                       to.data, to.stride, frame.width, frame.height);
+}
+
+const uint16_t* words(const Plane& plane) {
+    return reinterpret_cast<const uint16_t*>(plane.data);
+}
+
+Picture readP010(const Frame& frame) {
+    const Scratch chroma(frame.roundedWidth() * 4, frame.roundedHeight());
+    roundChroma(frame, frame.planes[1], 4, chroma);
+    const Scratch ar30(frame.width * 4, frame.height);
+    const Plane& luma = frame.planes[0];
+    libyuv::P010ToAR30Matrix(words(luma), luma.stride / 2, words(*chroma), chroma->stride / 2,
+                             ar30->data, ar30->stride, &libyuv::kYuvJPEGConstants, frame.width,
+                             frame.height);
+    Picture picture = frame.picture(Samples::kLinearRgb16);
+    const auto& light = linearLight<1024>();
+    for (int y = 0; y < frame.height; ++y) {
+        const auto* from = reinterpret_cast<const uint32_t*>(ar30->row(y));
+        uint16_t* to = picture.row16(size_t(y));
+        for (int x = 0; x < frame.width; ++x) {
+            for (const int shift : {20, 10, 0}) {
+                *to++ = light[from[x] >> shift & 0x3FF];
+            }
+        }
+    }
+    return picture;
+}
+
+// Ten bits at the top of sixteen.
+void widen(const Scratch& from, const Plane& to, int samples, int rows) {
+    for (int y = 0; y < rows; ++y) {
+        auto* const row = reinterpret_cast<uint16_t*>(to.row(y));
+        for (int x = 0; x < samples; ++x) {
+            row[x] = static_cast<uint16_t>(from->row(y)[x] * 0x101) & 0xFFC0;
+        }
+    }
+}
+
+void writeP010(const Frame& frame, const Plane& rgb) {
+    const Planar planar(frame);
+    const Scratch luma(frame.width, frame.height);
+    const Scratch chroma(frame.roundedWidth() * 2, frame.roundedHeight());
+    planar.convert(frame, rgb, *luma);
+    merge(frame, planar.cb, planar.cr, *chroma);
+    widen(luma, frame.planes[0], frame.width, frame.height);
+    widen(chroma, frame.planes[1], frame.chromaWidth() * 2, frame.chromaHeight());
+}
+
+void writeGrey(const Frame& frame, const Plane& rgb) {
+    const Plane& to = frame.planes[0];
+    libyuv::RAWToJ400(rgb.data, rgb.stride, to.data, to.stride, frame.width, frame.height);
+}
+
+// Sensor samples of `kBits` bits. A group of them has the upper eight bits of each in a byte of its
+// own, and behind these the lower ones together, those of the first sample lowest; RAW16 has words.
+template <int kBits>
+struct Packed {
+    static constexpr int kLowBits = kBits - 8;
+    static constexpr int kPixels = kBits == 16 ? 1 : 8 / kLowBits;
+    static constexpr int kBytes = kPixels * kBits / 8;
+    static constexpr int kMask = (1 << kLowBits) - 1;
+
+    // Spread over all 16 bits, so that the brightest stays the brightest.
+    static uint16_t get(const uint8_t* row, int x) {
+        if constexpr (kBits == 16) {
+            return static_cast<uint16_t>(row[2 * x] | row[2 * x + 1] << 8);
+        }
+        const uint8_t* const group = row + x / kPixels * kBytes;
+        const int low = group[kBytes - 1] >> x % kPixels * kLowBits & kMask;
+        const int value = group[x % kPixels] << kLowBits | low;
+        return static_cast<uint16_t>(value << (16 - kBits) | value >> (2 * kBits - 16));
+    }
+
+    // Into a row of zeros.
+    static void put(uint8_t* row, int x, uint16_t value) {
+        if constexpr (kBits == 16) {
+            row[2 * x] = static_cast<uint8_t>(value);
+            row[2 * x + 1] = static_cast<uint8_t>(value >> 8);
+            return;
+        }
+        uint8_t* const group = row + x / kPixels * kBytes;
+        group[x % kPixels] = static_cast<uint8_t>(value >> 8);
+        group[kBytes - 1] |=
+                static_cast<uint8_t>((value >> (16 - kBits) & kMask) << x % kPixels * kLowBits);
+    }
+};
+
+template <int kBits>
+Picture readRaw(const Frame& frame) {
+    Picture picture = frame.picture(Samples::kLinearGrey16);
+    for (int y = 0; y < frame.height; ++y) {
+        for (int x = 0; x < frame.width; ++x) {
+            picture.row16(size_t(y))[x] = Packed<kBits>::get(frame.planes[0].row(y), x);
+        }
+    }
+    return picture;
+}
+
+template <int kBits>
+void writeRaw(const Frame& frame, const Plane& rgb) {
+    using Samples = Packed<kBits>;
+    const Scratch grey(frame.width, frame.height);
+    libyuv::RAWToJ400(rgb.data, rgb.stride, grey->data, grey->stride, frame.width, frame.height);
+    const int groups = (frame.width + Samples::kPixels - 1) / Samples::kPixels;
+    for (int y = 0; y < frame.height; ++y) {
+        uint8_t* const row = frame.planes[0].row(y);
+        std::fill_n(row, groups * Samples::kBytes, uint8_t{0});
+        for (int x = 0; x < frame.width; ++x) {
+            Samples::put(row, x, linearLight<256>()[grey->row(y)[x]]);
+        }
+    }
+}
+
+// `bytes` bytes of a plane's row hold `pixels` pixels; `rows` rows of the picture share one of the
+// plane's.
+struct Packing {
+    int pixels = 0;
+    int bytes = 0;
+    int rows = 1;
+};
+
+struct PictureRule {
+    int32_t code;
+    std::array<Packing, 3> planes;  // unused ones behind those of the format
+    Picture (*read)(const Frame&);
+    void (*write)(const Frame&, const Plane& rgb);
+    int alignment = 1;  // of rows, in bytes
+};
+
+constexpr Packing kBytes{1, 1};
+constexpr Packing kPairs{2, 2, 2};
+constexpr Packing kHalf{2, 1, 2};
 
 constexpr std::array kRules{
-        SampleRule{HAL_PIXEL_FORMAT_RGBA_8888,
-                   Model::kRgb,
-                   0xFF,
-                   1,
-                   1,
-                   {{{0, 0, 4}, {0, 1, 4}, {0, 2, 4}}},
-                   3},
-        SampleRule{HAL_PIXEL_FORMAT_RGB_888,
-                   Model::kRgb,
-                   0xFF,
-                   1,
-                   1,
-                   {{{0, 0, 3}, {0, 1, 3}, {0, 2, 3}}}},
-        SampleRule{HAL_PIXEL_FORMAT_BGRA_8888,
-                   Model::kRgb,
-                   0xFF,
-                   1,
-                   1,
-                   {{{0, 2, 4}, {0, 1, 4}, {0, 0, 4}}},
-                   3},
-        SampleRule{HAL_PIXEL_FORMAT_YCrCb_420_SP,
-                   Model::kYCbCr,
-                   0xFF,
-                   2,
-                   2,
-                   {{{0, 0, 1}, {1, 1, 2}, {1, 0, 2}}}},
-        SampleRule{HAL_PIXEL_FORMAT_YCbCr_422_I,
-                   Model::kYCbCr,
-                   0xFF,
-                   2,
-                   1,
-                   {{{0, 0, 2}, {0, 1, 4}, {0, 3, 4}}}},
-        SampleRule{HAL_PIXEL_FORMAT_RAW16, Model::kGrey, 0xFFFF, 1, 1, {{{0, 0, 2}}}},
-        SampleRule{HAL_PIXEL_FORMAT_YCBCR_P010,
-                   Model::kYCbCr,
-                   0xFFC0,
-                   2,
-                   2,
-                   {{{0, 0, 2}, {1, 0, 4}, {1, 2, 4}}}},
-        SampleRule{kNv12, Model::kYCbCr, 0xFF, 2, 2, {{{0, 0, 1}, {1, 0, 2}, {1, 1, 2}}}},
-        SampleRule{HAL_PIXEL_FORMAT_Y8, Model::kGrey, 0xFF, 1, 1, {{{0, 0, 1}}}},
-        SampleRule{HAL_PIXEL_FORMAT_YV12,
-                   Model::kYCbCr,
-                   0xFF,
-                   2,
-                   2,
-                   {{{0, 0, 1}, {2, 0, 1}, {1, 0, 1}}}},
+        PictureRule{HAL_PIXEL_FORMAT_RGBA_8888, {{{1, 4}}}, readRgba, writeRgba},
+        PictureRule{HAL_PIXEL_FORMAT_RGB_888, {{{1, 3}}}, copyOut<Samples::kRgb8>, writeRgb},
+        PictureRule{HAL_PIXEL_FORMAT_BGRA_8888, {{{1, 4}}}, readBgra, writeBgra},
+        PictureRule{HAL_PIXEL_FORMAT_YCrCb_420_SP,
+                    {{kBytes, kPairs}},
+                    readSemiPlanar<true>,
+                    writeSemiPlanar<true>},
+        PictureRule{HAL_PIXEL_FORMAT_YCbCr_422_I, {{{2, 4}}}, readInterleaved, writeInterleaved},
+        PictureRule{HAL_PIXEL_FORMAT_RAW16, {{{1, 2}}}, readRaw<16>, writeRaw<16>},
+        PictureRule{HAL_PIXEL_FORMAT_RAW10, {{{4, 5}}}, readRaw<10>, writeRaw<10>},
+        PictureRule{HAL_PIXEL_FORMAT_RAW12, {{{2, 3}}}, readRaw<12>, writeRaw<12>},
+        PictureRule{HAL_PIXEL_FORMAT_YCBCR_P010, {{{1, 2}, {2, 4, 2}}}, readP010, writeP010, 2},
+        PictureRule{kNv12, {{kBytes, kPairs}}, readSemiPlanar<false>, writeSemiPlanar<false>},
+        PictureRule{HAL_PIXEL_FORMAT_Y8, {{kBytes}}, copyOut<Samples::kGrey8>, writeGrey},
+        PictureRule{HAL_PIXEL_FORMAT_YV12, {{kBytes, kHalf, kHalf}}, readPlanar, writePlanar},
 };
 static_assert(NSCam::gralloc::ascendingByCode(kRules));
 
-// How many samples a component has in each direction. What is left of an odd size has no chroma of
-// its own.
-struct Extent {
-    uint32_t width;
-    uint32_t height;
-};
-
-// One component of a locked buffer.
-class Samples {
-  public:
-    Samples(const LockedBuffer& buffer, const SampleRule& rule, size_t index);
-
-    Extent extent() const { return mExtent; }
-    bool isInside(const LockedBuffer& buffer) const;
-    // Beyond the last sample the last one goes on; without any, neutral.
-    uint8_t at(uint32_t x, uint32_t y) const;
-    void put(uint32_t x, uint32_t y, uint8_t value) const;
-
-  private:
-    uint8_t* address(uint32_t x, uint32_t y) const {
-        return mData + mOffset + y * mStride + mComponent.offset + uint64_t{x} * mComponent.step;
-    }
-
-    const Component mComponent;
-    const uint16_t mSampleBits;
-    Extent mExtent;
-    uint8_t* mData;
-    uint64_t mOffset = 0;
-    uint64_t mStride = 0;
-    uint64_t mPlaneSize = 0;
-};
-
-Samples::Samples(const LockedBuffer& buffer, const SampleRule& rule, size_t index)
-    : mComponent(rule.components[index]), mSampleBits(rule.sampleBits), mData(buffer.data) {
-    const bool isShared = index > 0;
-    mExtent = {static_cast<uint32_t>(buffer.layout.widthInPixels) / (isShared ? rule.across : 1),
-               static_cast<uint32_t>(buffer.layout.heightInPixels) / (isShared ? rule.down : 1)};
-    const auto& planes = buffer.layout.planes;
-    for (size_t i = 0; i < mComponent.plane && i < planes.size(); ++i) {
-        mOffset += planes[i].sizeInBytes;
-    }
-    if (mComponent.plane >= planes.size()) {
-        return;
-    }
-    mStride = planes[mComponent.plane].rowStrideInBytes;
-    mPlaneSize = planes[mComponent.plane].sizeInBytes;
+const PictureRule* ruleOf(int32_t format) {
+    return NSCam::gralloc::findCode<kRules>(format);
 }
 
-// All numbers but the extent come from elsewhere: no sum or product may run over.
-bool Samples::isInside(const LockedBuffer& buffer) const {
-    if (mExtent.width == 0 || mExtent.height == 0) {
+// A plane that is mapped: what of the buffer lies from its first byte to its end.
+struct PlaneExtent {
+    uint64_t offset;
+    uint64_t size;
+    uint64_t stride;
+};
+
+// All numbers come from elsewhere: no sum or product may run over.
+bool holdsPlane(const PlaneExtent& plane, const Packing& packing, uint64_t groups, uint64_t rows,
+                uint64_t bufferSize) {
+    if (groups == 0 || rows == 0) {
         return true;
     }
-    if (mOffset > buffer.size || mPlaneSize > buffer.size - mOffset || mStride > buffer.size) {
-        return false;
-    }
-    const uint64_t rowBytes = uint64_t{mComponent.offset} +
-                              uint64_t{mExtent.width - 1} * mComponent.step +
-                              (mSampleBits > 0xFF ? 2 : 1);
-    return rowBytes <= mStride && uint64_t{mExtent.height - 1} * mStride + rowBytes <= mPlaneSize;
+    const uint64_t rowBytes = groups * static_cast<uint64_t>(packing.bytes);
+    return plane.offset <= bufferSize && plane.size <= bufferSize - plane.offset &&
+           plane.stride <= std::numeric_limits<int>::max() && rowBytes <= plane.stride &&
+           (rows - 1) * plane.stride + rowBytes <= plane.size;
 }
 
-uint8_t Samples::at(uint32_t x, uint32_t y) const {
-    if (mExtent.width == 0 || mExtent.height == 0) {
-        return kNeutralChroma;
-    }
-    const uint8_t* const sample =
-            address(std::min(x, mExtent.width - 1), std::min(y, mExtent.height - 1));
-    return mSampleBits > 0xFF ? sample[1] : sample[0];
+// The first plane's last group may be begun, the chroma of an odd size is left out.
+uint64_t groupsOf(int32_t width, const Packing& packing, bool isChroma) {
+    const uint64_t pixels = static_cast<uint64_t>(packing.pixels);
+    return (static_cast<uint64_t>(width) + (isChroma ? 0 : pixels - 1)) / pixels;
 }
 
-void Samples::put(uint32_t x, uint32_t y, uint8_t value) const {
-    uint8_t* const sample = address(x, y);
-    const uint16_t bits = static_cast<uint16_t>(value * 0x101) & mSampleBits;
-    sample[0] = static_cast<uint8_t>(bits);
-    if (mSampleBits > 0xFF) {
-        sample[1] = static_cast<uint8_t>(bits >> 8);
+Frame frameOf(const LockedBuffer& buffer) {
+    Frame frame{buffer.layout.widthInPixels, buffer.layout.heightInPixels, {}};
+    uint8_t* data = buffer.data;
+    for (size_t i = 0; i < frame.planes.size() && i < buffer.layout.planes.size(); ++i) {
+        frame.planes[i] = {data, static_cast<int>(buffer.layout.planes[i].rowStrideInBytes)};
+        data += buffer.layout.planes[i].sizeInBytes;
     }
-}
-
-uint8_t clamped(double value) {
-    return static_cast<uint8_t>(std::clamp<long>(std::lround(value), 0, 255));
-}
-
-Rgb rgbOf(uint8_t y, uint8_t cb, uint8_t cr) {
-    const double blue = cb - 128.0;
-    const double red = cr - 128.0;
-    return {clamped(y + 1.402 * red), clamped(y - 0.344136 * blue - 0.714136 * red),
-            clamped(y + 1.772 * blue)};
-}
-
-// Y, Cb and Cr.
-std::array<uint8_t, 3> yCbCrOf(const Rgb& colour) {
-    const double r = colour.red;
-    const double g = colour.green;
-    const double b = colour.blue;
-    return {clamped(0.299 * r + 0.587 * g + 0.114 * b),
-            clamped(128 - 0.168736 * r - 0.331264 * g + 0.5 * b),
-            clamped(128 + 0.5 * r - 0.418688 * g - 0.081312 * b)};
-}
-
-// The mean colour of the pixels that share one chroma sample.
-Rgb meanOf(const Picture& picture, uint32_t left, uint32_t top, const SampleRule& rule) {
-    uint32_t red = 0, green = 0, blue = 0, count = 0;
-    for (uint32_t y = top; y < top + rule.down && y < picture.height(); ++y) {
-        for (uint32_t x = left; x < left + rule.across && x < picture.width(); ++x, ++count) {
-            red += picture.at(x, y).red;
-            green += picture.at(x, y).green;
-            blue += picture.at(x, y).blue;
-        }
-    }
-    return {clamped(double(red) / count), clamped(double(green) / count),
-            clamped(double(blue) / count)};
-}
-
-class PixelAccess {
-  public:
-    PixelAccess(const LockedBuffer& buffer, const SampleRule& rule)
-        : mBuffer(buffer),
-          mRule(rule),
-          mFirst(buffer, rule, 0),
-          mSecond(buffer, rule, 1),
-          mThird(buffer, rule, 2) {}
-
-    bool isInside() const {
-        return mFirst.isInside(mBuffer) &&
-               (mRule.model == Model::kGrey ||
-                (mSecond.isInside(mBuffer) && mThird.isInside(mBuffer)));
-    }
-    Rgb at(uint32_t x, uint32_t y) const;
-    void write(const Picture& picture) const;
-
-  private:
-    void putPixel(uint32_t x, uint32_t y, const Rgb& colour) const;
-    void putChroma(const Picture& picture) const;
-
-    const LockedBuffer& mBuffer;
-    const SampleRule& mRule;
-    const Samples mFirst;
-    const Samples mSecond;
-    const Samples mThird;
-};
-
-Rgb PixelAccess::at(uint32_t x, uint32_t y) const {
-    const uint8_t first = mFirst.at(x, y);
-    if (mRule.model == Model::kGrey) {
-        return {first, first, first};
-    }
-    const uint8_t second = mSecond.at(x / mRule.across, y / mRule.down);
-    const uint8_t third = mThird.at(x / mRule.across, y / mRule.down);
-    return mRule.model == Model::kRgb ? Rgb{first, second, third} : rgbOf(first, second, third);
-}
-
-void PixelAccess::putPixel(uint32_t x, uint32_t y, const Rgb& colour) const {
-    if (mRule.model != Model::kRgb) {
-        return mFirst.put(x, y, yCbCrOf(colour)[0]);
-    }
-    mFirst.put(x, y, colour.red);
-    mSecond.put(x, y, colour.green);
-    mThird.put(x, y, colour.blue);
-    if (mRule.opacityOffset >= 0) {
-        mBuffer.data[y * mBuffer.layout.planes[0].rowStrideInBytes +
-                     uint64_t{x} * mRule.components[0].step +
-                     static_cast<uint64_t>(mRule.opacityOffset)] = 0xFF;
-    }
-}
-
-void PixelAccess::putChroma(const Picture& picture) const {
-    const Extent extent = mSecond.extent();
-    for (uint32_t y = 0; y < extent.height; ++y) {
-        for (uint32_t x = 0; x < extent.width; ++x) {
-            const Rgb mean = meanOf(picture, x * mRule.across, y * mRule.down, mRule);
-            mSecond.put(x, y, yCbCrOf(mean)[1]);
-            mThird.put(x, y, yCbCrOf(mean)[2]);
-        }
-    }
-}
-
-void PixelAccess::write(const Picture& picture) const {
-    for (uint32_t y = 0; y < picture.height(); ++y) {
-        for (uint32_t x = 0; x < picture.width(); ++x) {
-            putPixel(x, y, picture.at(x, y));
-        }
-    }
-    if (mRule.model == Model::kYCbCr) {
-        putChroma(picture);
-    }
-}
-
-const SampleRule* ruleOf(int32_t format) {
-    return NSCam::gralloc::findCode<kRules>(format);
+    return frame;
 }
 
 }  // namespace
@@ -286,25 +443,32 @@ bool hasPicture(int32_t format) {
 }
 
 bool holdsPicture(const LockedBuffer& buffer) {
-    const SampleRule* const rule = ruleOf(buffer.layout.format);
-    return rule && buffer.data && buffer.layout.widthInPixels > 0 &&
-           buffer.layout.heightInPixels > 0 && PixelAccess(buffer, *rule).isInside();
+    const auto& [format, width, height, planes] = buffer.layout;
+    const PictureRule* const rule = ruleOf(format);
+    if (!rule || !buffer.data || width <= 0 || height <= 0) {
+        return false;
+    }
+    uint64_t offset = 0;
+    for (size_t i = 0; i < rule->planes.size() && rule->planes[i].pixels > 0; ++i) {
+        const Packing& packing = rule->planes[i];
+        if (i >= planes.size() ||
+            planes[i].rowStrideInBytes % static_cast<uint64_t>(rule->alignment) != 0 ||
+            !holdsPlane({offset, planes[i].sizeInBytes, planes[i].rowStrideInBytes}, packing,
+                        groupsOf(width, packing, i > 0),
+                        static_cast<uint64_t>(height / packing.rows), buffer.size)) {
+            return false;
+        }
+        offset += planes[i].sizeInBytes;
+    }
+    return true;
 }
 
 Picture readPicture(const LockedBuffer& buffer) {
-    const PixelAccess pixels(buffer, *ruleOf(buffer.layout.format));
-    Picture picture(static_cast<uint32_t>(buffer.layout.widthInPixels),
-                    static_cast<uint32_t>(buffer.layout.heightInPixels));
-    for (uint32_t y = 0; y < picture.height(); ++y) {
-        for (uint32_t x = 0; x < picture.width(); ++x) {
-            picture.at(x, y) = pixels.at(x, y);
-        }
-    }
-    return picture;
+    return ruleOf(buffer.layout.format)->read(frameOf(buffer));
 }
 
 void writePicture(const LockedBuffer& buffer, const Picture& picture) {
-    PixelAccess(buffer, *ruleOf(buffer.layout.format)).write(picture);
+    ruleOf(buffer.layout.format)->write(frameOf(buffer), planeOf(picture));
 }
 
 }  // namespace grallocinfo

@@ -8,8 +8,9 @@
 
 namespace grallocinfo {
 
-// Colours of YCbCr formats are BT.601 at full range, as JFIF has them; 16-bit samples show their
-// upper byte; formats of one component are grey.
+// Colours of YCbCr formats are BT.601 at full range, as JFIF has them; formats of one component are
+// grey. P010 and the RAW formats, whose samples have more than 8 bits, become pictures of 16 bits;
+// a RAW sample is taken for linear light.
 bool hasPicture(int32_t format);
 
 // A buffer while it is locked: its first byte, and the bytes behind that which are mapped.
@@ -25,7 +26,8 @@ bool holdsPicture(const LockedBuffer& buffer);
 
 Picture readPicture(const LockedBuffer& buffer);
 
-// `picture` has the size of the layout. Opacity, where there is one, becomes full.
+// `picture` is one of 8-bit RGB and has the size of the layout. Opacity, where there is one,
+// becomes full.
 void writePicture(const LockedBuffer& buffer, const Picture& picture);
 
 }  // namespace grallocinfo

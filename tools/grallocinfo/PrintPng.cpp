@@ -10,66 +10,35 @@ namespace grallocinfo {
 
 namespace {
 
-static_assert(sizeof(Rgb) == 3, "rows are handed to libpng as they are");
-
-constexpr int kBitsPerChannel = 8;
-
-std::ostream& streamOf(png_structp png) {
-    return *static_cast<std::ostream*>(png_get_io_ptr(png));
-}
-
-void writeBytes(png_structp png, png_bytep bytes, size_t count) {
-    streamOf(png).write(reinterpret_cast<const char*>(bytes), static_cast<std::streamsize>(count));
-}
-
-void flushBytes(png_structp png) {
-    streamOf(png).flush();
-}
-
-// libpng must not return from an error; it lets an exception of the application pass.
-[[noreturn]] void fail(png_structp, png_const_charp message) {
-    throw Failure{ExitCode::kLibraryFailure, "PNG_FAILURE", std::nullopt,
-                  std::string("cannot encode the picture: ") + message};
-}
-
-void ignoreWarning(png_structp, png_const_charp) {}
-
-class PngWriter {
-  public:
-    explicit PngWriter(std::ostream& out)
-        : mPng(png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, fail, ignoreWarning)),
-          mInfo(mPng ? png_create_info_struct(mPng) : nullptr) {
-        if (mInfo) {
-            png_set_write_fn(mPng, &out, writeBytes, flushBytes);
-        }
+png_uint_32 pngFormat(Samples samples) {
+    switch (samples) {
+        case Samples::kRgb8:
+            return PNG_FORMAT_RGB;
+        case Samples::kGrey8:
+            return PNG_FORMAT_GRAY;
+        case Samples::kLinearRgb16:
+            return PNG_FORMAT_LINEAR_RGB;
+        case Samples::kLinearGrey16:
+            return PNG_FORMAT_LINEAR_Y;
     }
-    ~PngWriter() { png_destroy_write_struct(&mPng, &mInfo); }
-    PngWriter(const PngWriter&) = delete;
-    PngWriter& operator=(const PngWriter&) = delete;
-
-    void write(const Picture& picture) {
-        if (!mInfo) {
-            fail(nullptr, "out of memory");
-        }
-        png_set_IHDR(mPng, mInfo, picture.width(), picture.height(), kBitsPerChannel,
-                     PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
-                     PNG_FILTER_TYPE_DEFAULT);
-        png_write_info(mPng, mInfo);
-        for (uint32_t y = 0; y < picture.height(); ++y) {
-            png_write_row(mPng, &picture.at(0, y).red);
-        }
-        png_write_end(mPng, mInfo);
-    }
-
-  private:
-    png_structp mPng;
-    png_infop mInfo;
-};
+    return PNG_FORMAT_RGB;
+}
 
 }  // namespace
 
 void printPng(std::ostream& out, const Picture& picture) {
-    PngWriter(out).write(picture);
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    image.width = picture.width();
+    image.height = picture.height();
+    image.format = pngFormat(picture.samples());
+    png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
+    std::vector<char> file(size);
+    if (!png_image_write_to_memory(&image, file.data(), &size, 0, picture.row(0), 0, nullptr)) {
+        throw Failure{ExitCode::kLibraryFailure, "PNG_FAILURE", std::nullopt,
+                      std::string("cannot encode the picture: ") + image.message};
+    }
+    out.write(file.data(), static_cast<std::streamsize>(size));
 }
 
 }  // namespace grallocinfo
