@@ -1,5 +1,6 @@
-// query --svg and --draw: the drawing's numbers against the query's.
+// Drawings of a buffer's planes, and the pictures in its pixels.
 #include <algorithm>
+#include <cmath>
 #include <regex>
 #include <sstream>
 
@@ -8,118 +9,78 @@
 
 #include "tests/tool/Tool.h"
 #include "tools/grallocinfo/Geometry.h"
+#include "tools/grallocinfo/Pixels.h"
 
 namespace zelkcam::test {
 
 namespace {
 
-// A rectangle of the picture, in its pixels.
+using namespace grallocinfo;
+using testing::HasSubstr;
+using testing::Not;
+
 struct Box {
     double x, y, width, height;
 };
 
-struct DrawnPlane {
-    uint64_t offset, size, rowStride;
-    Box outline;
-    Box picture;
-};
-
-// The first match of `pattern` from `text` on.
-std::smatch match(const std::string& text, const std::string& pattern) {
-    std::smatch found;
-    EXPECT_TRUE(std::regex_search(text, found, std::regex(pattern))) << pattern;
-    return found;
-}
-
+// The first box of `kind` in a plane's group, in pixels of the drawing.
 Box boxOf(const std::string& group, const std::string& kind) {
-    const std::smatch box = match(group, "class=\"" + kind +
-                                                 "\" x=\"([0-9.]+)\" y=\"([0-9.]+)\" "
-                                                 "width=\"([0-9.]+)\" height=\"([0-9.]+)\"");
+    std::smatch box;
+    const std::regex pattern("class=\"" + kind +
+                             "\" x=\"([0-9.]+)\" y=\"([0-9.]+)\" width=\"([0-9.]+)\" "
+                             "height=\"([0-9.]+)\"");
+    EXPECT_TRUE(std::regex_search(group, box, pattern)) << kind;
     return {std::stod(box[1]), std::stod(box[2]), std::stod(box[3]), std::stod(box[4])};
 }
 
-std::vector<DrawnPlane> planesIn(const std::string& svg) {
-    std::vector<DrawnPlane> planes;
+std::vector<std::string> planesIn(const std::string& svg) {
+    std::vector<std::string> groups;
     for (size_t at = 0; (at = svg.find("<g class=\"plane\"", at)) != std::string::npos; ++at) {
-        const std::string group = svg.substr(at, svg.find("</g>", at) - at);
-        const std::smatch numbers = match(
-                group, "data-offset=\"(\\d+)\" data-size=\"(\\d+)\" data-row-stride=\"(\\d+)\"");
-        planes.push_back({std::stoull(numbers[1]), std::stoull(numbers[2]), std::stoull(numbers[3]),
-                          boxOf(group, "outline"), boxOf(group, "picture")});
+        groups.push_back(svg.substr(at, svg.find("</g>", at) - at));
     }
-    return planes;
+    return groups;
 }
 
-using Extent = std::pair<uint64_t, uint64_t>;  // bytes of a row, and rows
-
-struct Case {
-    const char* format;
-    std::vector<Extent> picture;  // in each plane of 1921 x 1083
-};
-
-const Case kCases[] = {
-        {"RGB_888", {{1921 * 3, 1083}}},
-        {"RAW10", {{2402, 1083}}},
-        {"YCBCR_P010", {{3842, 1083}, {3840, 541}}},
-        {"YV12", {{1921, 1083}, {960, 541}, {960, 541}}},
-};
-
-// What is picture in planes that have room for more, in each direction, than the host's ever have.
-std::vector<Extent> pictureIn(int32_t format, size_t planes, int32_t width, int32_t height) {
+zcam::GrallocStaticInfo layoutOf(int32_t format, int32_t width, int32_t height,
+                                 std::vector<zcam::GrallocStaticInfo::Plane> planes) {
     zcam::GrallocStaticInfo layout;
     layout.format = format;
     layout.widthInPixels = width;
     layout.heightInPixels = height;
-    layout.planes.assign(planes, {1000 * 1000 + 1, 1000});
-    std::vector<Extent> picture;
-    for (const grallocinfo::PlaneGeometry& plane : grallocinfo::geometryOf(layout).planes) {
-        EXPECT_EQ(plane.stridePadding(), 1000 - plane.pictureRowBytes);
-        EXPECT_EQ(plane.verticalPadding(), 1000 - plane.pictureRows);
-        EXPECT_EQ(plane.tailBytes, 1u);
-        picture.push_back({plane.pictureRowBytes, plane.pictureRows});
-    }
-    return picture;
+    layout.planes = std::move(planes);
+    return layout;
 }
 
-auto charactersOf(const std::string& line) {
-    return std::count_if(line.begin(), line.end(), [](char byte) { return (byte & 0xC0) != 0x80; });
-}
+using Extent = std::pair<uint64_t, uint64_t>;  // bytes of a row, and rows
 
 }  // namespace
 
-TEST(Picture, ShowsTheQuerysNumbersToScale) {
+TEST(Drawing, IsToScale) {
     const ScratchFolder folder;
-    for (const Case& drawn : kCases) {
-        SCOPED_TRACE(drawn.format);
-        const Words query{"query", drawn.format, "1921x1083"};
-        const Json answer = runForDocument(query, "query")["planes"];
-        ASSERT_EQ(runTool({query[0], query[1], query[2], "--svg", folder / "p.svg"}).status, 0);
-        const auto planes = planesIn(contentsOf(folder / "p.svg"));
-        ASSERT_EQ(planes.size(), answer.size());
-        // One scale for all planes: that of the first.
-        const double across = planes[0].outline.width / double(planes[0].rowStride);
-        const double down =
-                planes[0].outline.height * double(planes[0].rowStride) / double(planes[0].size);
-        uint64_t offset = 0;
-        double y = planes[0].outline.y;
-        for (size_t i = 0; i < planes.size(); ++i) {
-            SCOPED_TRACE(i);
-            const auto& [at, size, rowStride, outline, picture] = planes[i];
-            EXPECT_EQ(at, offset);
-            EXPECT_EQ(size, answer[i]["sizeInBytes"]);
-            EXPECT_EQ(rowStride, answer[i]["rowStrideInBytes"]);
-            EXPECT_NEAR(outline.width, double(rowStride) * across, 0.1);
-            EXPECT_NEAR(outline.height, double(size) / double(rowStride) * down, 0.1);
-            EXPECT_NEAR(outline.y, y, 0.1);
-            EXPECT_NEAR(picture.width, double(drawn.picture[i].first) * across, 0.1);
-            EXPECT_NEAR(picture.height, double(drawn.picture[i].second) * down, 0.1);
-            offset += size;
-            y += outline.height;
-        }
+    const Json answer = runForDocument({"query", "YV12", "1921x1083"})["planes"];
+    ASSERT_EQ(runTool({"query", "YV12", "1921x1083", "--svg", folder / "p.svg"}).status, 0);
+    const auto planes = planesIn(contentsOf(folder / "p.svg"));
+    ASSERT_EQ(planes.size(), 3u);
+    const Extent kPictures[] = {{1921, 1083}, {960, 541}, {960, 541}};
+    // One scale for all planes: that of the first one's picture.
+    const double across = boxOf(planes[0], "picture").width / 1921;
+    const double down = boxOf(planes[0], "picture").height / 1083;
+    double y = boxOf(planes[0], "outline").y;
+    for (size_t i = 0; i < planes.size(); ++i) {
+        const auto stride = answer[i]["rowStrideInBytes"].get<double>();
+        const Box outline = boxOf(planes[i], "outline");
+        const Box picture = boxOf(planes[i], "picture");
+        EXPECT_NEAR(outline.width, stride * across, 0.1);
+        EXPECT_NEAR(outline.height, answer[i]["sizeInBytes"].get<double>() / stride * down, 0.1);
+        EXPECT_NEAR(outline.y, y, 0.1);
+        EXPECT_NEAR(picture.width, double(kPictures[i].first) * across, 0.1);
+        EXPECT_NEAR(picture.height, double(kPictures[i].second) * down, 0.1);
+        y += outline.height;
     }
 }
 
-TEST(Picture, TellsPaddingOfBothDirectionsFromPictureInEveryFormat) {
+// In planes that have room for more, in each direction, than the host's ever have.
+TEST(Drawing, TellsPaddingOfBothDirectionsFromPictureInEveryFormat) {
     const std::vector<Extent> bytes{{61, 47}}, raw10{{77, 47}}, twoBytes{{122, 47}},
             threeBytes{{183, 47}}, fourBytes{{244, 47}}, unknown{{1000, 1000}},
             semiPlanar{{61, 47}, {60, 23}}, tenBits{{122, 47}, {120, 23}},
@@ -129,40 +90,142 @@ TEST(Picture, TellsPaddingOfBothDirectionsFromPictureInEveryFormat) {
             {0x14, twoBytes},   {0x20, twoBytes},    {0x21, bytes},       {0x24, unknown},
             {0x25, raw10},      {0x36, tenBits},     {0x111, raw10},      {0x1000, semiPlanar},
             {0x12345, unknown}, {0x20203859, bytes}, {0x32315659, planar}};
-    for (const auto& [format, picture] : kFormats) {
-        EXPECT_EQ(pictureIn(format, picture.size(), 61, 47), picture) << format;
+    for (const auto& [format, pictures] : kFormats) {
+        const auto layout = layoutOf(format, 61, 47, {pictures.size(), {1000 * 1000 + 1, 1000}});
+        const BufferGeometry geometry = geometryOf(layout);
+        for (size_t i = 0; i < pictures.size(); ++i) {
+            const PlaneGeometry& plane = geometry.planes[i];
+            EXPECT_EQ(Extent(plane.pictureRowBytes, plane.pictureRows), pictures[i]) << format;
+            EXPECT_EQ(plane.tailBytes, 1u);
+        }
     }
 }
 
-TEST(Picture, InTheTerminalListsTheSameNumbersWithinItsWidth) {
-    const Json planes = runForDocument({"query", "YV12", "1921x1083"}, "query")["planes"];
+TEST(Drawing, KeepsWithinATerminalAndItsColoursOffOtherThings) {
     const Words draw{"query", "YV12", "1921x1083", "--draw"};
-    const std::string drawing = runOnTerminal(draw, {"COLUMNS=60", "NO_COLOR=1"});
-    std::string offsets = "offset +", sizes = "size +", strides = "row stride +";
-    uint64_t offset = 0;
-    for (const Json& plane : planes) {
-        offsets += std::to_string(offset) + " *";
-        sizes += plane["sizeInBytes"].dump() + " *";
-        strides += plane["rowStrideInBytes"].dump() + " *";
-        EXPECT_THAT(drawing, testing::HasSubstr(" at " + std::to_string(offset) + "\r\n"));
-        offset += plane["sizeInBytes"].get<uint64_t>();
-    }
-    for (const std::string& row : {offsets, sizes, strides}) {
-        EXPECT_THAT(drawing, testing::ContainsRegex(row + "\r"));
-    }
-    std::istringstream lines(drawing);
+    constexpr char kEscape[] = "\033[";
+    std::istringstream lines(runOnTerminal(draw, {"COLUMNS=60", "TERM=xterm", "NO_COLOR=1"}));
     for (std::string line; std::getline(lines, line);) {
-        EXPECT_TRUE(line.find("█") == std::string::npos || charactersOf(line) <= 60 + 1) << line;
+        const auto characters = std::count_if(line.begin(), line.end(),
+                                              [](char byte) { return (byte & 0xC0) != 0x80; });
+        EXPECT_TRUE(line.find("█") == std::string::npos || characters <= 60 + 1) << line;
+        EXPECT_THAT(line, Not(HasSubstr(kEscape)));
     }
+    EXPECT_THAT(runTool(draw).out, Not(HasSubstr(kEscape)));
+    EXPECT_THAT(runOnTerminal(draw, {"TERM=xterm", "NO_COLOR="}), HasSubstr(kEscape));
+    EXPECT_THAT(runOnTerminal(draw, {"TERM=dumb", "NO_COLOR="}), Not(HasSubstr(kEscape)));
 }
 
-TEST(Picture, ASizeOfOnePixelCanBeDrawn) {
+TEST(Drawing, ASizeOfOnePixelCanBeDrawn) {
     const ScratchFolder folder;
     for (const char* const format : {"YV12", "BLOB", "RAW_OPAQUE", "CAMERA_OPAQUE"}) {
         const Outcome outcome =
                 runTool({"query", format, "1x1", "--draw", "--svg", folder / "p.svg"});
         EXPECT_EQ(outcome.status, 0) << format << outcome.err;
         EXPECT_THAT(contentsOf(folder / "p.svg"), testing::EndsWith("</svg>\n"));
+    }
+}
+
+namespace {
+
+// A picture written into planes that hold not a byte more than it needs, and read back. Bytes
+// behind the planes must stay as they were.
+Picture throughBuffer(const zcam::GrallocStaticInfo& layout, const Picture& drawn) {
+    uint64_t size = 0;
+    for (const auto& plane : layout.planes) {
+        size += plane.sizeInBytes;
+    }
+    std::vector<uint8_t> bytes(size + 64, 0xA5);
+    const LockedBuffer buffer{bytes.data(), size, layout};
+    EXPECT_TRUE(holdsPicture(buffer));
+    writePicture(buffer, drawn);
+    EXPECT_EQ(std::count(bytes.end() - 64, bytes.end(), 0xA5), 64) << layout.format;
+    return readPicture(buffer);
+}
+
+// Linear light of 16 bits as the sRGB level that it is shown as.
+int levelOf(uint16_t light) {
+    const double linear = light / 65535.0;
+    const double level =
+            linear <= 0.0031308 ? linear * 12.92 : 1.055 * std::pow(linear, 1 / 2.4) - 0.055;
+    return static_cast<int>(std::lround(level * 255));
+}
+
+// The largest difference of any sample. Grey is compared with the drawing's grey.
+int difference(const Picture& drawn, Picture& read) {
+    const bool isGrey =
+            read.samples() == Samples::kGrey8 || read.samples() == Samples::kLinearGrey16;
+    const bool isWide =
+            read.samples() == Samples::kLinearRgb16 || read.samples() == Samples::kLinearGrey16;
+    int most = 0;
+    for (uint32_t y = 0; y < drawn.height(); ++y) {
+        for (uint32_t i = 0; i < drawn.width() * (isGrey ? 1 : 3); ++i) {
+            const uint8_t* const colour = drawn.row(y) + (isGrey ? i * 3 : i);
+            const int expected =
+                    isGrey ? (299 * colour[0] + 587 * colour[1] + 114 * colour[2]) / 1000 : *colour;
+            const int actual = isWide ? levelOf(read.row16(y)[i]) : read.row(y)[i];
+            most = std::max(most, std::abs(expected - actual));
+        }
+    }
+    return most;
+}
+
+}  // namespace
+
+TEST(Pixels, APictureComesBackFromEveryFormatAtOddSizes) {
+    constexpr uint64_t w = 321, h = 183, cw = w / 2, ch = h / 2;
+    const std::pair<Samples, zcam::GrallocStaticInfo> kLayouts[] = {
+            {Samples::kRgb8, layoutOf(0x1, w, h, {{w * 4 * h, w * 4}})},
+            {Samples::kRgb8, layoutOf(0x3, w, h, {{w * 3 * h, w * 3}})},
+            {Samples::kRgb8, layoutOf(0x5, w, h, {{w * 4 * h, w * 4}})},
+            {Samples::kRgb8, layoutOf(0x11, w, h, {{w * h, w}, {w * ch - 1, w}})},
+            {Samples::kRgb8, layoutOf(0x14, w, h, {{(w + 1) * 2 * h, (w + 1) * 2}})},
+            {Samples::kLinearGrey16, layoutOf(0x20, w, h, {{w * 2 * h, w * 2}})},
+            {Samples::kLinearGrey16, layoutOf(0x25, w, h, {{405 * h, 405}})},
+            {Samples::kLinearGrey16, layoutOf(0x26, w, h, {{483 * h, 483}})},
+            {Samples::kLinearRgb16,
+             layoutOf(0x36, w, h, {{w * 2 * h, w * 2}, {w * 2 * ch - 2, w * 2}})},
+            {Samples::kRgb8, layoutOf(0x1000, w, h, {{w * h, w}, {w * ch - 1, w}})},
+            {Samples::kGrey8, layoutOf(0x20203859, w, h, {{w * h, w}})},
+            {Samples::kRgb8,
+             layoutOf(0x32315659, w, h, {{w * h, w}, {cw * ch, cw}, {cw * ch, cw}})},
+    };
+    const Picture drawn = drawPattern("ramp", w, h);
+    for (auto [samples, layout] : kLayouts) {
+        SCOPED_TRACE(layout.format);
+        Picture read = throughBuffer(layout, drawn);
+        EXPECT_EQ(read.samples(), samples);
+        // What neighbours share of their chroma, and rounding.
+        EXPECT_LE(difference(drawn, read), 6);
+        std::vector<uint8_t> bytes(4 * w * h);
+        layout.planes.back().sizeInBytes -= 1;
+        EXPECT_FALSE(holdsPicture({bytes.data(), bytes.size(), layout}));
+    }
+}
+
+TEST(Pixels, PackedSensorSamplesKeepTheirBits) {
+    // Four samples: 1023, 0, 1, 512; two samples: 4095, 1.
+    uint8_t raw10[] = {0xFF, 0x00, 0x00, 0x80, 0b00010011};
+    uint8_t raw12[] = {0xFF, 0x00, 0x1F};
+    Picture ten = readPicture({raw10, sizeof(raw10), layoutOf(0x25, 4, 1, {{5, 5}})});
+    Picture twelve = readPicture({raw12, sizeof(raw12), layoutOf(0x26, 2, 1, {{3, 3}})});
+    EXPECT_THAT(std::vector<uint16_t>(ten.row16(0), ten.row16(0) + 4),
+                testing::ElementsAre(0xFFFF, 0, 64, 0x8020));
+    EXPECT_THAT(std::vector<uint16_t>(twelve.row16(0), twelve.row16(0) + 2),
+                testing::ElementsAre(0xFFFF, 16));
+}
+
+TEST(Pixels, ALayoutThatClaimsMoreThanTheBufferHoldsIsRefused) {
+    std::vector<uint8_t> bytes(64 * 64 * 2);
+    const uint64_t huge = UINT64_MAX;
+    for (const auto& layout : {layoutOf(0x1000, 64, 64, {{4096, 64}}),
+                               layoutOf(0x1000, 64, 64, {{huge, 64}, {2048, 64}}),
+                               layoutOf(0x1000, 64, 64, {{4096, 64}, {huge, 64}}),
+                               layoutOf(0x20203859, 64, 64, {{4096, huge}}),
+                               layoutOf(0x20203859, 64, INT32_MAX, {{4096, 64}}),
+                               layoutOf(0x20203859, -64, 64, {{4096, 64}}),
+                               layoutOf(0x20203859, 65, 64, {{8192, 64}})}) {
+        EXPECT_FALSE(holdsPicture({bytes.data(), bytes.size(), layout}));
     }
 }
 

@@ -2,64 +2,41 @@
 
 #include <fcntl.h>
 #include <signal.h>
-#include <spawn.h>
 #include <stdlib.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
-#include <string_view>
 
 #include <gtest/gtest.h>
-
-#include "tests/tool/Schema.h"
 
 namespace zelkcam::test {
 
 namespace {
 
-std::vector<char*> pointersTo(const Words& words) {
-    std::vector<char*> pointers;
-    for (const std::string& word : words) {
-        pointers.push_back(const_cast<char*>(word.c_str()));
+// `environment` holds NAME=VALUE words.
+pid_t start(Words arguments, Words environment, int out, int err) {
+    const pid_t process = fork();
+    if (process != 0) {
+        EXPECT_GT(process, 0);
+        return process;
     }
-    pointers.push_back(nullptr);
-    return pointers;
-}
-
-// `additions` and what of our own environment they do not set: of two variables of one name
-// programs take different ones.
-Words environmentWith(const Words& additions) {
-    Words environment = additions;
-    for (char** variable = environ; *variable; ++variable) {
-        const std::string_view text = *variable;
-        const std::string_view name = text.substr(0, text.find('=') + 1);
-        if (std::none_of(additions.begin(), additions.end(),
-                         [=](const std::string& addition) { return addition.starts_with(name); })) {
-            environment.emplace_back(text);
-        }
+    for (std::string& variable : environment) {
+        putenv(variable.data());
     }
-    return environment;
-}
-
-pid_t start(Words arguments, const Words& additions, int out, int err) {
-    arguments.insert(arguments.begin(), GRALLOCINFO_FILE);
-    const Words environment = environmentWith(additions);
-    posix_spawn_file_actions_t files;
-    posix_spawn_file_actions_init(&files);
-    posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_adddup2(&files, out, STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&files, err, STDERR_FILENO);
-    pid_t process = -1;
-    EXPECT_EQ(posix_spawn(&process, GRALLOCINFO_FILE, &files, nullptr, pointersTo(arguments).data(),
-                          pointersTo(environment).data()),
-              0);
-    posix_spawn_file_actions_destroy(&files);
-    return process;
+    std::vector<char*> words{const_cast<char*>(GRALLOCINFO_FILE)};
+    for (std::string& argument : arguments) {
+        words.push_back(argument.data());
+    }
+    words.push_back(nullptr);
+    dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
+    dup2(out, STDOUT_FILENO);
+    dup2(err, STDERR_FILENO);
+    execv(words[0], words.data());
+    _exit(127);
 }
 
 int statusOf(pid_t process) {
@@ -112,13 +89,11 @@ Outcome runInto(const std::string& file, const Words& arguments) {
     return {status, "", textOf(err)};
 }
 
-Json runForDocument(Words arguments, const std::string& kind, const Words& environment) {
+Json runForDocument(Words arguments, const Words& environment, int status) {
     arguments.push_back("--json");
     const Outcome outcome = runTool(arguments, environment);
-    const Json document = outcome.document();
-    EXPECT_EQ(schemaError(document, kind), "") << testing::PrintToString(arguments) << outcome.out;
-    EXPECT_EQ(outcome.status == 0, kind != "failure") << testing::PrintToString(arguments);
-    return document;
+    EXPECT_EQ(outcome.status, status) << testing::PrintToString(arguments) << outcome.err;
+    return outcome.document();
 }
 
 std::string runOnTerminal(const Words& arguments, const Words& environment) {

@@ -28,8 +28,8 @@ Outcome runTool(const Words& arguments, const Words& environment = {});
 // Runs the program with `file` for its standard output.
 Outcome runInto(const std::string& file, const Words& arguments);
 
-// Runs the program with --json: checks that the outcome is one document of `kind` in the schema.
-Json runForDocument(Words arguments, const std::string& kind, const Words& environment = {});
+// Runs the program with --json, which is to end with `status` and one document.
+Json runForDocument(Words arguments, const Words& environment = {}, int status = 0);
 
 // What the program prints on a terminal.
 std::string runOnTerminal(const Words& arguments, const Words& environment = {});

@@ -16,12 +16,11 @@ const Words kProgram{"query", "0x23", "1921x1083", "--usage", "0x20003", "--verb
 
 TEST(Watch, ShowsTheEntriesOfAProgramWhicheverLogItWrites) {
     const ScratchFolder folder;
-    const Json answer =
-            runForDocument({"query", "0x23", "1921x1083", "--usage", "0x20003"}, "query");
+    const Json answer = runForDocument({"query", "0x23", "1921x1083", "--usage", "0x20003"});
     for (const char* const output : {"ZELKCAM_ULOG_MODE=1", "ZELKCAM_ULOG_MODE=2"}) {
         SCOPED_TRACE(output);
         writeContents(folder / "log", runTool(kProgram, {"ZELKCAM_ULOG_LEVEL=5", output}).err);
-        const Json document = runForDocument({"watch", folder / "log"}, "watch");
+        const Json document = runForDocument({"watch", folder / "log"});
         // The request's own entry, and the one that serves the format it was resolved to.
         ASSERT_EQ(document["entries"].size(), 2u);
         const Json& entry = document["entries"][0];
@@ -35,16 +34,15 @@ TEST(Watch, ShowsTheEntriesOfAProgramWhicheverLogItWrites) {
 
 TEST(Watch, PrintsAnEntryForPeople) {
     const ScratchFolder folder;
-    writeContents(folder / "log",
-                  "11-21 08:00:00.000  1 2 I Other: line\n"
-                  "11-21 08:00:00.000  1 2 D ZelkCam/GrallocHelper: [dump] ****\n"
-                  "11-21 08:00:00.000  1 2 D ZelkCam/GrallocHelper: [dump] !!!gralloc time: 57 us\n"
-                  "11-21 08:00:00.000  1 2 D ZelkCam/GrallocHelper: [dump] 64x48 "
-                  "usage:0x00000000(0) format:0x00001000(NV12) -->\n"
-                  "11-21 08:00:00.000  1 2 D ZelkCam/GrallocHelper: [dump] 64x48 "
-                  "usage:0x00000000(0) format:0x00001000(NV12)\n"
-                  "11-21 08:00:00.000  1 2 D ZelkCam/GrallocHelper: [dump]   [0] "
-                  "sizeInBytes:3072 rowStrideInBytes:64\n");
+    constexpr char kLed[] = "11-21 08:00:00.000  1 2 D ZelkCam/GrallocHelper: [dump] ";
+    std::string log = "11-21 08:00:00.000  1 2 I Other: line\n";
+    for (const char* const line :
+         {"****", "!!!gralloc time: 57 us", "64x48 usage:0x00000000(0) format:0x00001000(NV12) -->",
+          "64x48 usage:0x00000000(0) format:0x00001000(NV12)",
+          "  [0] sizeInBytes:3072 rowStrideInBytes:64"}) {
+        log += std::string(kLed) + line + "\n";
+    }
+    writeContents(folder / "log", log);
     EXPECT_EQ(runTool({"watch", folder / "log"}).out,
               "64x48 NV12 (0x1000)  usage 0 (0x0)\n"
               "  -> 64x48 NV12 (0x1000)  allocated in 57 us\n"
@@ -58,8 +56,8 @@ TEST(Watch, LinesThatBeginOrLookLikeADumpWithoutBeingOneAreLeftOut) {
                   "[dump] 1x1 usage:0x1(a) format:0x1(b)\n"
                   "[dump] 1x1 usage: format:\n[dump] \n[dump]" +
                           std::string(100000, '[') + "\n");
-    EXPECT_TRUE(runForDocument({"watch", folder / "log"}, "watch")["entries"].empty());
-    EXPECT_TRUE(runForDocument({"watch"}, "watch")["entries"].empty());
+    EXPECT_TRUE(runForDocument({"watch", folder / "log"})["entries"].empty());
+    EXPECT_TRUE(runForDocument({"watch"})["entries"].empty());
 }
 
 }  // namespace zelkcam::test
