@@ -76,7 +76,7 @@ TEST(Attach, APictureThatOneProcessDrawsIsWhatAnotherSaves) {
     RunningTool server({"share", "YCBCR_P010", "321x183", socket}, "serving");
     EXPECT_EQ(runTool({"attach", socket, "--fill", "ramp"}).status, 0);
     EXPECT_EQ(runTool({"attach", socket, "--png", folder / "p.png"}).status, 0);
-    EXPECT_EQ(server.end(), 0);
+    EXPECT_EQ(server.end().status, 0);
     EXPECT_FALSE(std::filesystem::exists(socket));
     png_image image = {};
     image.version = PNG_IMAGE_VERSION;
@@ -164,7 +164,7 @@ TEST(Attach, ABufferWithoutAPictureOrForOthersEyesIsRefused) {
          {attachTo(Buffer(0x11, kReadOften).handle, {"--fill", "bars"}),
           attachTo(Buffer(0x11, kProtected).handle, {"--png", "/dev/null"})}) {
         EXPECT_EQ(locked.status, 1);
-        EXPECT_THAT(locked.err, HasSubstr("the lock answered 3"));
+        EXPECT_THAT(locked.err, HasSubstr("the lock answered 3 (BAD_VALUE)"));
     }
 }
 
@@ -178,6 +178,39 @@ TEST(Attach, WhatIsNoBufferIsRefusedByTheImport) {
     EXPECT_EQ(outcome.document()["error"]["code"], "IMPORT_REFUSED");
     native_handle_close(handle);
     native_handle_delete(handle);
+}
+
+TEST(Attach, ABuffersBytesAreSavedAndLoaded) {
+    const ScratchFolder folder;
+    const Buffer buffer(0x26);  // a format without a layout rule: the mapper's planes serve
+    const std::string raw = folder / "raw";
+    EXPECT_EQ(attachTo(buffer.handle, {"--fill", "ramp"}).status, 0);
+    EXPECT_EQ(attachTo(buffer.handle, {"--raw", raw, "--png", folder / "a.png"}).status, 0);
+    EXPECT_EQ(attachTo(buffer.handle, {"--fill", "bars"}).status, 0);
+    EXPECT_EQ(attachTo(buffer.handle, {"--load", raw, "--png", folder / "b.png"}).status, 0);
+    EXPECT_EQ(contentsOf(folder / "a.png"), contentsOf(folder / "b.png"));
+    writeContents(raw, contentsOf(raw) + "x");
+    const Outcome tooLong = attachTo(buffer.handle, {"--load", raw});
+    EXPECT_EQ(tooLong.status, 2);
+    EXPECT_THAT(tooLong.err, HasSubstr("expected the buffer's"));
+}
+
+TEST(Attach, WhatIsNoHandleAndSilenceHaveNamesOfTheirOwn) {
+    for (const auto& [sent, code] :
+         {std::pair{"GET / HTTP/1.1\r\n\r\n and more than a header", "NOT_A_BUFFER"},
+          std::pair{"", "SERVER_TIMEOUT"}}) {
+        const ScratchFolder folder;
+        const auto listener = host::listenAt(folder / "socket");
+        std::thread server([&, bytes = std::string(sent)] {
+            const auto client = listener.value.accept();
+            EXPECT_EQ(write(client.value.get(), bytes.data(), bytes.size()), ssize_t(bytes.size()));
+            char end;
+            (void)!read(client.value.get(), &end, 1);  // until the tool has gone
+        });
+        const Json document = runForDocument({"attach", folder / "socket"}, {}, 1);
+        EXPECT_EQ(document["error"]["code"], code);
+        server.join();
+    }
 }
 
 TEST(Attach, AServerThatSendsNothingIsAFailure) {

@@ -25,11 +25,11 @@ struct UnusableCase {
 };
 
 const UnusableCase kUnusable[] = {
-        {{}, "one of query, formats, name"},
-        {{"bogus"}, "'bogus' is not a command: expected a command, one of query, formats, name"},
+        {{}, "one of query, formats, name, list, info"},
+        {{"bogus"}, "'bogus' is not a command: expected a command, one of query, formats"},
         {{"query", "NV12"}, "grallocinfo query FORMAT WIDTHxHEIGHT"},
-        {{"query", "NV13", "64x64"}, "a name that 'grallocinfo formats' lists"},
-        {{"query", "nv12", "64x64"}, "a name that 'grallocinfo formats' lists"},
+        {{"query", "NV13", "64x64"}, "did you mean NV12?"},
+        {{"query", "RGB8888", "64x64"}, "did you mean RGB_888?"},
         {{"query", "", "64x64"}, "a number from 0 to 0xffffffff"},
         {{"query", "-1", "64x64"}, "a number from 0 to 0xffffffff"},
         {{"query", "1\nNV12", "64x64"}, "a number from 0 to 0xffffffff"},
@@ -40,10 +40,13 @@ const UnusableCase kUnusable[] = {
         {{"query", "NV12", "1x18446744073709551617"}, "WIDTHxHEIGHT"},
         {{"query", "NV12", "64x64x64"}, "WIDTHxHEIGHT"},
         {{"query", "NV12", "64x64 "}, "WIDTHxHEIGHT"},
-        {{"query", "NV12", "64x64", "--usage", "junk"}, "names joined by '|'"},
+        {{"query", "NV12", "64x64", "--usage", "HW_TEXTURE|HW_RENDRE"}, "did you mean HW_RENDER?"},
         {{"query", "NV12", "64x64", "--usage", "SW_READ_OFTEN|"}, "names joined by '|'"},
         {{"query", "NV12", "64x64", "--backend", "gl"}, "aidl or hidl"},
         {{"query", "NV12", "64x64", "--svg", ""}, "grallocinfo query"},
+        {{"query", "NV12", "64x64", "--json", "--draw"}, "the document has a picture's numbers"},
+        {{"list", "colours"}, "formats, usages or dataspaces"},
+        {{"diff", "-", "/nonexistent/b.json"}, "grallocinfo formats --json"},
         {{"name", "--format", "1", "--usage", "1"}, "grallocinfo name"},
         {{"name", "--dataspace", "-2147483649"}, "a number of 32 bits"},
         {{"name", "--dataspace", "STANDARD_BT2021"}, "names joined by '|'"},
@@ -56,7 +59,8 @@ const UnusableCase kUnusable[] = {
         {{"run", "--", "/nonexistent/program"}, "a program and its arguments"},
         {{"attach", "/nonexistent/socket"}, "one that a buffer is served at"},
         {{"attach", "/nonexistent/socket", "--fill", "plaid"}, "bars|ramp|checker"},
-        {{"attach", "s", "--fill", "bars", "--png", "p"}, "grallocinfo attach SOCKET-PATH"},
+        {{"attach", "s", "--fill", "bars", "--load", "p"}, "grallocinfo attach SOCKET-PATH"},
+        {{"attach", "s", "--png", "-", "--raw", "-"}, "files for the others"},
 };
 
 }  // namespace
@@ -65,14 +69,18 @@ TEST(CommandLine, UnusableArgumentsGetOneLineThatNamesWhatWasExpected) {
     for (const UnusableCase& unusable : kUnusable) {
         SCOPED_TRACE(testing::PrintToString(unusable.arguments));
         Words arguments = unusable.arguments;
-        arguments.insert(arguments.begin() + (arguments.empty() ? 0 : 1), "--json");
+        const bool takesJson = arguments.empty() || arguments[0] != "run";
+        if (takesJson) {
+            arguments.insert(arguments.begin() + (arguments.empty() ? 0 : 1), "--json");
+        }
         const Outcome outcome = runTool(arguments);
         EXPECT_EQ(outcome.status, 2);
         EXPECT_EQ(linesOf(outcome.err), 1u) << outcome.err;
         EXPECT_THAT(outcome.err, AllOf(StartsWith("grallocinfo: "), HasSubstr("expected "),
                                        HasSubstr(unusable.expected)));
-        const Json document = outcome.document();
-        EXPECT_EQ(document["error"]["code"], "UNUSABLE_ARGUMENTS");
+        if (takesJson) {
+            EXPECT_EQ(outcome.document()["error"]["code"], "UNUSABLE_ARGUMENTS");
+        }
     }
     EXPECT_THAT(runTool({"query", "NV12"}).out, IsEmpty());
 }
@@ -149,6 +157,26 @@ TEST(CommandLine, OutputThatCannotBeWrittenIsAFailure) {
         EXPECT_THAT(full.err, HasSubstr(": No space left on device\n"));
         EXPECT_EQ(linesOf(full.err), 1u);
     }
+}
+
+TEST(CommandLine, AFileAppearsWholeOrNotAtAllAndADashIsAStandardStream) {
+    const ScratchFolder folder;
+    writeContents(folder / "raw", "as it was");
+    RunningTool server({"share", "NV12", "64x48", folder / "socket"}, "serving");
+    const std::string printed =
+            printedBy("trap '' XFSZ; ulimit -f 1; grallocinfo attach socket --raw raw; echo $?; ls",
+                      folder / "");
+    EXPECT_THAT(printed,
+                AllOf(HasSubstr("cannot write"), testing::EndsWith("1\nprinted\nraw\nsocket\n")));
+    EXPECT_EQ(contentsOf(folder / "raw"), "as it was");
+    EXPECT_THAT(printedBy("grallocinfo query NV12 64x48 --svg -", folder / ""),
+                AllOf(StartsWith("<svg "), testing::EndsWith("</svg>\n")));
+    EXPECT_EQ(printedBy("touch p.svg; ln -s p.svg link; grallocinfo query NV12 64x48 --svg link "
+                        ">text && "
+                        "test -L link && head -c 4 p.svg; grallocinfo formats 64x64 --json >a.json;"
+                        "grallocinfo formats 64x64 --json | grallocinfo diff - a.json",
+                        folder / ""),
+              "<svgno difference in 20 formats\n");
 }
 
 }  // namespace zelkcam::test

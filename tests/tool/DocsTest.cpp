@@ -15,15 +15,6 @@ namespace {
 const std::filesystem::path kDocs = DOCS_FOLDER;
 constexpr char kPage[] = "grallocinfo.md";
 
-// What a shell in `folder` prints, errors included.
-std::string printedBy(const std::string& command, const std::string& folder) {
-    const std::string tool = std::filesystem::path(GRALLOCINFO_FILE).parent_path();
-    const std::string script = "cd '" + folder + "' && PATH='" + tool + "':$PATH && { " + command +
-                               "; } >printed 2>&1";
-    EXPECT_EQ(system(script.c_str()), 0) << command;  // NOLINT(cert-env33-c): the page is ours
-    return contentsOf(folder + "/printed");
-}
-
 // A block with what its commands print now.
 std::string blockAnew(const std::string& block, const std::string& folder) {
     std::string text;

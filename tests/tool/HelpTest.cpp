@@ -75,4 +75,45 @@ TEST(Help, EveryCommandHasExamplesAndTheManPageHasItsOptions) {
     EXPECT_THAT(runTool({"--version"}).out, testing::MatchesRegex("grallocinfo [0-9.]+\n"));
 }
 
+namespace {
+
+// What bash offers for the words of `line`, the last of which is being typed.
+std::string offered(const std::string& line) {
+    const ScratchFolder folder;
+    writeContents(folder / "a b.json", "");
+    return printedBy("cat >script <<'END'\nsource " TOOL_FOLDER
+                     "/grallocinfo.bash\n"
+                     "COMP_WORDS=(grallocinfo " +
+                             line + ")\n" +
+                             "COMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n_grallocinfo\n"
+                             "printf '%s\\n' \"${COMPREPLY[@]}\"\nEND\nbash script",
+                     folder / "");
+}
+
+}  // namespace
+
+// Only bash is asked: the three scripts hand on what the program itself answers.
+TEST(Help, CompletionOffersWhatMayFollow) {
+    Names options = optionsIn(helpOf({"attach"}));
+    options.insert("help");
+    EXPECT_EQ(allOf(offered("attach --"), "--([a-z-]+)\n"), options);
+    EXPECT_EQ(allOf(offered("''"), "([a-z]+)\n"), commandsIn(helpOf({})));
+    const std::pair<const char*, const char*> kCases[] = {
+            {"query ycr", "YCrCb_420_SP\n"},
+            {"query --json yv", "YV12\n"},
+            {"query --usage HW_TEXTURE ycr", "YCrCb_420_SP\n"},
+            {"query NV12 64x64 --backend ''", "aidl\nhidl\n"},
+            {"query NV12 64x64 --usage \"'HW_TEXTURE|SW_READ_O\"", "HW_TEXTURE|SW_READ_OFTEN\n"},
+            {"query NV12 64x64 --usage 'HW_TEXTURE\\|SMV'", "HW_TEXTURE\\|SMVR\n"},
+            {"list ''", "formats\nusages\ndataspaces\n"},
+            {"name --dataspace V0_J", "V0_JFIF\n"},
+            {"attach socket --fill r", "ramp\n"},
+            {"diff a", "a b.json\n"},
+            {"share NV12 64x64 a", "a b.json\n"},
+            {"query NV12 64x64 no", "\n"}};
+    for (const auto& [line, expected] : kCases) {
+        EXPECT_EQ(offered(line), expected) << line;
+    }
+}
+
 }  // namespace zelkcam::test

@@ -1,9 +1,12 @@
 // The words of a command line as codes, and name, which prints the one for the other.
+#include <map>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/tool/Tool.h"
 #include "tools/grallocinfo/Arguments.h"
+#include "tools/grallocinfo/Names.h"
 #include "utils/gralloc/IGrallocHelper.h"
 #include "utils/gralloc/NameTables.h"
 
@@ -46,6 +49,35 @@ TEST(Name, WhatTheLibraryPrintsForACodeIsReadAsThatCode) {
     }
     for (const uint32_t unnamed : {0x10C60000u, 0xA060000u, 0x5u, 0xFFFFFFFFu}) {
         expectDataspace(unnamed);
+    }
+}
+
+TEST(Name, OtherNamesOfACodeInAnyCaseAreReadToo) {
+    const std::pair<const char*, int32_t> kFormats[] = {
+            {"nv21", 0x11},       {"YV12", 0x32315659},
+            {"yuyv", 0x14},       {"HAL_PIXEL_FORMAT_YCRCB_420_SP", 0x11},
+            {"RAW_SENSOR", 0x20}, {"hal_pixel_format_raw10", 0x25},
+            {" P010 ", 0x36},     {"Yuv_420_888", 0x23}};
+    for (const auto& [name, code] : kFormats) {
+        EXPECT_EQ(parseFormat(name), code) << name;
+    }
+    EXPECT_EQ(parseUsage("cpu_read_often | GRALLOC_USAGE_HW_TEXTURE|PROTECTED"), 0x4103u);
+    EXPECT_EQ(parseDataspace("HAL_DATASPACE_STANDARD_BT2020 | transfer_hlg"), 0x2060000);
+}
+
+// A fourcc of the list is the one that the mapper reports.
+TEST(Name, ListedFourccsAreThoseOfTheMapper) {
+    std::map<int32_t, std::string> reported;
+    for (const Json& row : runForDocument({"formats", "64x64"})["formats"]) {
+        if (row["status"] == 0) {
+            reported[row["format"]] = row["allocation"]["fourccName"];
+        }
+    }
+    for (const NamedCode& code : namedCodes(CodeKind::kFormat)) {
+        const auto row = reported.find(static_cast<int32_t>(code.code));
+        if (!code.fourcc.empty() && row != reported.end()) {
+            EXPECT_EQ(code.fourcc, row->second) << code.name;
+        }
     }
 }
 

@@ -58,6 +58,20 @@ TEST(Query, PutsTheHidlMappersPlanesBesideTheHelpers) {
         EXPECT_EQ(mapper[i]["rowStrideInBytes"], document["planes"][i]["rowStrideInBytes"]);
     }
     EXPECT_EQ(mapper[1]["offsetInBytes"], mapper[0]["sizeInBytes"]);
+    // The stable-C mapper describes the same buffer, and more of it.
+    const Json& allocation = document["allocation"];
+    EXPECT_EQ(allocation["planes"], mapper);
+    EXPECT_EQ(allocation["sizeInBytes"], 64 * 48 * 3 / 2);
+    EXPECT_EQ(allocation["fourccName"], "NV12");
+    EXPECT_EQ(allocation["modifier"], 0);
+    EXPECT_EQ(mapper[1]["components"][1],
+              Json({{"name", "Cr"}, {"offsetInBits", 8}, {"sizeInBits", 8}}));
+}
+
+TEST(Query, AListOfRefusalsOnlyIsAFailure) {
+    const Outcome refused = runTool({"formats", "2147483647x2147483647"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.out, testing::HasSubstr("status -12"));
 }
 
 // A picture of 10 x 10 in two hundred bytes, and as many behind the plane.

@@ -96,6 +96,14 @@ Json runForDocument(Words arguments, const Words& environment, int status) {
     return outcome.document();
 }
 
+std::string printedBy(const std::string& command, const std::string& folder) {
+    const std::string tool = std::filesystem::path(GRALLOCINFO_FILE).parent_path();
+    const std::string script = "cd '" + folder + "' && PATH='" + tool + "':$PATH && { " + command +
+                               "\n} >printed 2>&1";
+    EXPECT_EQ(system(script.c_str()), 0) << command;  // NOLINT(cert-env33-c): the page is ours
+    return contentsOf(folder + "/printed");
+}
+
 std::string runOnTerminal(const Words& arguments, const Words& environment) {
     const int master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
     EXPECT_EQ(grantpt(master) | unlockpt(master), 0);
@@ -114,7 +122,7 @@ RunningTool::RunningTool(const Words& arguments, const std::string& ready) {
     mProcess = start(arguments, {}, ends[1], STDERR_FILENO);
     mOutput = ends[0];
     close(ends[1]);
-    const std::string text = readAll(mOutput, ready);
+    const std::string text = ready.empty() ? "" : readAll(mOutput, ready);
     EXPECT_NE(text.find(ready), std::string::npos) << text;
 }
 
@@ -123,12 +131,13 @@ RunningTool::~RunningTool() {
     close(mOutput);
 }
 
-int RunningTool::end() {
+Outcome RunningTool::end() {
     if (mProcess <= 0) {
-        return -1;
+        return {};
     }
     kill(mProcess, SIGTERM);
-    return statusOf(std::exchange(mProcess, -1));
+    const int status = statusOf(std::exchange(mProcess, -1));
+    return {status, readAll(mOutput), ""};
 }
 
 ScratchFolder::ScratchFolder() {

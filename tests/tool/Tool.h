@@ -31,20 +31,23 @@ Outcome runInto(const std::string& file, const Words& arguments);
 // Runs the program with --json, which is to end with `status` and one document.
 Json runForDocument(Words arguments, const Words& environment = {}, int status = 0);
 
+// What a shell in `folder` prints, errors included; `grallocinfo` is the program.
+std::string printedBy(const std::string& command, const std::string& folder);
+
 // What the program prints on a terminal.
 std::string runOnTerminal(const Words& arguments, const Words& environment = {});
 
 // A program that runs until it is told to end.
 class RunningTool {
   public:
-    // Returns when the program has printed `ready`, or has ended.
+    // Returns when the program has printed `ready`, if that is not empty, or has ended.
     RunningTool(const Words& arguments, const std::string& ready);
     ~RunningTool();
     RunningTool(const RunningTool&) = delete;
     RunningTool& operator=(const RunningTool&) = delete;
 
-    // Sends SIGTERM and waits: the exit status.
-    int end();
+    // Sends SIGTERM and waits: the exit status, and what was printed behind `ready`.
+    Outcome end();
 
   private:
     pid_t mProcess;

@@ -1,4 +1,9 @@
 // watch: the cache of a program, read from its log.
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -47,6 +52,36 @@ TEST(Watch, PrintsAnEntryForPeople) {
               "64x48 NV12 (0x1000)  usage 0 (0x0)\n"
               "  -> 64x48 NV12 (0x1000)  allocated in 57 us\n"
               "     plane 0  row stride 64  size 3072\n");
+}
+
+// The log is a pipe that stays open, as that of a program that runs on.
+TEST(Watch, ATerminatedWatchPrintsWhatItHasGot) {
+    const ScratchFolder folder;
+    const std::string pipe = folder / "pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    RunningTool watch({"watch", pipe, "--json"}, "");
+    const int log = open(pipe.c_str(), O_WRONLY | O_CLOEXEC);
+    constexpr char kEntry[] = "[dump] 64x48 usage:0x0(0) format:0x1000(NV12) -->\n";
+    ASSERT_EQ(write(log, kEntry, sizeof(kEntry) - 1), ssize_t(sizeof(kEntry) - 1));
+    for (int unread = 1; unread > 0; usleep(1000)) {
+        ASSERT_EQ(ioctl(log, FIONREAD, &unread), 0);
+    }
+    const Outcome outcome = watch.end();
+    close(log);
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.document()["entries"].size(), 1u);
+}
+
+TEST(Watch, ALogThatCannotBeReadIsRefusedAndOneWithoutEntriesExplained) {
+    const ScratchFolder folder;
+    EXPECT_THAT(printedBy("grallocinfo watch <&- || echo $?", folder / ""),
+                HasSubstr("cannot read standard input (Bad file descriptor)"));
+    EXPECT_THAT(runTool({"watch"}).err, HasSubstr("ZELKCAM_ULOG_LEVEL=5"));
+    // Without line ends, and larger than the memory that the program may take.
+    EXPECT_THAT(printedBy("ulimit -v 1000000; head -c 2000000000 /dev/zero | grallocinfo watch; "
+                          "echo status $?",
+                          folder / ""),
+                testing::EndsWith("status 0\n"));
 }
 
 TEST(Watch, LinesThatBeginOrLookLikeADumpWithoutBeingOneAreLeftOut) {

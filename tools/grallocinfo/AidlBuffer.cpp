@@ -5,6 +5,7 @@
 #include "platform/plexa.h"
 #include "tools/grallocinfo/Failure.h"
 #include "tools/grallocinfo/Library.h"
+#include "tools/grallocinfo/StableMapper.h"
 
 namespace grallocinfo {
 
@@ -18,7 +19,7 @@ namespace {
 Failure allocationFailure(int32_t status, const zcam::GrallocRequest& request, uint32_t usage) {
     const StatusMeaning meaning = meaningOfRefusal(request, usage);
     return {ExitCode::kLibraryFailure, meaning.code, status,
-            "the allocation answered " + std::to_string(status) + ": " + meaning.sentence};
+            "the allocation answered " + mapperStatus(status) + ": " + meaning.sentence};
 }
 
 std::shared_ptr<IAllocator> openService() {
@@ -62,8 +63,8 @@ std::optional<uint64_t> allocationSizeOf(const native_handle* handle) {
     return static_cast<uint64_t>(size);
 }
 
-std::optional<uint64_t> measureAllocation(const zcam::GrallocRequest& request) {
-    return allocationSizeOf(AidlBuffer(request, probeUsage(request)).handle());
+Allocation probeAllocation(const zcam::GrallocRequest& request) {
+    return describeAllocation(AidlBuffer(request, probeUsage(request)).handle());
 }
 
 }  // namespace grallocinfo

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 
+#include "tools/grallocinfo/Answers.h"
 #include "utils/gralloc/IGrallocInfoProvider.h"
 #include "utils/gralloc/aidl/v2/allocator/allocator.h"
 #include "utils/gralloc/aidl/v2/mapper/mapper.h"
@@ -34,10 +35,10 @@ class AidlBuffer {
     const native_handle* mHandle = nullptr;
 };
 
-// What a buffer occupies, in bytes; nothing where the buffer-attribute extension does not say.
+// What a buffer occupies, in bytes; nothing where the buffer-attribute extension does not tell.
 std::optional<uint64_t> allocationSizeOf(const native_handle* handle);
 
-// The same for the buffer that a request's probe gets.
-std::optional<uint64_t> measureAllocation(const zcam::GrallocRequest& request);
+// Allocates what a request's probe gets, and describes it.
+Allocation probeAllocation(const zcam::GrallocRequest& request);
 
 }  // namespace grallocinfo

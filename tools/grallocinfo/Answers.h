@@ -12,6 +12,13 @@
 
 namespace grallocinfo {
 
+// Where a component lies in its plane's samples.
+struct MapperComponent {
+    std::string name;  // "Cb"
+    int64_t offsetInBits = 0;
+    int64_t sizeInBits = 0;
+};
+
 // One plane as a mapper describes it.
 struct MapperPlane {
     int64_t offsetInBytes = 0;
@@ -19,8 +26,10 @@ struct MapperPlane {
     int64_t sizeInBytes = 0;
     int64_t widthInSamples = 0;
     int64_t heightInSamples = 0;
+    int64_t horizontalSubsampling = 0;  // how many pixels share a sample
+    int64_t verticalSubsampling = 0;
     int64_t sampleIncrementInBits = 0;
-    std::string components;  // "Cr@0:8 Cb@8:8": name, bit offset and bits
+    std::vector<MapperComponent> components;
 };
 
 // The probe of another backend.
@@ -30,12 +39,22 @@ struct MapperAnswer {
     std::vector<MapperPlane> planes;
 };
 
+// What the mapper reports about a buffer beside its layout; empty where it does not.
+struct Allocation {
+    std::optional<uint64_t> sizeInBytes;
+    std::optional<uint32_t> fourcc;
+    std::string fourccName;
+    std::optional<uint64_t> modifier;
+    std::vector<MapperPlane> planes;
+};
+
 // One row of the format list.
 struct FormatRow {
     LayoutAnswer answer;
     int32_t status = 0;
     StatusMeaning meaning;    // when status is not 0
     BufferGeometry geometry;  // when it is
+    Allocation allocation;    // likewise
 
     double bitsPerPixel() const;
     // The share of the buffer that is no picture; nothing where the picture's part is not known.
@@ -74,8 +93,9 @@ struct HdrMetadata {
 struct BufferAnswer {
     zcam::GrallocStaticInfo layout;
     std::string name;
-    std::vector<int> descriptors;
+    std::vector<int> descriptors;  // none when the layout is the mapper's
     HdrMetadata hdr;
+    bool isMappersLayout = false;  // the library has no rule for the format
 };
 
 }  // namespace grallocinfo

@@ -1,5 +1,6 @@
 #include "tools/grallocinfo/Arguments.h"
 
+#include <algorithm>
 #include <charconv>
 #include <limits>
 
@@ -12,13 +13,13 @@ namespace {
 
 constexpr char kSizeExpected[] = "expected WIDTHxHEIGHT, two decimal numbers from 1 to 2147483647";
 constexpr char kFormatExpected[] =
-        "expected a number from 0 to 0xffffffff or a name that 'grallocinfo formats' lists";
+        "expected a number from 0 to 0xffffffff or a name that 'grallocinfo list formats' shows";
 constexpr char kUsageExpected[] =
         "expected a number from 0 to 0xffffffff or names joined by '|', such as "
-        "SW_READ_OFTEN|HW_CAMERA_WRITE";
+        "SW_READ_OFTEN|HW_CAMERA_WRITE; 'grallocinfo list usages' shows them";
 constexpr char kDataspaceExpected[] =
         "expected a number of 32 bits or names joined by '|', such as V0_JFIF or "
-        "STANDARD_BT2020|TRANSFER_HLG|RANGE_FULL";
+        "STANDARD_BT2020|TRANSFER_HLG|RANGE_FULL; 'grallocinfo list dataspaces' shows them";
 
 bool isDigit(char character) {
     return character >= '0' && character <= '9';
@@ -48,36 +49,60 @@ std::optional<int32_t> length(std::string_view text) {
                    : std::nullopt;
 }
 
-std::optional<int32_t> negative(std::string_view text) {
+std::optional<uint32_t> negative(std::string_view text) {
     const auto value = text.starts_with('-') ? number(text.substr(1)) : std::nullopt;
-    return value && *value <= 0x80000000u ? std::optional(static_cast<int32_t>(0u - *value))
-                                          : std::nullopt;
+    return value && *value <= 0x80000000u ? std::optional(0u - *value) : std::nullopt;
 }
 
-// The bits of all words of "A|B|C" together; `valueOf` gives those of one word.
-template <typename ValueOf>
-std::optional<uint32_t> joined(std::string_view text, ValueOf valueOf) {
+// How the words of one kind of code are read, and what a line says about one that is not.
+struct WordRule {
+    CodeKind kind;
+    const char* what;
+    const char* expected;
+    bool mayBeNegative;
+};
+
+constexpr WordRule kFormatRule{CodeKind::kFormat, "pixel format", kFormatExpected, false};
+constexpr WordRule kUsageRule{CodeKind::kUsage, "usage", kUsageExpected, false};
+constexpr WordRule kDataspaceRule{CodeKind::kDataspace, "dataspace", kDataspaceExpected, true};
+
+std::string_view withoutBlanks(std::string_view text) {
+    const size_t begin = std::min(text.find_first_not_of(" \t"), text.size());
+    return text.substr(begin, text.find_last_not_of(" \t") + 1 - begin);
+}
+
+Failure unknownWord(const WordRule& rule, std::string_view word) {
+    const std::string_view nearest =
+            looksLikeNumber(word) ? std::string_view() : nearestName(rule.kind, word);
+    return unusable(std::string(rule.what) + " " + inQuotes(word) + " is not usable" +
+                    (nearest.empty() ? "" : ", did you mean " + std::string(nearest) + "?") + ": " +
+                    rule.expected);
+}
+
+uint32_t parseWord(const WordRule& rule, std::string_view word) {
+    auto code = number(word);
+    if (!code && rule.mayBeNegative) {
+        code = negative(word);
+    }
+    if (!code) {
+        code = codeOfName(rule.kind, word);
+    }
+    if (!code) {
+        throw unknownWord(rule, word);
+    }
+    return *code;
+}
+
+// The bits of all words of "A | B|C" together.
+uint32_t parseWords(const WordRule& rule, std::string_view text) {
     uint32_t bits = 0;
     for (bool more = true; more;) {
         const size_t bar = text.find('|');
         more = bar != std::string_view::npos;
-        const auto value = valueOf(text.substr(0, bar));
-        if (!value) {
-            return std::nullopt;
-        }
-        bits |= static_cast<uint32_t>(*value);
+        bits |= parseWord(rule, withoutBlanks(text.substr(0, bar)));
         text.remove_prefix(more ? bar + 1 : text.size());
     }
     return bits;
-}
-
-template <typename Value>
-Value orFail(std::optional<Value> value, const char* what, std::string_view text,
-             const char* expected) {
-    if (!value) {
-        throw unusable(std::string(what) + " " + inQuotes(text) + " is not usable: " + expected);
-    }
-    return *value;
 }
 
 }  // namespace
@@ -92,34 +117,22 @@ Size parseSize(std::string_view text) {
     const auto width = length(text.substr(0, cross));
     const auto height = cross == std::string_view::npos ? std::optional<int32_t>()
                                                         : length(text.substr(cross + 1));
-    return {orFail(height ? width : std::nullopt, "size", text, kSizeExpected), height.value_or(0)};
+    if (!width || !height) {
+        throw unusable("size " + inQuotes(text) + " is not usable: " + kSizeExpected);
+    }
+    return {*width, *height};
 }
 
 int32_t parseFormat(std::string_view text) {
-    auto code = number(text);
-    if (!code) {
-        code = formatOfName(text);
-    }
-    return static_cast<int32_t>(orFail(code, "pixel format", text, kFormatExpected));
+    return static_cast<int32_t>(parseWord(kFormatRule, withoutBlanks(text)));
 }
 
 uint32_t parseUsage(std::string_view text) {
-    const auto bits = joined(text, [](std::string_view word) {
-        const auto value = number(word);
-        return value ? value : usageOfName(word);
-    });
-    return orFail(bits, "usage", text, kUsageExpected);
+    return parseWords(kUsageRule, text);
 }
 
 int32_t parseDataspace(std::string_view text) {
-    const auto bits = joined(text, [](std::string_view word) -> std::optional<int32_t> {
-        if (const auto value = number(word)) {
-            return static_cast<int32_t>(*value);
-        }
-        const auto value = negative(word);
-        return value ? value : dataspaceOfName(word);
-    });
-    return static_cast<int32_t>(orFail(bits, "dataspace", text, kDataspaceExpected));
+    return static_cast<int32_t>(parseWords(kDataspaceRule, text));
 }
 
 }  // namespace grallocinfo

@@ -1,4 +1,4 @@
-// The words of a command line as values. Every function throws a Failure that says what was
+// The words of a command line as values. Every function throws a Failure that names what was
 // expected.
 #pragma once
 
@@ -17,8 +17,9 @@ struct Size {
 // "1920x1080".
 Size parseSize(std::string_view text);
 
-// Each takes a number (decimal or 0x) or the text that the library's name tables print. Numbers
-// have 32 bits; a negative one is accepted for a dataspace only, where it is an ordinary code.
+// Each takes a number (decimal or 0x) or a name of Names.h; usages and dataspaces are joined by
+// '|', with or without blanks around it. Numbers have 32 bits; a negative one is accepted for a
+// dataspace only, where it is an ordinary code.
 int32_t parseFormat(std::string_view text);
 uint32_t parseUsage(std::string_view text);
 int32_t parseDataspace(std::string_view text);

@@ -1,4 +1,5 @@
 // grallocinfo attach: import a buffer of another process, describe it, look into it.
+#include <cerrno>
 #include <cstring>
 #include <iostream>
 #include <memory>
@@ -25,6 +26,8 @@ constexpr char kExamples[] =
         "  grallocinfo attach /tmp/buffer.sock\n"
         "  grallocinfo attach /tmp/buffer.sock --fill bars\n"
         "  grallocinfo attach /tmp/buffer.sock --png picture.png\n"
+        "  grallocinfo attach /tmp/buffer.sock --raw frame.raw\n"
+        "  grallocinfo attach /tmp/buffer.sock --load frame.raw --png - > frame.png\n"
         "The buffer is one that 'grallocinfo share', or a program of yours, serves there.";
 
 constexpr std::chrono::seconds kServerPatience{5};
@@ -34,7 +37,9 @@ constexpr unsigned kWriteOften = 0x30;
 struct AttachOptions {
     std::string socket;
     std::string fill;
+    std::string load;
     std::string png;
+    std::string raw;
     bool json = false;
     bool verbose = false;
 };
@@ -47,6 +52,21 @@ struct RawHandleDeleter {
     }
 };
 using RawHandle = std::unique_ptr<native_handle_t, RawHandleDeleter>;
+
+Failure receiveFailure(const std::string& path, int error) {
+    const std::string from = " from " + inQuotes(path);
+    if (error == -EAGAIN) {
+        return {ExitCode::kLibraryFailure, "SERVER_TIMEOUT", error,
+                "no buffer came" + from + " within " + std::to_string(kServerPatience.count()) +
+                        " s: the server is there, but silent"};
+    }
+    if (error == -EBADMSG || error == -EPROTONOSUPPORT) {
+        return {ExitCode::kLibraryFailure, "NOT_A_BUFFER", error,
+                "what came" + from + " is not a buffer, or one in a form of another version: " +
+                        strerror(-error)};
+    }
+    return systemFailure("no buffer came" + from, -error);
+}
 
 RawHandle receiveFrom(const std::string& path) {
     const auto server = transport::connectTo(path);
@@ -62,7 +82,7 @@ RawHandle receiveFrom(const std::string& path) {
         }
         error = received.error;
     }
-    throw systemFailure("no buffer came from " + inQuotes(path), -error);
+    throw receiveFailure(path, error);
 }
 
 // A buffer of another process, imported for as long as this object lives.
@@ -73,7 +93,7 @@ class ImportedBuffer {
         if (imported != 1 || !mHandle) {
             throw Failure{ExitCode::kLibraryFailure, "IMPORT_REFUSED", imported,
                           "the import answered " + std::to_string(imported) +
-                                  ": the mapper takes what came from the socket for no buffer"};
+                                  ": what came from the socket is not a buffer of this mapper"};
         }
     }
     ~ImportedBuffer() { helper().freeBuffer(mHandle); }
@@ -95,7 +115,7 @@ class PixelLock {
                 helper().lock(handle, usage, layout.widthInPixels, layout.heightInPixels, &mData);
         if (status != 0) {
             throw Failure{ExitCode::kLibraryFailure, "LOCK_REFUSED", status,
-                          "the lock answered " + std::to_string(status) +
+                          "the lock answered " + mapperStatus(status) +
                                   ": the mapper does not give the buffer to the processor; was it "
                                   "allocated with SW_READ and SW_WRITE usage?"};
         }
@@ -111,42 +131,98 @@ class PixelLock {
     void* mData = nullptr;
 };
 
-template <typename Action>
-void withPixels(const native_handle* handle, const BufferAnswer& answer, unsigned usage,
-                Action action) {
+void requirePicture(const BufferAnswer& answer) {
     if (!hasPicture(answer.layout.format)) {
         throw unusable("there is no picture in " +
                        describeFormat(answer.name, answer.layout.format) +
                        ": expected a buffer of an RGB, YCbCr, Y8 or RAW format");
     }
+}
+
+// The buffer, locked as long as `action` works on it.
+template <typename Action>
+void withPixels(const native_handle* handle, const BufferAnswer& answer, unsigned usage,
+                Action action) {
     const PixelLock lock(handle, usage, answer.layout);
-    const LockedBuffer buffer{lock.data(), allocationSizeOf(handle).value_or(0), answer.layout};
+    action(LockedBuffer{lock.data(), allocationSizeOf(handle).value_or(0), answer.layout});
+}
+
+void requireInside(const LockedBuffer& buffer) {
     if (!holdsPicture(buffer)) {
         throw Failure{ExitCode::kLibraryFailure, "LAYOUT_TOO_LARGE", std::nullopt,
                       "the layout describes more than the buffer holds"};
     }
-    action(buffer);
 }
 
 void fill(const native_handle* handle, const BufferAnswer& answer, const std::string& pattern) {
+    requirePicture(answer);
     withPixels(handle, answer, kReadOften | kWriteOften, [&](const LockedBuffer& buffer) {
+        requireInside(buffer);
         writePicture(buffer, drawPattern(pattern, uint32_t(answer.layout.widthInPixels),
                                          uint32_t(answer.layout.heightInPixels)));
     });
 }
 
 void savePicture(const native_handle* handle, const BufferAnswer& answer, const std::string& path) {
+    requirePicture(answer);
     withPixels(handle, answer, kReadOften, [&](const LockedBuffer& buffer) {
+        requireInside(buffer);
         const Picture picture = readPicture(buffer);
         writeFile(path, [&](std::ostream& out) { printPng(out, picture); });
     });
 }
 
-void runAttach(const AttachOptions& options) {
+void saveRaw(const native_handle* handle, const BufferAnswer& answer, const std::string& path) {
+    withPixels(handle, answer, kReadOften, [&](const LockedBuffer& buffer) {
+        writeFile(path, [&](std::ostream& out) {
+            out.write(reinterpret_cast<const char*>(buffer.data),
+                      static_cast<std::streamsize>(buffer.size));
+        });
+    });
+}
+
+void loadRaw(const native_handle* handle, const BufferAnswer& answer, const std::string& path) {
+    const std::string contents = readWhole(path, "what 'grallocinfo attach --raw' saved");
+    withPixels(handle, answer, kReadOften | kWriteOften, [&](const LockedBuffer& buffer) {
+        if (contents.size() != buffer.size) {
+            throw unusable(inQuotes(path) + " holds " + std::to_string(contents.size()) +
+                           " bytes: expected the buffer's " + std::to_string(buffer.size));
+        }
+        memcpy(buffer.data, contents.data(), contents.size());
+    });
+}
+
+// What changes the buffer first, then what saves it.
+void work(const native_handle* handle, const BufferAnswer& answer, const AttachOptions& options) {
+    if (!options.load.empty()) {
+        loadRaw(handle, answer, options.load);
+    }
+    if (!options.fill.empty()) {
+        fill(handle, answer, options.fill);
+    }
+    if (!options.png.empty()) {
+        savePicture(handle, answer, options.png);
+    }
+    if (!options.raw.empty()) {
+        saveRaw(handle, answer, options.raw);
+    }
+}
+
+void requireUsable(const AttachOptions& options) {
     if (!options.fill.empty() && !isPattern(options.fill)) {
         throw unusable("pattern " + inQuotes(options.fill) + " is not usable: expected " +
                        patternNames());
     }
+    const int printed = isStandardOutput(options.png) + isStandardOutput(options.raw);
+    if (printed + options.json > 1) {
+        throw unusable(
+                "standard output takes one of --json, --png - and --raw -: "
+                "expected files for the others");
+    }
+}
+
+void runAttach(const AttachOptions& options) {
+    requireUsable(options);
     openLibraryLog(options.verbose);
     startLibrary();
     RawHandle raw = receiveFrom(options.socket);
@@ -154,16 +230,13 @@ void runAttach(const AttachOptions& options) {
     const ImportedBuffer buffer(raw.get());
     raw.reset();
     const BufferAnswer answer = describeBuffer(buffer.handle(), *mapper);
-    if (!options.fill.empty()) {
-        fill(buffer.handle(), answer, options.fill);
-    }
-    if (!options.png.empty()) {
-        savePicture(buffer.handle(), answer, options.png);
-    }
+    work(buffer.handle(), answer, options);
     if (options.json) {
         return writeDocument(bufferDocument(answer));
     }
-    printBuffer(std::cout, answer);
+    if (!isStandardOutput(options.png) && !isStandardOutput(options.raw)) {
+        printBuffer(std::cout, answer);
+    }
 }
 
 }  // namespace
@@ -174,11 +247,16 @@ void addAttach(CLI::App& program) {
             "attach", "Import a buffer that another process serves, and describe it");
     addText(*command, "SOCKET-PATH", options->socket, "Where the buffer is served");
     addJson(*command, options->json);
-    CLI::Option* const png =
-            addFile(*command, "--png", options->png, "Save the buffer's picture as a PNG file");
-    addText(*command, "--fill", options->fill, "Draw a test pattern into the buffer")
-            ->type_name(patternNames())
-            ->excludes(png);
+    CLI::Option* const fill =
+            addText(*command, "--fill", options->fill, "Draw a test pattern into the buffer")
+                    ->type_name(patternNames());
+    addFile(*command, "--load", options->load,
+            "Put a file's bytes into the buffer; - is standard input")
+            ->excludes(fill);
+    addFile(*command, "--png", options->png,
+            "Save the buffer's picture as a PNG file; - is standard output");
+    addFile(*command, "--raw", options->raw,
+            "Save the buffer's bytes, padding included; - is standard output");
     addVerbose(*command, options->verbose);
     command->footer(kExamples);
     command->callback([options] { runAttach(*options); });

@@ -8,8 +8,6 @@ namespace grallocinfo {
 namespace {
 
 constexpr char kMarker[] = "[dump] ";
-// Longer lines are no dump of the library, whose names are short.
-constexpr size_t kLongestLine = 1024;
 
 template <typename Value>
 Value valueOf(const std::ssub_match& digits, int base = 10) {
@@ -38,7 +36,7 @@ std::optional<DumpLine> readDumpLine(const std::string& line) {
             R"((-?\d+)x(-?\d+) usage:0x([0-9a-f]+)\(([^)]*)\) format:0x([0-9a-f]+)\(([^)]*)\)( -->)?\s*)");
     static const std::regex kPlane(R"(  \[(\d+)\] sizeInBytes:(\d+) rowStrideInBytes:(\d+)\s*)");
     const size_t marker = line.find(kMarker);
-    if (marker == std::string::npos || line.size() > kLongestLine) {
+    if (marker == std::string::npos || line.size() > kLongestDumpLine) {
         return std::nullopt;
     }
     const std::string text = line.substr(marker + sizeof(kMarker) - 1);

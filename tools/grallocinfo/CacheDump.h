@@ -1,6 +1,7 @@
 // The library's cache dump, read back from its log lines.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -29,9 +30,12 @@ struct DumpedPlane {
     uint64_t rowStrideInBytes = 0;
 };
 
+// Longer lines are no dump of the library, whose names are short.
+inline constexpr size_t kLongestDumpLine = 1024;
+
 using DumpLine = std::variant<DumpedTime, DumpedRequest, DumpedAnswer, DumpedPlane>;
 
-// What one line of a log says of the cache, whichever logger wrote it; nothing for any other line.
+// What one line of a log tells of the cache, whichever logger wrote it; nothing for any other line.
 std::optional<DumpLine> readDumpLine(const std::string& line);
 
 }  // namespace grallocinfo

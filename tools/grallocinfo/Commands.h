@@ -12,6 +12,8 @@ namespace grallocinfo {
 void addQuery(CLI::App& program);
 void addFormats(CLI::App& program);
 void addName(CLI::App& program);
+void addList(CLI::App& program);
+void addInfo(CLI::App& program);
 void addDiff(CLI::App& program);
 void addWatch(CLI::App& program);
 // Passing a buffer to another process needs what only some builds have: the build picks the files.

@@ -3,6 +3,7 @@
 #include <cerrno>
 
 #include "tools/grallocinfo/Failure.h"
+#include "tools/grallocinfo/StableMapper.h"
 
 namespace grallocinfo {
 
@@ -52,7 +53,12 @@ BufferAnswer describeBuffer(const native_handle* handle, const MapperV5& mapper)
     BufferAnswer answer;
     NSCam::GrallocDynamicInfo dynamic;
     const int32_t status = helper().query(handle, &answer.layout, &dynamic);
-    if (status != 0) {
+    if (status == -ENOENT) {
+        const auto layout = mapperLayout(handle);
+        answer.isMappersLayout = layout.has_value();
+        answer.layout = layout.value_or(answer.layout);
+    }
+    if (status != 0 && !answer.isMappersLayout) {
         throw handleFailure(status);
     }
     answer.name = formatName(answer.layout.format);

@@ -1,6 +1,5 @@
 // grallocinfo diff: what moved between two format lists.
 #include <algorithm>
-#include <fstream>
 #include <iostream>
 #include <iterator>
 #include <map>
@@ -19,6 +18,7 @@ constexpr char kExamples[] =
         "  grallocinfo diff last-release.json this-build.json\n"
         "  grallocinfo diff phone.json host.json --json\n"
         "  grallocinfo diff golden.json this-build.json --exit-code || echo 'a layout moved'\n"
+        "  adb shell grallocinfo formats --json | grallocinfo diff - host.json\n"
         "The files are what 'grallocinfo formats --json' printed, for one size and usage.";
 
 // What follows from other fields, or is text.
@@ -65,13 +65,13 @@ bool isFormatList(const Json& document) {
 
 Json readFile(const std::string& path) {
     const std::string expected = "what 'grallocinfo formats --json' printed";
-    std::ifstream file = openFile(path, expected);
+    const std::string contents = readWhole(path, expected);
     bool isTooDeep = false;
     const auto isTaken = [&](int level, Json::parse_event_t, const Json&) {
         isTooDeep = isTooDeep || level > kMostLevels;
         return !isTooDeep;
     };
-    Json document = Json::parse(file, isTaken, false);
+    Json document = Json::parse(contents, isTaken, false);
     if (isTooDeep || !isFormatList(document)) {
         throw unusable(inQuotes(path) + " is not usable: expected " + expected +
                        ", of schema version " + std::to_string(kSchemaVersion));
@@ -217,8 +217,9 @@ void runDiff(const DiffOptions& options) {
 void addDiff(CLI::App& program) {
     const auto options = std::make_shared<DiffOptions>();
     CLI::App* const command =
-            program.add_subcommand("diff", "Hold two format lists against each other: what moved");
-    addText(*command, "A.json", options->left, "What 'formats --json' printed");
+            program.add_subcommand("diff", "Compare two format lists: what moved");
+    addText(*command, "A.json", options->left,
+            "What 'formats --json' printed; - is standard input");
     addText(*command, "B.json", options->right, "The same of another device or build");
     addJson(*command, options->json);
     command->add_flag("--exit-code", options->exitCode,

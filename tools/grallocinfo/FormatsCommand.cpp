@@ -1,4 +1,5 @@
 // grallocinfo formats: every named format at one size.
+#include <algorithm>
 #include <iostream>
 #include <memory>
 
@@ -32,14 +33,15 @@ FormatRow rowOf(const zcam::GrallocRequest& request) {
     FormatRow row;
     row.status = tryQueryLayout(request, false, row.answer);
     if (row.status == 0) {
-        row.geometry = geometryOf(row.answer.layout, measureAllocation(request));
+        row.allocation = probeAllocation(request);
+        row.geometry = geometryOf(row.answer.layout, row.allocation.sizeInBytes);
     } else {
         row.meaning = meaningOf(row.status, request);
     }
     return row;
 }
 
-// Nothing is known of any format when there is nobody to allocate from.
+// Nothing is known of any format without an allocator.
 void requireAllocator(const FormatList& list) {
     for (const FormatRow& row : list.rows) {
         if (row.status == 0 || row.meaning.code != kNoAllocatorService) {
@@ -70,6 +72,11 @@ void runFormats(const FormatsOptions& options) {
         writeDocument(formatsDocument(list));
     } else {
         printFormats(std::cout, list);
+    }
+    if (std::all_of(list.rows.begin(), list.rows.end(),
+                    [](const FormatRow& row) { return row.status != 0; })) {
+        remark("every format was refused at this size and usage");
+        endWith(static_cast<int>(ExitCode::kLibraryFailure));
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "platform/hidl.h"
 #include "tools/grallocinfo/Failure.h"
+#include "tools/grallocinfo/StableMapper.h"
 #include "utils/gralloc/hidl/allocator/allocator.h"
 #include "utils/gralloc/hidl/mapper/mapper.h"
 
@@ -15,8 +16,8 @@ using NSCam::GrallocMapper::PlaneLayout;
 
 namespace {
 
-// The library's classes report a missing mapper not at all and a missing allocator by ending the
-// process, so the services are looked for first.
+// The library's classes do not report a missing mapper, and end the process without an allocator:
+// look for the services first.
 void requireServices() {
     using android::hardware::graphics::allocator::V4_0::IAllocator;
     const bool mapper = IMapper::getService("default", false) != nullptr;
@@ -37,7 +38,7 @@ class HidlBuffer {
                                                    probeUsage(request), &mHandle, &mStride, 0, "");
         if (status != 0 || !mHandle) {
             throw Failure{ExitCode::kLibraryFailure, "ALLOCATION_REFUSED", status,
-                          "the HIDL allocation answered " + std::to_string(status) +
+                          "the HIDL allocation answered " + mapperStatus(status) +
                                   ": the allocator refused the buffer"};
         }
     }
@@ -60,20 +61,10 @@ std::vector<PlaneLayout> HidlBuffer::planes() const {
     const int32_t status = mMapper.getPlaneLayouts(mHandle, &layouts);
     if (status != 0) {
         throw Failure{ExitCode::kLibraryFailure, "LAYOUT_UNREADABLE", status,
-                      "the HIDL mapper answered " + std::to_string(status) +
+                      "the HIDL mapper answered " + mapperStatus(status) +
                               " when asked for the plane layouts"};
     }
     return layouts;
-}
-
-std::string componentsOf(const PlaneLayout& plane) {
-    std::string text;
-    for (const auto& component : plane.components) {
-        text += (text.empty() ? "" : " ") +
-                android::gralloc4::getPlaneLayoutComponentTypeName(component.type) + "@" +
-                std::to_string(component.offsetInBits) + ":" + std::to_string(component.sizeInBits);
-    }
-    return text;
 }
 
 }  // namespace
@@ -83,9 +74,7 @@ MapperAnswer probeThroughHidl(const zcam::GrallocRequest& request) {
     const HidlBuffer buffer(request);
     MapperAnswer answer{"hidl", buffer.stride(), {}};
     for (const PlaneLayout& plane : buffer.planes()) {
-        answer.planes.push_back({plane.offsetInBytes, plane.strideInBytes, plane.totalSizeInBytes,
-                                 plane.widthInSamples, plane.heightInSamples,
-                                 plane.sampleIncrementInBits, componentsOf(plane)});
+        answer.planes.push_back(mapperPlane(plane));
     }
     return answer;
 }

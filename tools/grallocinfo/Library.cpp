@@ -2,7 +2,9 @@
 
 #include <cerrno>
 #include <limits>
+#include <utility>
 
+#include "platform/mapper.h"
 #include "tools/grallocinfo/Failure.h"
 #include "tools/grallocinfo/LibraryLog.h"
 #include "utils/gralloc/aidl/v2/allocator/allocator.h"
@@ -106,6 +108,21 @@ StatusMeaning meaningOf(int32_t status, const zcam::GrallocRequest& request) {
                         " cannot be read, or the allocator left its format unresolved"};
     }
     return {"UNEXPECTED_STATUS", "a status that the library does not describe"};
+}
+
+std::string mapperStatus(int32_t status) {
+    static constexpr std::pair<int32_t, const char*> kNames[] = {
+            {AIMAPPER_ERROR_BAD_DESCRIPTOR, "BAD_DESCRIPTOR"},
+            {AIMAPPER_ERROR_BAD_BUFFER, "BAD_BUFFER"},
+            {AIMAPPER_ERROR_BAD_VALUE, "BAD_VALUE"},
+            {AIMAPPER_ERROR_NO_RESOURCES, "NO_RESOURCES"},
+            {AIMAPPER_ERROR_UNSUPPORTED, "UNSUPPORTED"}};
+    for (const auto& [code, name] : kNames) {
+        if (code == status) {
+            return std::to_string(status) + " (" + name + ")";
+        }
+    }
+    return std::to_string(status);
 }
 
 std::string describeFormat(const std::string& name, int32_t format) {

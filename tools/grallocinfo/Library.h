@@ -46,6 +46,9 @@ StatusMeaning meaningOfRefusal(const zcam::GrallocRequest& request, uint32_t usa
 inline constexpr char kNoAllocatorService[] = "NO_ALLOCATOR_SERVICE";
 std::string noAllocatorService();
 
+// A mapper's or allocator's answer as text: "3 (BAD_VALUE)", or the number alone.
+std::string mapperStatus(int32_t status);
+
 // "YCrCb_420_SP (0x11)", or the code alone when it has no name.
 std::string describeFormat(const std::string& name, int32_t format);
 

@@ -1,18 +1,92 @@
 #include "tools/grallocinfo/Output.h"
 
+#include <fcntl.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <iostream>
+#include <sstream>
 
 namespace grallocinfo {
 
 namespace {
 
+constexpr char kStandardStream[] = "-";
+
 bool gDocumentWritten = false;
+
+std::string inputName(const std::string& path) {
+    return path == kStandardStream ? "standard input" : inQuotes(path);
+}
+
+Failure unreadable(const std::string& path, const std::string& expected) {
+    return unusable("cannot read " + inputName(path) + " (" + strerror(errno) + "): expected " +
+                    expected);
+}
+
+Failure unwritable(const std::string& path) {
+    return unusable("cannot write " + inQuotes(path) + " (" + strerror(errno) +
+                    "): expected a file that can be written");
+}
+
+void writeTo(const std::string& file, const std::string& path, const std::string& contents) {
+    errno = 0;
+    std::ofstream out(file, std::ios::binary);
+    out << contents;
+    out.close();
+    if (!out) {
+        throw systemFailure("cannot write " + inQuotes(path), errno ? errno : EIO);
+    }
+}
+
+// A new file beside `path`; removed unless it was put in its place.
+class Replacement {
+  public:
+    explicit Replacement(const std::string& path) : mPath(path), mName(path + ".XXXXXX") {
+        const int file = mkostemp(mName.data(), O_CLOEXEC);
+        if (file < 0) {
+            mName.clear();
+            throw unwritable(path);
+        }
+        // mkostemp leaves others nothing; a result is as readable as any other new file.
+        const mode_t mask = umask(0);
+        umask(mask);
+        fchmod(file, 0666 & ~mask);
+        close(file);
+    }
+    ~Replacement() {
+        if (!mName.empty()) {
+            unlink(mName.c_str());
+        }
+    }
+    Replacement(const Replacement&) = delete;
+    Replacement& operator=(const Replacement&) = delete;
+
+    void replace(const std::string& contents) {
+        writeTo(mName, mPath, contents);
+        if (rename(mName.c_str(), mPath.c_str()) != 0) {
+            throw unwritable(mPath);
+        }
+        mName.clear();
+    }
+
+  private:
+    const std::string mPath;
+    std::string mName;
+};
+
+// Where a symbolic link leads, so that the link stays one.
+std::string resolved(const std::string& path) {
+    char* const real = realpath(path.c_str(), nullptr);
+    const std::string result = real ? real : path;
+    free(real);
+    return result;
+}
 
 }  // namespace
 
@@ -33,18 +107,23 @@ bool colourWanted() {
            !(terminal && strcmp(terminal, "dumb") == 0);
 }
 
-size_t outputWidth() {
-    constexpr size_t kPlenty = 1000;
-    winsize size{};
+std::optional<size_t> terminalWidth() {
     if (!isatty(STDOUT_FILENO)) {
-        return kPlenty;
+        return std::nullopt;
     }
-    const char* const columns = getenv("COLUMNS");
-    const long asked = columns ? strtol(columns, nullptr, 10) : 0;
-    if (asked > 0) {
-        return static_cast<size_t>(asked);
+    if (const char* const columns = getenv("COLUMNS"); columns && *columns) {
+        char* end = nullptr;
+        const long asked = strtol(columns, &end, 10);
+        if (asked > 0 && *end == '\0') {
+            return static_cast<size_t>(asked);
+        }
+        remark("COLUMNS is " + inQuotes(columns) +
+               ", which is no number of characters: the terminal's own width counts");
     }
-    return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : kPlenty;
+    winsize size{};
+    return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0
+                   ? std::optional<size_t>(size.ws_col)
+                   : std::nullopt;
 }
 
 void remark(const std::string& text) {
@@ -61,32 +140,58 @@ void flushOutput() {
     }
 }
 
-std::ifstream openFile(const std::string& path, const std::string& expected) {
-    errno = 0;
-    std::ifstream file(path, std::ios::binary);
-    // A folder opens, and fails only when it is read. A file may be empty.
-    if (file && file.peek() == std::ifstream::traits_type::eof() && errno == 0) {
-        file.clear();
-    }
-    if (!file) {
-        throw unusable("cannot read " + inQuotes(path) + " (" + strerror(errno) + "): expected " +
-                       expected);
+bool isStandardOutput(const std::string& path) {
+    return path == kStandardStream;
+}
+
+int openInput(const std::string& path, const std::string& expected) {
+    const int file =
+            path == kStandardStream ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0) {
+        throw unreadable(path, expected);
     }
     return file;
 }
 
+size_t readInput(int fd, char* bytes, size_t size, const std::string& path,
+                 const std::string& expected) {
+    const ssize_t count = read(fd, bytes, size);
+    if (count < 0) {
+        throw unreadable(path, expected);
+    }
+    return static_cast<size_t>(count);
+}
+
+std::string readWhole(const std::string& path, const std::string& expected) {
+    const int file = openInput(path, expected);
+    std::string contents;
+    char bytes[64 * 1024];
+    while (const size_t count = readInput(file, bytes, sizeof(bytes), path, expected)) {
+        contents.append(bytes, count);
+    }
+    if (file != STDIN_FILENO) {
+        close(file);
+    }
+    return contents;
+}
+
 void writeFile(const std::string& path, const std::function<void(std::ostream&)>& print) {
-    errno = 0;
-    std::ofstream file(path, std::ios::binary);
-    if (!file) {
-        throw unusable("cannot write " + inQuotes(path) + " (" + strerror(errno) +
-                       "): expected a file that can be written");
+    if (isStandardOutput(path)) {
+        print(std::cout);
+        return flushOutput();
     }
-    print(file);
-    file.close();
-    if (!file) {
-        throw systemFailure("cannot write " + inQuotes(path), errno ? errno : EIO);
+    std::ostringstream contents;
+    print(contents);
+    // Nothing can be put in the place of a device or a pipe.
+    struct stat status = {};
+    if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+        if (S_ISDIR(status.st_mode)) {
+            errno = EISDIR;
+            throw unwritable(path);
+        }
+        return writeTo(path, path, contents.str());
     }
+    Replacement(resolved(path)).replace(contents.str());
 }
 
 }  // namespace grallocinfo

@@ -32,6 +32,37 @@ void putLayout(Json& object, const zcam::GrallocStaticInfo& layout, const std::s
     object["planes"] = planesOf(layout);
 }
 
+template <typename Value>
+Json orNull(const std::optional<Value>& value) {
+    return value ? Json(*value) : Json();
+}
+
+Json componentsOf(const MapperPlane& plane) {
+    Json components = Json::array();
+    for (const MapperComponent& component : plane.components) {
+        components.push_back({{"name", component.name},
+                              {"offsetInBits", component.offsetInBits},
+                              {"sizeInBits", component.sizeInBits}});
+    }
+    return components;
+}
+
+Json mapperPlanes(const std::vector<MapperPlane>& planes) {
+    Json objects = Json::array();
+    for (const MapperPlane& plane : planes) {
+        objects.push_back({{"offsetInBytes", plane.offsetInBytes},
+                           {"sizeInBytes", plane.sizeInBytes},
+                           {"rowStrideInBytes", plane.strideInBytes},
+                           {"widthInSamples", plane.widthInSamples},
+                           {"heightInSamples", plane.heightInSamples},
+                           {"horizontalSubsampling", plane.horizontalSubsampling},
+                           {"verticalSubsampling", plane.verticalSubsampling},
+                           {"sampleIncrementInBits", plane.sampleIncrementInBits},
+                           {"components", componentsOf(plane)}});
+    }
+    return objects;
+}
+
 double twoDecimals(double value) {
     return std::round(value * 100) / 100;
 }
@@ -48,7 +79,7 @@ Json formatObject(const FormatRow& row) {
     }
     putFormat(object, "resolvedFormat", row.answer.layout.format, row.answer.resolvedName);
     object["planes"] = planesOf(row.answer.layout);
-    object["allocationSizeInBytes"] = row.geometry.totalBytes();
+    object["allocation"] = allocationDocument(row.allocation);
     object["bitsPerPixel"] = twoDecimals(row.bitsPerPixel());
     const auto padding = row.paddingPercent();
     object["paddingPercent"] = padding ? Json(twoDecimals(*padding)) : Json();
@@ -121,18 +152,17 @@ Json layoutDocument(const LayoutAnswer& answer) {
 }
 
 Json mapperDocument(const MapperAnswer& mapper) {
-    Json object{{"backend", mapper.backend}, {"strideInPixels", mapper.strideInPixels}};
-    Json& planes = object["planes"] = Json::array();
-    for (const MapperPlane& plane : mapper.planes) {
-        planes.push_back({{"sizeInBytes", plane.sizeInBytes},
-                          {"rowStrideInBytes", plane.strideInBytes},
-                          {"offsetInBytes", plane.offsetInBytes},
-                          {"widthInSamples", plane.widthInSamples},
-                          {"heightInSamples", plane.heightInSamples},
-                          {"sampleIncrementInBits", plane.sampleIncrementInBits},
-                          {"components", plane.components}});
-    }
-    return object;
+    return {{"backend", mapper.backend},
+            {"strideInPixels", mapper.strideInPixels},
+            {"planes", mapperPlanes(mapper.planes)}};
+}
+
+Json allocationDocument(const Allocation& allocation) {
+    return {{"sizeInBytes", orNull(allocation.sizeInBytes)},
+            {"fourcc", orNull(allocation.fourcc)},
+            {"fourccName", allocation.fourccName},
+            {"modifier", orNull(allocation.modifier)},
+            {"planes", mapperPlanes(allocation.planes)}};
 }
 
 Json formatsDocument(const FormatList& list) {
@@ -150,6 +180,7 @@ Json formatsDocument(const FormatList& list) {
 Json bufferDocument(const BufferAnswer& buffer) {
     Json document = newDocument();
     putLayout(document, buffer.layout, buffer.name);
+    document["layoutSource"] = buffer.isMappersLayout ? "mapper" : "library";
     document["sharedMemoryDescriptors"] = buffer.descriptors;
     document["hdr"] = hdrObject(buffer.hdr);
     return document;
@@ -158,7 +189,7 @@ Json bufferDocument(const BufferAnswer& buffer) {
 Json failureDocument(const Failure& failure) {
     Json document = newDocument();
     document["error"] = {{"code", failure.code},
-                         {"status", failure.status ? Json(*failure.status) : Json()},
+                         {"status", orNull(failure.status)},
                          {"message", failure.message}};
     return document;
 }

@@ -1,5 +1,6 @@
-// Answers as JSON for programs. Every document begins with "schemaVersion"; its shape is held down
-// by docs/grallocinfo.schema.json. Codes are numbers, with a neighbour "...Hex" as text.
+// Answers as JSON for programs. Every document begins with "schemaVersion";
+// docs/grallocinfo.schema.json defines their shapes. Codes are numbers, with a neighbour "...Hex"
+// as text.
 #pragma once
 
 #include <ostream>
@@ -13,10 +14,12 @@ namespace grallocinfo {
 
 using Json = nlohmann::ordered_json;
 
-inline constexpr int kSchemaVersion = 1;
+inline constexpr int kSchemaVersion = 2;
 
 Json layoutDocument(const LayoutAnswer& answer);
-Json mapperDocument(const MapperAnswer& mapper);  // a part of the layout's document
+// Parts of the layout's document.
+Json mapperDocument(const MapperAnswer& mapper);
+Json allocationDocument(const Allocation& allocation);
 Json formatsDocument(const FormatList& list);
 Json bufferDocument(const BufferAnswer& buffer);
 Json failureDocument(const Failure& failure);

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <initializer_list>
 #include <sstream>
+#include <string_view>
 #include <vector>
 
 #include "tools/grallocinfo/Failure.h"
@@ -43,15 +44,10 @@ struct Box {
     double x, y, width, height;
 };
 
-// What a pixel of the page stands for, or the other way round where it stands for less than one.
-std::string scaleText(const std::string& unit, double pixels) {
-    const auto text = [](double value) {
-        char digits[40];
-        (void)snprintf(digits, sizeof(digits), value < 100 ? "%.2f" : "%.0f", value);
-        return std::string(digits);
-    };
-    return pixels < 1 ? "1 px is " + text(1 / pixels) + " " + unit + "s"
-                      : "1 " + unit + " is " + text(pixels) + " px";
+std::string scaleText(const char* unit, double pixels) {
+    char text[40];
+    (void)snprintf(text, sizeof(text), "%.3g px a %s", pixels, unit);
+    return text;
 }
 
 std::string number(double value) {
@@ -101,6 +97,9 @@ class SvgPage {
     void printOffset(double top, uint64_t offset);
     void printLeader(std::initializer_list<Point> points);
     void printArea(const char* kind, const Box& box, const std::string& fill);
+    void printPadding(const char* kind, const Box& box, const std::string& fill,
+                      const std::string& colour);
+    void printMark(double x, double y, const std::string& colour);
     void printOutline(const Box& box, const std::string& colour);
     void printText(const char* kind, double x, double y, const std::string& text);
 
@@ -111,24 +110,57 @@ class SvgPage {
     double mDescriptionY = kPictureTop;  // the first free line on the right
     double mOffsetY = kPictureTop;       // the first free line on the left
     double mBottom = kPictureTop;        // of everything, known when the legend is drawn
+    bool mMarked = false;                // some padding is too thin to be seen
 };
+
+std::string counted(uint64_t count, const std::string& thing) {
+    return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
+}
+
+// "padding: 24 bytes a row, 2 rows", or that there is none.
+std::string paddingText(const PlaneGeometry& plane) {
+    std::string text;
+    const auto add = [&](uint64_t count, const char* thing, const char* where) {
+        if (count > 0) {
+            text += (text.empty() ? "padding: " : ", ") + counted(count, thing) + where;
+        }
+    };
+    add(plane.stridePadding(), "byte", " a row");
+    add(plane.verticalPadding(), "row", "");
+    add(plane.tailBytes, "byte", " behind the rows");
+    return text.empty() ? "no padding" : text;
+}
+
+// How the components of an interleaved plane follow each other in a row: "Cr Cb Cr Cb ..."; empty
+// for a plane of one component. Each begins with a capital letter.
+std::string sequenceText(std::string_view components) {
+    std::string once;
+    for (const char letter : components) {
+        const bool isCapital = letter >= 'A' && letter <= 'Z';
+        once += (isCapital && !once.empty() ? " " : "") + std::string(1, letter);
+    }
+    return components == "RAW" || once.find(' ') == std::string::npos ? ""
+                                                                      : once + " " + once + " ...";
+}
 
 std::vector<std::string> descriptionOf(const PlaneGeometry& plane, size_t index,
                                        bool pictureKnown) {
-    const auto text = [](uint64_t value) { return std::to_string(value); };
     std::vector<std::string> lines;
-    lines.push_back("plane " + text(index) +
+    lines.push_back("plane " + std::to_string(index) +
                     (plane.components.empty() ? "" : ": " + std::string(plane.components)));
-    lines.push_back(text(plane.size) + " bytes from offset " + text(plane.offset));
-    lines.push_back(text(plane.rows) + " rows, row stride " + text(plane.rowStride) + " bytes");
+    lines.push_back(counted(plane.size, "byte") + " from offset " + std::to_string(plane.offset));
+    lines.push_back(counted(plane.rows, "row") + ", row stride " +
+                    counted(plane.rowStride, "byte"));
     if (!pictureKnown) {
         lines.push_back("what is padding in it is not known");
         return lines;
     }
-    lines.push_back("picture: " + text(plane.pictureRows) + " rows of " +
-                    text(plane.pictureRowBytes) + " bytes");
-    lines.push_back("padding: " + text(plane.stridePadding()) + " bytes a row, " +
-                    text(plane.verticalPadding()) + " rows, tail " + text(plane.tailBytes));
+    lines.push_back("picture: " + counted(plane.pictureRows, "row") + " of " +
+                    counted(plane.pictureRowBytes, "byte"));
+    lines.push_back(paddingText(plane));
+    if (const std::string sequence = sequenceText(plane.components); !sequence.empty()) {
+        lines.push_back("in a row: " + sequence);
+    }
     return lines;
 }
 
@@ -205,14 +237,14 @@ void SvgPage::printPlaneAreas(const PlaneGeometry& plane, const std::string& col
     const double rowsHeight = double(plane.rows) * mScale.pixelsPerRow;
     const double height = rowsOf(plane) * mScale.pixelsPerRow;
     printArea("picture", {kPictureLeft, mY, pictureWidth, pictureHeight}, colour);
-    printArea("stride-padding",
-              {kPictureLeft + pictureWidth, mY, width - pictureWidth, pictureHeight},
-              "url(#stride" + suffix + ")");
-    printArea("vertical-padding",
-              {kPictureLeft, mY + pictureHeight, width, rowsHeight - pictureHeight},
-              "url(#vertical" + suffix + ")");
-    printArea("tail", {kPictureLeft, mY + rowsHeight, width, height - rowsHeight},
-              "url(#tail" + suffix + ")");
+    printPadding("stride-padding",
+                 {kPictureLeft + pictureWidth, mY, width - pictureWidth, pictureHeight},
+                 "url(#stride" + suffix + ")", colour);
+    printPadding("vertical-padding",
+                 {kPictureLeft, mY + pictureHeight, width, rowsHeight - pictureHeight},
+                 "url(#vertical" + suffix + ")", colour);
+    printPadding("tail", {kPictureLeft, mY + rowsHeight, width, height - rowsHeight},
+                 "url(#tail" + suffix + ")", colour);
     printOutline({kPictureLeft, mY, width, height}, colour);
 }
 
@@ -221,12 +253,11 @@ void SvgPage::printBufferTail() {
     const double rows = double(mBuffer.tail()) / double(widestRow(mBuffer));
     const Box box{kPictureLeft, mY, kPictureWidth, rows * mScale.pixelsPerRow};
     mBody << "<g class=\"buffer-tail\" data-size=\"" << mBuffer.tail() << "\">\n";
-    printArea("tail", box, kTailColour);
+    printPadding("tail", box, kTailColour, kTailColour);
     printOutline(box, kTailColour);
     printOffset(mY, mBuffer.planesEnd);
     describe({kPictureLeft + kPictureWidth, mY},
-             {"tail of the buffer", std::to_string(mBuffer.tail()) + " bytes in no plane"},
-             kTailColour);
+             {"tail of the buffer", counted(mBuffer.tail(), "byte") + " in no plane"}, kTailColour);
     mBody << "</g>\n";
     mY += box.height;
 }
@@ -248,6 +279,11 @@ void SvgPage::printLegend() {
         x += kLegendStep;
     }
     mBottom = y;
+    if (mMarked) {
+        mBottom += kLineHeight;
+        printMark(kPictureLeft + 4, mBottom - 4, "#5a616b");
+        printText("note", kPictureLeft + 20, mBottom, "padding thinner than a pixel");
+    }
     printText("note", kDescriptionLeft, y,
               "across " + scaleText("byte", mScale.pixelsPerByte) + ", down " +
                       scaleText("row", mScale.pixelsPerRow));
@@ -293,6 +329,21 @@ void SvgPage::printArea(const char* kind, const Box& box, const std::string& fil
     mBody << "<rect class=\"" << kind << "\" x=\"" << number(box.x) << "\" y=\"" << number(box.y)
           << "\" width=\"" << number(box.width) << "\" height=\"" << number(box.height)
           << "\" fill=\"" << fill << "\"/>\n";
+}
+
+void SvgPage::printPadding(const char* kind, const Box& box, const std::string& fill,
+                           const std::string& colour) {
+    printArea(kind, box, fill);
+    if (box.width > 0 && box.height > 0 && (box.width < 1 || box.height < 1)) {
+        printMark(box.x + box.width + 2, box.y + box.height / 2, colour);
+        mMarked = true;
+    }
+}
+
+// An arrow head whose tip is at (x, y).
+void SvgPage::printMark(double x, double y, const std::string& colour) {
+    mBody << "<path class=\"mark\" d=\"M" << number(x) << " " << number(y) << "l7 -4v8z\" fill=\""
+          << colour << "\"/>\n";
 }
 
 void SvgPage::printOutline(const Box& box, const std::string& colour) {

@@ -114,6 +114,16 @@ constexpr GeometryRow kGeometryRows[] = {
         {"tail", false, [](const PlaneGeometry& plane) { return std::to_string(plane.tailBytes); }},
 };
 
+// "Cr@0:8 Cb@8:8": name, bit offset and bits.
+std::string componentsText(const MapperPlane& plane) {
+    std::string text;
+    for (const auto& [name, offset, size] : plane.components) {
+        text += (text.empty() ? "" : " ") + name + "@" + std::to_string(offset) + ":" +
+                std::to_string(size);
+    }
+    return text;
+}
+
 void printHdr(std::ostream& out, const HdrMetadata& hdr) {
     out << "SMPTE2086     " << textOrNone(hdr.smpte2086) << "\nCTA861_3      "
         << textOrNone(hdr.cta861_3) << "\nSMPTE2094_40  " << textOrNone(hdr.smpte2094_40) << '\n';
@@ -142,7 +152,7 @@ void printComparison(std::ostream& out, const LayoutAnswer& answer, const Mapper
                  {"samples"},
                  {"bits"},
                  {"components", Align::kLeft},
-                 {"against the helper", Align::kLeft}});
+                 {"the library's", Align::kLeft}});
     for (size_t i = 0; i < mapper.planes.size(); ++i) {
         const MapperPlane& plane = mapper.planes[i];
         const bool known = i < planes.size();
@@ -152,7 +162,7 @@ void printComparison(std::ostream& out, const LayoutAnswer& answer, const Mapper
                 {std::to_string(i), std::to_string(plane.strideInBytes),
                  std::to_string(plane.sizeInBytes), std::to_string(plane.offsetInBytes),
                  std::to_string(plane.widthInSamples) + "x" + std::to_string(plane.heightInSamples),
-                 std::to_string(plane.sampleIncrementInBits), plane.components,
+                 std::to_string(plane.sampleIncrementInBits), componentsText(plane),
                  same    ? "same"
                  : known ? "differs"
                          : "no such plane"});
@@ -180,11 +190,14 @@ void printFormats(std::ostream& out, const FormatList& list) {
 void printBuffer(std::ostream& out, const BufferAnswer& buffer) {
     out << "buffer  " << describeFormat(buffer.name, buffer.layout.format) << "  "
         << sizeText(buffer.layout.widthInPixels, buffer.layout.heightInPixels)
-        << "  shared-memory descriptor";
+        << (buffer.descriptors.empty() ? "" : "  shared-memory descriptor");
     for (const int descriptor : buffer.descriptors) {
         out << " " << descriptor;
     }
-    out << "\n\n";
+    out << (buffer.isMappersLayout ? "\nthe library has no layout rule for the format: these are "
+                                     "the mapper's planes"
+                                   : "")
+        << "\n\n";
     printPlanes(out, buffer.layout);
     out << "\n";
     printHdr(out, buffer.hdr);

@@ -40,7 +40,8 @@ struct QueryOptions {
 struct QueryOutcome {
     LayoutAnswer answer;
     std::optional<MapperAnswer> mapper;
-    BufferGeometry geometry;  // only when something is to be drawn
+    Allocation allocation;    // not for text alone
+    BufferGeometry geometry;  // likewise
 };
 
 zcam::GrallocRequest requestOf(const QueryOptions& options) {
@@ -48,9 +49,16 @@ zcam::GrallocRequest requestOf(const QueryOptions& options) {
     return {parseUsage(options.usage), parseFormat(options.format), size.width, size.height};
 }
 
-void requireBackend(const std::string& backend) {
-    if (backend != "aidl" && backend != "hidl") {
-        throw unusable("backend " + inQuotes(backend) + " is not usable: expected aidl or hidl");
+void requireUsable(const QueryOptions& options) {
+    if (options.backend != "aidl" && options.backend != "hidl") {
+        throw unusable("backend " + inQuotes(options.backend) +
+                       " is not usable: expected aidl or hidl");
+    }
+    if (options.json && (options.draw || !options.svg.empty())) {
+        throw unusable(std::string("--json prints one document and nothing else, ") +
+                       (options.draw ? "--draw a drawing" : "--svg makes a picture") +
+                       ": expected one of them; the document has a picture's numbers, under "
+                       "'planes' and 'allocation'");
     }
 }
 
@@ -69,6 +77,7 @@ void writePicture(const QueryOutcome& outcome, const std::string& path) {
 void printOutcome(const QueryOutcome& outcome, const QueryOptions& options) {
     if (options.json) {
         Json document = layoutDocument(outcome.answer);
+        document["allocation"] = allocationDocument(outcome.allocation);
         if (outcome.mapper) {
             document["mapper"] = mapperDocument(*outcome.mapper);
         }
@@ -82,27 +91,30 @@ void printOutcome(const QueryOutcome& outcome, const QueryOptions& options) {
         return;
     }
     std::cout << '\n';
-    printBlocks(std::cout, outcome.geometry, colourWanted(), outputWidth());
+    printBlocks(std::cout, outcome.geometry, colourWanted(), terminalWidth());
     std::cout << '\n';
     printGeometry(std::cout, outcome.geometry);
 }
 
 void runQuery(const QueryOptions& options) {
     const zcam::GrallocRequest request = requestOf(options);
-    requireBackend(options.backend);
+    requireUsable(options);
     openLibraryLog(options.verbose);
     startLibrary();
-    QueryOutcome outcome{queryLayout(request, options.force), std::nullopt, {}};
+    QueryOutcome outcome{queryLayout(request, options.force), std::nullopt, {}, {}};
     if (options.backend == "hidl") {
         outcome.mapper = probeThroughHidl(request);
     }
-    if (options.draw || !options.svg.empty()) {
-        outcome.geometry = geometryOf(outcome.answer.layout, measureAllocation(request));
+    if (options.draw || options.json || !options.svg.empty()) {
+        outcome.allocation = probeAllocation(request);
+        outcome.geometry = geometryOf(outcome.answer.layout, outcome.allocation.sizeInBytes);
     }
     if (!options.svg.empty()) {
         writePicture(outcome, options.svg);
     }
-    printOutcome(outcome, options);
+    if (!isStandardOutput(options.svg)) {
+        printOutcome(outcome, options);
+    }
 }
 
 }  // namespace
@@ -116,15 +128,13 @@ void addQuery(CLI::App& program) {
     addUsage(*command, options->usage);
     command->add_flag("--force", options->force, "Probe again instead of asking the cache");
     addJson(*command, options->json);
-    CLI::Option* const svg =
-            addFile(*command, "--svg", options->svg, "Draw the planes in memory into an SVG file");
-    CLI::Option* const draw =
-            command->add_flag("--draw", options->draw, "Draw the planes in memory as text");
+    addFile(*command, "--svg", options->svg,
+            "Draw the planes in memory into an SVG file; - is standard output");
+    command->add_flag("--draw", options->draw, "Draw the planes in memory as text");
     addText(*command, "--backend", options->backend,
             "hidl: also probe through the HIDL 4.0 pair and compare")
             ->type_name("aidl|hidl");
     addVerbose(*command, options->verbose);
-    command->get_option("--json")->excludes(svg)->excludes(draw);
     command->footer(kExamples);
     command->callback([options] { runQuery(*options); });
 }

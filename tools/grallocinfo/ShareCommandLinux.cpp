@@ -1,7 +1,4 @@
 // grallocinfo share: allocate one buffer and hand it to whoever connects.
-#include <poll.h>
-#include <signal.h>
-
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -12,6 +9,7 @@
 #include "tools/grallocinfo/Arguments.h"
 #include "tools/grallocinfo/Commands.h"
 #include "tools/grallocinfo/DescribedBuffer.h"
+#include "tools/grallocinfo/Interruption.h"
 #include "tools/grallocinfo/LibraryLog.h"
 #include "tools/grallocinfo/Output.h"
 #include "tools/grallocinfo/PrintText.h"
@@ -40,42 +38,6 @@ struct ShareOptions {
     bool once = false;
     bool json = false;
     bool verbose = false;
-};
-
-volatile sig_atomic_t gInterrupted = 0;
-
-// SIGINT and SIGTERM end the wait for a client, and nothing else: they are let in only there.
-class InterruptibleWait {
-  public:
-    InterruptibleWait() {
-        struct sigaction action = {};
-        action.sa_handler = [](int) { gInterrupted = 1; };
-        sigset_t blocked;
-        sigemptyset(&blocked);
-        for (const int signal : {SIGINT, SIGTERM}) {
-            sigaddset(&blocked, signal);
-            sigaction(signal, &action, nullptr);
-        }
-        sigprocmask(SIG_BLOCK, &blocked, &mUnblocked);
-    }
-
-    // Whether a client waits at the listener; false when the program is to end.
-    bool forClient(const transport::TransportListener& listener) const {
-        pollfd waiting{listener.fd(), POLLIN, 0};
-        while (!gInterrupted) {
-            const int ready = ppoll(&waiting, 1, nullptr, &mUnblocked);
-            if (ready > 0) {
-                return true;
-            }
-            if (ready < 0 && errno != EINTR) {
-                throw systemFailure("cannot wait for clients", errno);
-            }
-        }
-        return false;
-    }
-
-  private:
-    sigset_t mUnblocked;
 };
 
 int sendTo(const transport::TransportListener& listener, const native_handle* handle) {
@@ -108,8 +70,8 @@ void printShared(const BufferAnswer& answer, const ShareOptions& options) {
 }
 
 void serve(const transport::TransportListener& listener, const native_handle* handle, bool once,
-           const InterruptibleWait& wait) {
-    while (wait.forClient(listener)) {
+           const Interruption& interruption) {
+    while (interruption.waitFor(listener.fd())) {
         const int error = sendTo(listener, handle);
         if (error != 0) {
             remark(std::string("a client did not get the buffer: ") + strerror(-error));
@@ -125,11 +87,11 @@ void runShare(const ShareOptions& options) {
     const zcam::GrallocRequest request{usage, parseFormat(options.format), size.width, size.height};
     openLibraryLog(options.verbose);
     startLibrary();
-    const InterruptibleWait wait;
+    const Interruption interruption;
     const auto listener = listenAt(options.socket);
     const AidlBuffer buffer(request, usage);
     printShared(describeBuffer(buffer.handle(), buffer.mapper()), options);
-    serve(listener, buffer.handle(), options.once, wait);
+    serve(listener, buffer.handle(), options.once, interruption);
 }
 
 }  // namespace

@@ -3,12 +3,14 @@
 // The library writes every entry to its log when it enters the cache, and all of them on
 // dumpToLog(). Reading the log leaves the program alone, and is the same on a phone as beside the
 // host platform.
-#include <fstream>
 #include <iostream>
 #include <memory>
+#include <string_view>
+#include <utility>
 
 #include "tools/grallocinfo/CacheDump.h"
 #include "tools/grallocinfo/Commands.h"
+#include "tools/grallocinfo/Interruption.h"
 #include "tools/grallocinfo/Library.h"
 #include "tools/grallocinfo/Output.h"
 
@@ -21,7 +23,14 @@ constexpr char kExamples[] =
         "  adb logcat | grallocinfo watch\n"
         "  ZELKCAM_ULOG_LEVEL=5 ./camera-program 2>&1 >/dev/null | grallocinfo watch\n"
         "  grallocinfo watch saved.log --json\n"
-        "The entries are debug lines: the camera log switchboard must let level 5 through.";
+        "The entries are debug lines. A program on Linux writes them with ZELKCAM_ULOG_LEVEL=5 in "
+        "its\n"
+        "environment; on a phone, set the camera log's level to 5.";
+
+constexpr char kExpected[] = "a log file, or - for standard input";
+constexpr char kHint[] =
+        "no cache entry in the log; they are debug lines, which a program writes with "
+        "ZELKCAM_ULOG_LEVEL=5 in its environment (on a phone: with the camera log's level at 5)";
 
 struct WatchOptions {
     std::string file = "-";
@@ -100,31 +109,68 @@ class JsonWatcher {
     Json mEntries = Json::array();
 };
 
-template <typename Watcher>
-void follow(std::istream& log, Watcher& watcher) {
-    for (std::string line; std::getline(log, line);) {
-        if (const auto read = readDumpLine(line)) {
-            std::visit(watcher, *read);
+// Cuts what a log brings into lines. What a line has beyond any dump line is dropped, so that a log
+// without line ends takes no memory.
+class LineCutter {
+  public:
+    template <typename Handle>
+    void feed(std::string_view bytes, Handle handle) {
+        while (!bytes.empty()) {
+            const size_t end = bytes.find('\n');
+            mLine += bytes.substr(0, end).substr(0, kLongestDumpLine + 1 - mLine.size());
+            if (end == std::string_view::npos) {
+                return;
+            }
+            handle(std::exchange(mLine, {}));
+            bytes.remove_prefix(end + 1);
         }
     }
-}
 
-void watchLog(std::istream& log, bool json) {
-    if (json) {
-        JsonWatcher watcher;
-        follow(log, watcher);
-        return writeDocument(watcher.document());
+    // The last line, which may lack its end.
+    const std::string& rest() const { return mLine; }
+
+  private:
+    std::string mLine;
+};
+
+// Until the log ends or the user ends it; answers how many lines were of a dump.
+template <typename Watcher>
+size_t follow(const std::string& path, Watcher& watcher) {
+    const Interruption interruption;
+    const int log = openInput(path, kExpected);
+    size_t found = 0;
+    const auto look = [&](const std::string& line) {
+        if (const auto read = readDumpLine(line)) {
+            std::visit(watcher, *read);
+            ++found;
+        }
+    };
+    LineCutter lines;
+    char bytes[64 * 1024];
+    while (interruption.waitFor(log)) {
+        const size_t count = readInput(log, bytes, sizeof(bytes), path, kExpected);
+        if (count == 0) {
+            break;
+        }
+        lines.feed({bytes, count}, look);
     }
-    TextWatcher watcher(std::cout);
-    follow(log, watcher);
+    look(lines.rest());
+    return found;
 }
 
 void runWatch(const WatchOptions& options) {
-    if (options.file == "-") {
-        return watchLog(std::cin, options.json);
+    size_t found = 0;
+    if (options.json) {
+        JsonWatcher watcher;
+        found = follow(options.file, watcher);
+        writeDocument(watcher.document());
+    } else {
+        TextWatcher watcher(std::cout);
+        found = follow(options.file, watcher);
     }
-    std::ifstream file = openFile(options.file, "a log file, or - for standard input");
-    watchLog(file, options.json);
+    if (found == 0) {
+        remark(kHint);
+    }
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <iostream>
 
 #include "tools/grallocinfo/Commands.h"
+#include "tools/grallocinfo/Completion.h"
 #include "tools/grallocinfo/Library.h"
 #include "tools/grallocinfo/LibraryLog.h"
 #include "tools/grallocinfo/Output.h"
@@ -19,8 +20,8 @@ constexpr char kFooter[] =
         "arguments are not usable. 'grallocinfo COMMAND --help' shows examples.";
 
 // Every subcommand, in the order of the help. A new one is declared in Commands.h and listed here.
-constexpr void (*kCommands[])(CLI::App&) = {addQuery, addFormats, addName,   addDiff,
-                                            addWatch, addShare,   addAttach, addRun};
+constexpr void (*kCommands[])(CLI::App&) = {addQuery, addFormats, addName,  addList,   addInfo,
+                                            addDiff,  addWatch,   addShare, addAttach, addRun};
 
 // What follows is not for this program.
 constexpr char kLastOption[] = "--";
@@ -137,6 +138,10 @@ int run(const std::vector<std::string>& words) {
     CLI::App program("What graphics buffers look like in memory", "grallocinfo");
     declare(program);
     try {
+        if (!words.empty() && words.front() == kCompletionRequest) {
+            printCompletions(std::cout, program, {words.begin() + 1, words.end()});
+            return 0;
+        }
         return parse(program, words);
     } catch (const Failure& failure) {
         return report(failure);
