@@ -61,7 +61,7 @@ std::string usableProfile(const std::string& profile) {
         throw unusable("profile " + inQuotes(profile) + " is not usable: expected one of " +
                        knownProfiles() + ", or a file");
     }
-    return std::filesystem::absolute(profile).string();
+    return std::filesystem::absolute(profile).native();
 }
 
 // Without --profile: the one that the environment names.
