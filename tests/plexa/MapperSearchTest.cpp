@@ -1,6 +1,9 @@
 // Finding the mapper: in a process that has not found it yet, whose exit status tells how it went.
 #include <link.h>
 
+#include <csignal>
+#include <new>
+
 #include "tests/plexa/ScriptedBuffer.h"
 
 namespace zelkcam::test {
@@ -45,6 +48,22 @@ bool isLoaded(std::string library) {
     EXPECT_TRUE(answersWidth());
     EXPECT_EQ(journal().calls("getIMapperLibrarySuffix"), 6);
     _exit(testing::Test::HasFailure() ? 1 : 0);
+}
+
+// Whoever caught the exception would hang at its next query.
+TEST(MapperSearch, EndsTheProcessWhenAnExceptionMeetsItsLock) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    setenv("ZELKCAM_HOST_SERVICES", "none", 1);
+    const auto catchIt = [] {
+        registerScriptedAllocator();
+        allocatorScript().suffixStatus = []() -> ndk::ScopedAStatus { throw std::bad_alloc(); };
+        try {
+            answersWidth();
+        } catch (const std::bad_alloc&) {
+            _exit(0);
+        }
+    };
+    EXPECT_EXIT(catchIt(), testing::KilledBySignal(SIGABRT), "");
 }
 
 TEST(MapperSearch, IsMadeAgainAfterAFailureAndNeverAfterSuccess) {
