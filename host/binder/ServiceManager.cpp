@@ -18,10 +18,10 @@
 namespace zelkcam::host {
 namespace {
 
-std::atomic<DefaultAidlServices> gDefaults{nullptr};
+std::atomic<DefaultAidlServices> gDefaultServices{nullptr};
 
 AIBinder* findDefault(const std::string& instance) {
-    const DefaultAidlServices find = gDefaults;
+    const DefaultAidlServices find = gDefaultServices;
     return find != nullptr ? find(instance) : nullptr;
 }
 
@@ -118,7 +118,7 @@ binder_exception_t add(AIBinder* binder, const char* instance) {
 }  // namespace
 
 void setDefaultAidlServices(DefaultAidlServices find) {
-    gDefaults = find;
+    gDefaultServices = find;
 }
 
 }  // namespace zelkcam::host

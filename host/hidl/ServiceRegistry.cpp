@@ -11,7 +11,7 @@ using android::hardware::hidl_vec;
 using android::hardware::Return;
 using android::hidl::base::V1_0::IBase;
 
-std::atomic<DefaultHidlServices> gDefaults{nullptr};
+std::atomic<DefaultHidlServices> gDefaultHidlServices{nullptr};
 
 // Empty when the object does not answer.
 std::vector<std::string> interfacesOf(const HidlObject& object) {
@@ -42,7 +42,7 @@ Return<bool> hidlImplements(const HidlObject& object, const char* descriptor) {
 }
 
 void setDefaultHidlServices(DefaultHidlServices make) {
-    gDefaults = make;
+    gDefaultHidlServices = make;
 }
 
 ServiceRegistry& ServiceRegistry::instance() {
@@ -64,7 +64,7 @@ HidlObject ServiceRegistry::find(const std::string& descriptor, const std::strin
 
 // Of threads that ask at once each may make one; the first to arrive here is everybody's.
 HidlObject ServiceRegistry::findDefault(const Key& key) {
-    const DefaultHidlServices make = gDefaults;
+    const DefaultHidlServices make = gDefaultHidlServices;
     const HidlObject made = make != nullptr ? make(key.first, key.second) : nullptr;
     if (made == nullptr) {
         return nullptr;
