@@ -9,7 +9,7 @@ if(NOT CMAKE_BUILD_TYPE)
 endif()
 
 option(ZELKCAM_BENCH "Build the benchmarks" OFF)
-option(ZELKCAM_FUZZ "Build the fuzzers (clang only)" OFF)
+option(ZELKCAM_FUZZ "Prepare for the target 'fuzzers' (clang with address,undefined only)" OFF)
 
 # Compiled results are shared between clones of this tree, where the machine has ccache.
 find_program(CCACHE ccache)
@@ -43,6 +43,11 @@ if(ZELKCAM_SANITIZE)
     add_compile_options(-fsanitize=${ZELKCAM_SANITIZE} -fno-omit-frame-pointer
                         -fno-sanitize-recover=undefined -fno-sanitize=vptr)
     add_link_options(-fsanitize=${ZELKCAM_SANITIZE})
+endif()
+if(ZELKCAM_FUZZ)
+    # The libraries count what the fuzzers reach; tests go without.
+    target_compile_options(zelkcam_options INTERFACE
+        $<$<NOT:$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>>:-fsanitize=fuzzer-no-link>)
 endif()
 
 # Nothing leaves `target`, a shared library, but what the version script `map` names.
