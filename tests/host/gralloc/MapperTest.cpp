@@ -41,7 +41,8 @@ TYPED_TEST(MapperRules, RefuseWhatIsNoImportedBuffer) {
     const buffer_handle_t freed = Import(raw.raw()).get();
     const buffer_handle_t none = nullptr;
     for (const buffer_handle_t bad : {none, buffer_handle_t{raw.raw()}, freed, kMadeUp}) {
-        EXPECT_EQ(TypeParam::lock(bad, 3, {}, -1), std::pair(AIMAPPER_ERROR_BAD_BUFFER, (void*)0));
+        EXPECT_EQ(TypeParam::lock(bad, 3, {}, -1),
+                  StableMapper::LockResult(AIMAPPER_ERROR_BAD_BUFFER, nullptr));
         EXPECT_EQ(TypeParam::unlock(bad), AIMAPPER_ERROR_BAD_BUFFER);
         EXPECT_EQ(TypeParam::flush(bad), AIMAPPER_ERROR_BAD_BUFFER);
         EXPECT_EQ(TypeParam::get(bad, kStandardName, 1), AIMAPPER_ERROR_BAD_BUFFER);
