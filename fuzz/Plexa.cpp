@@ -26,34 +26,21 @@ int32_t answer(void* destination, size_t room) {
                                  : gInput->ConsumeIntegral<int32_t>();
 }
 
-template <StandardMetadataType T>
-int32_t encoded(
-        const typename android::hardware::graphics::mapper::StandardMetadata<T>::value_type& value,
-        void* destination, size_t room) {
-    return android::hardware::graphics::mapper::StandardMetadata<T>::value::encode(
-            value, destination, room);
-}
-
 // A value that decodes, so that what is made of it is reached.
 int32_t wellFormed(int64_t type, void* destination, size_t room) {
-    using Type = StandardMetadataType;
-    switch (static_cast<Type>(type)) {
-        case Type::PLANE_LAYOUTS:
-            return encoded<Type::PLANE_LAYOUTS>(anyPlanes(*gInput), destination, room);
-        case Type::USAGE:
-            return encoded<Type::USAGE>({}, destination, room);
-        case Type::WIDTH:
-            return encoded<Type::WIDTH>(gInput->ConsumeIntegral<uint64_t>(), destination, room);
-        case Type::STRIDE:
-            return encoded<Type::STRIDE>(gInput->ConsumeIntegral<uint32_t>(), destination, room);
-        case Type::PIXEL_FORMAT_FOURCC:
-            return encoded<Type::PIXEL_FORMAT_FOURCC>(gInput->ConsumeIntegral<uint32_t>(),
-                                                      destination, room);
-        case Type::BUFFER_ID:
-            return encoded<Type::BUFFER_ID>(gInput->ConsumeIntegral<uint16_t>(), destination, room);
-        default:
-            return answer(destination, room);
-    }
+    using android::hardware::graphics::mapper::provideStandardMetadata;
+    return provideStandardMetadata(
+            static_cast<StandardMetadataType>(type), destination, room,
+            []<StandardMetadataType T>(auto&& provide) {
+                typename android::hardware::graphics::mapper::StandardMetadata<T>::value_type
+                        value{};
+                if constexpr (T == StandardMetadataType::PLANE_LAYOUTS) {
+                    value = anyPlanes(*gInput);
+                } else if constexpr (std::is_integral_v<decltype(value)>) {
+                    value = gInput->ConsumeIntegral<decltype(value)>();
+                }
+                return provide(value);
+            });
 }
 
 int32_t getStandardMetadata(buffer_handle_t, int64_t type, void* destination, size_t room) {

@@ -5,7 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/faults/FaultyGralloc.h"
+#include "platform/allocator.h"
+#include "platform/utils.h"
 
 namespace zelkcam::faults {
 
@@ -17,14 +18,12 @@ struct Stage {
     aidl::android::hardware::graphics::allocator::AllocationResult allocation;
     native_handle_t* raw = nullptr;
     buffer_handle_t buffer = nullptr;
-    int fence = -1;
     void* address = nullptr;
 };
 
 struct Traits {
     int64_t success = 0;  // what it answers undisturbed
     int locks = 0;        // left on the buffer then
-    int leaves = 0;       // Contract: the most descriptors that stay open when it fails.
     bool locked = false;  // the stage's buffer beforehand
     bool fresh = false;   // needs a process that has not built the helper yet
     bool mayEndProcess = false;

@@ -116,30 +116,21 @@ TEST_F(AttributeTest, PlanesThatExceedTheFirstReadAreReadOnceMore) {
     std::vector<PlaneLayout> planes(7, plane(0, 8, 100, {}));
     planes[0].totalSizeInBytes = 4000;
     const std::vector<uint8_t> bytes = encoded(planes);
-    ASSERT_GT(bytes.size(), 512u);
-    int32_t sizes[2] = {};  // what the mapper answers to the first and the second read
-    mapperScript().getMetadata = [&](int64_t, void* out, size_t size) {
-        if (size >= bytes.size()) {
-            memcpy(out, bytes.data(), bytes.size());
-        }
-        return sizes[size > 512 ? 1 : 0];
-    };
     const auto exact = static_cast<int32_t>(bytes.size());
-    const struct {
-        int32_t first, second;
-        std::optional<uint32_t> rows;
-        size_t calls;
-    } kCases[] = {
-            {exact, exact, 40, 2},     {exact, exact + 1, {}, 2},  // grew in between
-            {exact, -2, {}, 2},        {65537, exact, {}, 1},
-            {INT32_MAX, exact, {}, 1}, {INT32_MIN, exact, {}, 1},
+    ASSERT_GT(exact, 512);
+    const std::tuple<int32_t, int32_t, std::optional<uint32_t>, size_t> kCases[] = {
+            {exact, exact, 40, 2}, {exact, exact + 1, {}, 2},  // grew in between
+            {exact, -2, {}, 2},    {65537, exact, {}, 1},     {INT32_MIN, exact, {}, 1},
     };
-    for (const auto& expected : kCases) {
-        sizes[0] = expected.first;
-        sizes[1] = expected.second;
+    for (const auto& [first, second, rows, calls] : kCases) {
+        mapperScript().getMetadata = [&, answers = std::pair(first, second)](int64_t, void* out,
+                                                                             size_t size) {
+            memcpy(out, bytes.data(), std::min(bytes.size(), size));
+            return size > 512 ? answers.second : answers.first;
+        };
         journal().take();
-        EXPECT_EQ(read(PLEXA_GET_VERTICAL_STRIDE), expected.rows) << expected.first;
-        EXPECT_EQ(journal().take().size(), expected.calls) << expected.first;
+        EXPECT_EQ(read(PLEXA_GET_VERTICAL_STRIDE), rows) << first;
+        EXPECT_EQ(journal().take().size(), calls) << first;
     }
 }
 

@@ -70,16 +70,9 @@ bool lockByHelper(Worker& worker) {
 
 bool mark(Worker& worker) {
     IGrallocHelper& helper = worker.shared.helper;
-    switch (worker.chance.below(4)) {
-        case 0:
-            return worker.written(helper.setDirtyCamera(worker.buffer), -EIO);
-        case 1:
-            return worker.written(helper.setColorspace_JFIF(worker.buffer), -EIO);
-        case 2:
-            return worker.written(helper.setBufferSOF(worker.buffer, 7), -EIO);
-        default:
-            return worker.written(helper.setBufferStatus(worker.buffer, 1, 1), -EIO);
-    }
+    return worker.written(helper.setDirtyCamera(worker.buffer), -EIO) &&
+           worker.written(helper.setColorspace_JFIF(worker.buffer), -EIO) &&
+           worker.written(helper.setBufferSOF(worker.buffer, 7), -EIO);
 }
 
 bool speak(Worker& worker) {

@@ -45,7 +45,7 @@ struct Attributes {
     int32_t stride32 = stride, height32 = height;  // what the second reads answer
 };
 
-// What the extension says of every buffer from now on.
+// What the extension answers of every buffer from now on.
 void describeBuffers(const Attributes& attributes);
 
 }  // namespace zelkcam::test

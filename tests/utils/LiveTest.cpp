@@ -217,20 +217,6 @@ TEST(TwoProcesses, SeeEachOthersMetadataAndMarksBitForBit) {
     live.allocator.free(buffer);
 }
 
-TEST_F(LiveTest, TheExtensionDescribesWhatTheAllocatorMade) {
-    const native_handle* const buffer = allocate(0x22, 641, 481, 0x60000);  // zero shutter lag
-    for (const auto& [attribute, value] : {std::pair(PLEXA_GET_FORMAT + 0, 0x111),
-                                           {PLEXA_GET_USAGE, 0x60000},
-                                           {PLEXA_GET_WIDTH, 641},
-                                           {PLEXA_GET_STRIDE, 704},
-                                           {PLEXA_GET_ION_FD, buffer->data[0]}}) {
-        int32_t read = -1;
-        EXPECT_EQ(plexa_query(buffer, attribute, &read), 0);
-        EXPECT_EQ(read, value) << "attribute " << attribute;
-    }
-    EXPECT_EQ(allocator.free(buffer), 0);
-}
-
 }  // namespace
 
 }  // namespace zelkcam::test

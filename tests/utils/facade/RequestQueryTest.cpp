@@ -93,19 +93,17 @@ TEST_F(RequestQueryTest, AColdRequestMakesTheseCallsInThisOrderAndAHitNone) {
 }
 
 TEST_F(RequestQueryTest, UsageCountsOnlyForTheTwoFormatsThatItResolves) {
-    const struct {
-        int32_t format;
-        size_t probes;  // of three requests whose usages differ
-        int64_t usage;  // of the last probe
-    } cases[] = {
-            {0x1, 1, 0}, {0x21, 1, 0}, {0x24, 1, 0}, {0x22, 3, 0x80000000}, {0x23, 3, 0x80000000}};
-    for (const auto& c : cases) {
+    for (const auto& [format, expected, usage] : {std::tuple(0x1, 1u, 0l),
+                                                  {0x21, 1u, 0l},
+                                                  {0x24, 1u, 0l},
+                                                  {0x22, 3u, 0x80000000l},
+                                                  {0x23, 3u, 0x80000000l}}) {
         const size_t before = probes();
-        for (const uint32_t usage : {0u, 3u, 0x80000000u}) {
-            EXPECT_EQ(request({usage, c.format, 64, 32}), 0);
+        for (const uint32_t asked : {0u, 3u, 0x80000000u}) {
+            EXPECT_EQ(request({asked, format, 64, 32}), 0);
         }
-        EXPECT_EQ(probes() - before, c.probes);
-        EXPECT_EQ(static_cast<int64_t>(allocatorScript().requests.back().usage), c.usage)
+        EXPECT_EQ(probes() - before, expected);
+        EXPECT_EQ(static_cast<int64_t>(allocatorScript().requests.back().usage), usage)
                 << "widened with zeros";
     }
 }
