@@ -1,9 +1,9 @@
 #include "utils/gralloc/Names.h"
 
-#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstring>
+#include <iterator>
 
 #include "utils/gralloc/NameTables.h"
 
