@@ -133,13 +133,13 @@ static_assert(Dataspace::SCRGB_LINEAR == sumOf(Dataspace::STANDARD_BT709,
                                                Dataspace::RANGE_EXTENDED));
 
 // Binder.
-constexpr bool isEverythingIntroduced() {
+constexpr int latestLevelSeen() {
     if API_LEVEL_AT_LEAST (35, 202404) {
-        return true;
+        return 35;
     }
-    return false;
+    return 0;
 }
-static_assert(isEverythingIntroduced());
+static_assert(latestLevelSeen() == 35);
 static_assert(STATUS_UNKNOWN_ERROR == INT_MIN && STATUS_UNEXPECTED_NULL == INT_MIN + 8);
 static_assert(EX_SERVICE_SPECIFIC == -8 && EX_TRANSACTION_FAILED == -129);
 static_assert(IAllocator::version == 2);
