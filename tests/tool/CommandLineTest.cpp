@@ -21,7 +21,7 @@ size_t linesOf(const std::string& text) {
 
 struct UnusableCase {
     Words arguments;
-    const char* expected;  // what the line says was expected
+    const char* expected;  // what the line names
 };
 
 const UnusableCase kUnusable[] = {

@@ -45,7 +45,7 @@ int statusOf(pid_t process) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
 }
 
-// Until the other end is closed; a terminal says EIO then.
+// Until the other end is closed; a terminal answers EIO then.
 std::string readAll(int fd, const std::string& until = {}) {
     std::string text;
     char bytes[4096];

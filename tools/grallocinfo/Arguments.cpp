@@ -54,7 +54,7 @@ std::optional<uint32_t> negative(std::string_view text) {
     return value && *value <= 0x80000000u ? std::optional(0u - *value) : std::nullopt;
 }
 
-// How the words of one kind of code are read, and what a line says about one that is not.
+// How the words of one kind of code are read, and what is printed about one that is not known.
 struct WordRule {
     CodeKind kind;
     const char* what;

@@ -61,7 +61,7 @@ const CLI::Option* findPositional(const CLI::App& app, size_t index) {
     return last && last->get_items_expected_max() > 1 ? last : nullptr;
 }
 
-// Where a command line stands before the word that is being typed.
+// What a command line has reached before the word that is being typed.
 struct Place {
     const CLI::App* command;
     const CLI::Option* awaited = nullptr;  // the option that the word is the value of

@@ -1,4 +1,4 @@
-// What the library and the mapper say of a buffer by its handle.
+// What the library and the mapper report about a buffer by its handle.
 #pragma once
 
 #include "tools/grallocinfo/Answers.h"

@@ -62,7 +62,7 @@ std::vector<HeldError> takeHeldErrors() {
 
 void openLibraryLog(bool verbose) {
     if (verbose) {
-        // liblog's own default, off a device, drops what the switchboard was told to let through.
+        // liblog's own default, off a device, drops what the camera log was told to let through.
         __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
         return;
     }

@@ -14,8 +14,8 @@ namespace grallocinfo {
 
 namespace {
 
-// The page, in pixels. The picture stands between the offsets and the descriptions.
-constexpr double kPageWidth = 1032;
+// The page, in pixels. The picture lies between the offsets and the descriptions.
+constexpr double kPageWidth = 1080;
 constexpr double kPictureLeft = 196;
 constexpr double kPictureTop = 92;
 constexpr double kPictureWidth = 470;
@@ -127,7 +127,7 @@ std::string paddingText(const PlaneGeometry& plane) {
     };
     add(plane.stridePadding(), "byte", " a row");
     add(plane.verticalPadding(), "row", "");
-    add(plane.tailBytes, "byte", " behind the rows");
+    add(plane.tailBytes, "byte", " of tail");
     return text.empty() ? "no padding" : text;
 }
 

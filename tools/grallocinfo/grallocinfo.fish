@@ -2,8 +2,9 @@
 
 function __grallocinfo
     set -l words (commandline -opc)
-    set -l word (commandline -ct)
-    for line in ($words[1] __complete $words[2..-1] $word 2>/dev/null)
+    # The word that is being typed, without a quote that is open and without backslashes.
+    set -l word (string replace -r '^["\']' '' -- (commandline -ct) | string replace -a '\\' '')
+    for line in ($words[1] __complete $words[2..-1] "$word" 2>/dev/null)
         if test $line = :files
             __fish_complete_path $word
         else
