@@ -46,8 +46,9 @@ if(ZELKCAM_SANITIZE)
 endif()
 if(ZELKCAM_FUZZ)
     # The libraries count what the fuzzers reach; tests go without.
-    target_compile_options(zelkcam_options INTERFACE
-        $<$<NOT:$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>>:-fsanitize=fuzzer-no-link>)
+    set(type $<TARGET_PROPERTY:TYPE>)
+    set(is_library $<OR:$<STREQUAL:${type},SHARED_LIBRARY>,$<STREQUAL:${type},MODULE_LIBRARY>>)
+    target_compile_options(zelkcam_options INTERFACE $<${is_library}:-fsanitize=fuzzer-no-link>)
 endif()
 
 # Nothing leaves `target`, a shared library, but what the version script `map` names.
