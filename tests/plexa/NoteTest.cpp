@@ -68,8 +68,8 @@ TEST_F(NoteTest, AreVendorMetadataWhereTheMapperTakesIt) {
     std::vector<uint8_t> record(64);
     record[0] = 0x03;
     record[1] = 0x0c;
-    EXPECT_EQ((vendorScript().values[{kTypeName, 100}]), record);
-    EXPECT_EQ((vendorScript().values[{kTypeName, 110}]),
+    EXPECT_EQ((mapperScript().notes.values[{kTypeName, 100}]), record);
+    EXPECT_EQ((mapperScript().notes.values[{kTypeName, 110}]),
               (std::vector<uint8_t>{0xef, 0xcd, 0xab, 0x89, 0x67, 0x45, 0x23, 0x01}));
     EXPECT_EQ(statusOf(handle()), 0xc03u);
 }
@@ -81,8 +81,8 @@ TEST_F(NoteTest, StayInTheProcessByBufferIdWhereTheMapperRefuses) {
           {AIMAPPER_ERROR_BAD_VALUE, AIMAPPER_ERROR_BAD_VALUE},
           // A mapper may answer no bytes although it refused to take them.
           {AIMAPPER_ERROR_NONE, AIMAPPER_ERROR_UNSUPPORTED}}) {
-        vendorScript().readError = readError;
-        vendorScript().setError = setError;
+        mapperScript().notes.readError = readError;
+        mapperScript().notes.setError = setError;
         describe<StandardMetadataType::BUFFER_ID>(++id);
         EXPECT_EQ(statusOf(handle()), 0u);
         EXPECT_EQ(mark(handle(), 0xffffffff, 0xffffffff), std::pair(0, 0));
@@ -97,7 +97,7 @@ TEST_F(NoteTest, StayInTheProcessByBufferIdWhereTheMapperRefuses) {
 }
 
 TEST_F(NoteTest, InTheProcessOutliveManyBuffersWhileTheyAreUsed) {
-    vendorScript().readError = vendorScript().setError = AIMAPPER_ERROR_UNSUPPORTED;
+    mapperScript().notes.readError = mapperScript().notes.setError = AIMAPPER_ERROR_UNSUPPORTED;
     const auto use = [&](uint64_t id) { describe<StandardMetadataType::BUFFER_ID>(id); };
     for (const uint64_t first : {7, 8}) {
         use(first);
@@ -116,20 +116,20 @@ TEST_F(NoteTest, InTheProcessOutliveManyBuffersWhileTheyAreUsed) {
 
 TEST_F(NoteTest, FailWhereTheMapperFails) {
     for (const AIMapper_Error error : {AIMAPPER_ERROR_BAD_BUFFER, AIMAPPER_ERROR_NO_RESOURCES}) {
-        vendorScript().readError = vendorScript().setError = error;
+        mapperScript().notes.readError = mapperScript().notes.setError = error;
         const auto [fetched, stored] = mark(handle(), 1, 1);
         EXPECT_NE(fetched, 0);
         EXPECT_NE(stored, 0);
     }
-    vendorScript() = {};
+    mapperScript().notes = {};
     for (const size_t size : {1, 63, 65, 600}) {
-        vendorScript().values[{kTypeName, 100}].assign(size, 0xff);
+        mapperScript().notes.values[{kTypeName, 100}].assign(size, 0xff);
         plexa_sf_record_t record{.opaque = {1, 2, 3}};
         EXPECT_NE(plexa_query(handle(), PLEXA_GET_SF_INFO, &record), 0) << size;
         EXPECT_EQ(record.opaque[0], 1u) << "written though the read failed";
     }
     // Refused, and without an id to keep the note by.
-    vendorScript().readError = vendorScript().setError = AIMAPPER_ERROR_UNSUPPORTED;
+    mapperScript().notes.readError = mapperScript().notes.setError = AIMAPPER_ERROR_UNSUPPORTED;
     mapperScript().metadata.clear();
     const auto [fetched, stored] = mark(handle(), 1, 1);
     EXPECT_NE(fetched, 0);

@@ -1,12 +1,8 @@
-// A buffer of the scripted mapper, with vendor metadata besides the standard one.
+// A buffer of the scripted mapper, whose standard metadata the test describes.
 #pragma once
 
 #include <cstring>
-#include <map>
 #include <optional>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -15,15 +11,6 @@
 #include "tests/support/ScriptedGralloc.h"
 
 namespace zelkcam::test {
-
-// Calls reach the journal as "getMetadata <number>" and "setMetadata <number>".
-struct VendorScript {
-    int32_t readError = 0;  // an AIMapper_Error; 0 answers from `values`
-    int32_t setError = 0;
-    std::map<std::pair<std::string, int64_t>, std::vector<uint8_t>> values;  // absent: 0 bytes
-};
-
-VendorScript& vendorScript();
 
 // Encodes a value for the mapper to answer.
 template <StandardMetadataType T, typename V>
@@ -37,13 +24,20 @@ void describe(const V& value) {
 // Each test begins with an empty script and an empty journal.
 class ScriptedBufferTest : public testing::Test {
   protected:
-    ScriptedBufferTest();
+    ScriptedBufferTest() {
+        mHandle->data[0] = 41;
+        mapperScript() = {};
+        [[maybe_unused]] static const bool registered = (registerScriptedAllocator(), true);
+        uint32_t flags;
+        plexa_query(mHandle, PLEXA_GET_BUFFER_FLAGS, &flags);  // the mapper is found from here on
+        journal().take();
+    }
     ~ScriptedBufferTest() override { native_handle_delete(mHandle); }
 
     const native_handle_t* handle() const { return mHandle; }
 
   private:
-    native_handle_t* mHandle;
+    native_handle_t* const mHandle = native_handle_create(2, 1);
 };
 
 }  // namespace zelkcam::test

@@ -89,6 +89,26 @@ AIMapper_Error setStandardMetadata(buffer_handle_t, int64_t type, const void* by
     return toError(mapperScript().setResult);
 }
 
+int32_t getMetadata(buffer_handle_t, AIMapper_MetadataType type, void* out, size_t size) {
+    journal().add("getMetadata " + std::to_string(type.value));
+    auto& notes = mapperScript().notes;
+    const std::vector<uint8_t>& value = notes.values[{type.name, type.value}];
+    if (value.size() <= size) {
+        std::copy(value.begin(), value.end(), static_cast<uint8_t*>(out));
+    }
+    return notes.readError != 0 ? -notes.readError : static_cast<int32_t>(value.size());
+}
+
+AIMapper_Error setMetadata(buffer_handle_t, AIMapper_MetadataType type, const void* bytes,
+                           size_t size) {
+    journal().add("setMetadata " + std::to_string(type.value));
+    const auto* const first = static_cast<const uint8_t*>(bytes);
+    if (mapperScript().notes.setError == 0) {
+        mapperScript().notes.values[{type.name, type.value}].assign(first, first + size);
+    }
+    return toError(mapperScript().notes.setError);
+}
+
 AIMapper* scriptedMapper() {
     static AIMapper& instance = *new AIMapper{};
     instance.version = static_cast<AIMapper_Version>(mapperScript().version);
@@ -98,6 +118,8 @@ AIMapper* scriptedMapper() {
     instance.v5.unlock = unlock;
     instance.v5.getStandardMetadata = getStandardMetadata;
     instance.v5.setStandardMetadata = setStandardMetadata;
+    instance.v5.getMetadata = getMetadata;
+    instance.v5.setMetadata = setMetadata;
     return &instance;
 }
 

@@ -24,7 +24,8 @@ using aidl::android::hardware::graphics::common::StandardMetadataType;
 inline char* const kMapped = reinterpret_cast<char*>(0x7000'0000);
 
 // What the mapper answers. Calls reach the journal as "importBuffer", "freeBuffer", "lock usage=3
-// rect=0,0,640,480 fence=-1", "unlock", "getStandardMetadata 15 512", "setStandardMetadata 19 109".
+// rect=0,0,640,480 fence=-1", "unlock", "getStandardMetadata 15 512", "setStandardMetadata 19 109",
+// "getMetadata 100", "setMetadata 100".
 struct MapperScript {
     bool entryGivesNull = false;
     uint32_t version = AIMAPPER_VERSION_5;
@@ -42,6 +43,11 @@ struct MapperScript {
     // Replaces `metadata`.
     std::function<int32_t(int64_t type, void* destination, size_t size)> getMetadata;
     std::function<void()> onLock;
+    // Metadata of a vendor's own, by type: what is not here is read as no bytes.
+    struct {
+        int32_t readError = 0, setError = 0;  // an AIMapper_Error
+        std::map<std::pair<std::string, int64_t>, std::vector<uint8_t>> values;
+    } notes;
     std::set<const native_handle*> imports;  // imported and not freed
 };
 
