@@ -1,6 +1,5 @@
 // Binders of one process: who owns what, and what the service manager gives.
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
@@ -8,17 +7,16 @@
 #include <thread>
 #include <vector>
 
-#include <aidl/android/hardware/graphics/allocator/BnAllocator.h>
 #include <aidlcommonsupport/NativeHandle.h>
 #include <android/binder_manager.h>
 #include <android/binder_process.h>
 #include <gtest/gtest.h>
 
+#include "host/allocator/AllocatorService.h"
+#include "tests/host/Handles.h"
+
 namespace {
 
-using aidl::android::hardware::graphics::allocator::AllocationResult;
-using aidl::android::hardware::graphics::allocator::BnAllocator;
-using aidl::android::hardware::graphics::allocator::BufferDescriptorInfo;
 using aidl::android::hardware::graphics::allocator::IAllocator;
 using AidlHandle = aidl::android::hardware::common::NativeHandle;
 using ndk::ScopedAStatus;
@@ -27,23 +25,11 @@ using ndk::SpAIBinder;
 
 std::atomic<int> gLiving = 0;
 
-class Service : public BnAllocator {
+// The host's own allocator, but counted.
+class Service : public zelkcam::host::AllocatorService {
   public:
     Service() { ++gLiving; }
     ~Service() override { --gLiving; }
-    ScopedAStatus allocate(const std::vector<uint8_t>&, int32_t, AllocationResult*) override {
-        return ScopedAStatus::ok();
-    }
-    ScopedAStatus allocate2(const BufferDescriptorInfo&, int32_t, AllocationResult*) override {
-        return ScopedAStatus::ok();
-    }
-    ScopedAStatus isSupported(const BufferDescriptorInfo&, bool*) override {
-        return ScopedAStatus::fromServiceSpecificError(0);
-    }
-    ScopedAStatus getIMapperLibrarySuffix(std::string* suffix) override {
-        *suffix = "test";
-        return ScopedAStatus::ok();
-    }
 };
 
 int references(const SpAIBinder& binder) {
@@ -90,18 +76,17 @@ TEST(ServiceManager, WaitsUntilSomebodyRegisters) {
 TEST(ServiceManager, ManyThreadsMayAddAndCheck) {
     const std::string name = nameOf("busy");
     const int before = gLiving;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&] {
-            for (int round = 0; round < 500; ++round) {
-                add(name, SharedRefBase::make<Service>()->asBinder());
-                const SpAIBinder binder(AServiceManager_checkService(name.c_str()));
-                EXPECT_NE(nullptr, IAllocator::fromBinder(binder));
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
+    {
+        std::vector<std::jthread> threads;
+        for (int i = 0; i < 4; ++i) {
+            threads.emplace_back([&] {
+                for (int round = 0; round < 500; ++round) {
+                    add(name, SharedRefBase::make<Service>()->asBinder());
+                    const SpAIBinder binder(AServiceManager_checkService(name.c_str()));
+                    EXPECT_NE(nullptr, IAllocator::fromBinder(binder));
+                }
+            });
+        }
     }
     EXPECT_EQ(before + 1, gLiving);
 }
@@ -197,10 +182,7 @@ TEST(Status, IsNeverSuccessForAServicesCodeAndKnowsItsNames) {
 }
 
 TEST(AidlHandle, SharesTakesOrDuplicatesDescriptors) {
-    native_handle_t* const raw = native_handle_create(1, 2);
-    raw->data[0] = open("/dev/null", O_RDONLY);
-    raw->data[1] = 7;
-    raw->data[2] = -8;
+    native_handle_t* const raw = zelkcam::test::newHandle(1, {7, -8});
     const int fd = raw->data[0];
     AidlHandle copy = android::dupToAidl(raw);
     EXPECT_NE(fd, copy.fds.at(0).get());
@@ -212,10 +194,8 @@ TEST(AidlHandle, SharesTakesOrDuplicatesDescriptors) {
         EXPECT_EQ(fd, shared->data[0]);
         EXPECT_EQ(-8, shared->data[2]);
         native_handle_delete(shared);
-        native_handle_t* const duplicate = android::dupFromAidl(owner);
+        const zelkcam::test::OwnedHandle duplicate(android::dupFromAidl(owner));
         EXPECT_NE(fd, duplicate->data[0]);
-        native_handle_close(duplicate);
-        native_handle_delete(duplicate);
     }
     EXPECT_EQ(-1, fcntl(fd, F_GETFD));  // the record owned it
     native_handle_delete(raw);

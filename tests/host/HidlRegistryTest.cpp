@@ -85,12 +85,11 @@ TEST(HidlRegistry, RefusesWhatItCannotFile) {
 
 TEST(HidlRegistry, ThreadsAgreeOnTheDefaultUntilSomethingIsRegistered) {
     sp<IMapper> found[8];
-    std::vector<std::thread> threads;
-    for (sp<IMapper>& each : found) {
-        threads.emplace_back([&each] { each = IMapper::getService("built-in-raced"); });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
+    {
+        std::vector<std::jthread> threads;
+        for (sp<IMapper>& each : found) {
+            threads.emplace_back([&each] { each = IMapper::getService("built-in-raced"); });
+        }
     }
     for (const sp<IMapper>& each : found) {
         EXPECT_NE(each, nullptr);

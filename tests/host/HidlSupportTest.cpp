@@ -1,5 +1,4 @@
 // The HIDL value types, the outcome of calls, the binary form of the interfaces, thread state.
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <array>
@@ -11,7 +10,6 @@
 #include <thread>
 #include <vector>
 
-#include <aidl/android/hardware/graphics/allocator/IAllocator.h>
 #include <aidl/android/hardware/graphics/common/Dataspace.h>
 #include <aidl/android/hardware/graphics/common/FRect.h>
 #include <aidl/android/hardware/graphics/common/HardwareBufferDescription.h>
@@ -20,6 +18,7 @@
 
 #include "platform/hidl.h"
 #include "platform/hwbinder.h"
+#include "tests/host/Handles.h"
 #include "tests/support/Holdings.h"
 
 namespace zelkcam::test {
@@ -40,28 +39,17 @@ using android::hardware::toString;
 using android::hardware::graphics::mapper::V4_0::Error;
 using android::hardware::graphics::mapper::V4_0::IMapper;
 using android::hidl::base::V1_0::IBase;
-using AidlAllocator = ::aidl::android::hardware::graphics::allocator::IAllocator;
 using IAllocator = android::hardware::graphics::allocator::V4_0::IAllocator;
 
 namespace aidl = ::aidl::android::hardware::graphics::common;
 namespace V1_0 = android::hardware::graphics::common::V1_0;
 namespace V1_2 = android::hardware::graphics::common::V1_2;
 
-native_handle_t* newHandle() {
-    native_handle_t* handle = native_handle_create(2, 1);
-    handle->data[0] = open("/dev/null", O_RDONLY);
-    handle->data[1] = open("/dev/null", O_RDONLY);
-    handle->data[2] = 77;
-    return handle;
-}
-
 // Two descriptors that the test owns, and a check that nobody else closed or kept any.
 class HidlHandle : public testing::Test {
   protected:
     ~HidlHandle() override {
         EXPECT_EQ(extra(), 0) << "descriptors leaked, or the test's were closed";
-        native_handle_close(raw);
-        native_handle_delete(raw);
     }
     long extra() const { return holdings().descriptors - mBefore - 2; }
 
@@ -69,7 +57,8 @@ class HidlHandle : public testing::Test {
     const long mBefore = holdings().descriptors;
 
   protected:
-    native_handle_t* const raw = newHandle();
+    const OwnedHandle owned{newHandle(2, {77})};
+    native_handle_t* const raw = owned.get();
 };
 
 TEST_F(HidlHandle, CopiesOwnDescriptorsOfTheirOwn) {
@@ -91,7 +80,7 @@ TEST_F(HidlHandle, CopiesOwnDescriptorsOfTheirOwn) {
     hidl_handle moved;
     moved = std::move(copy);  // ownership goes along
     EXPECT_EQ(copy.getNativeHandle(), nullptr);
-    moved.setTo(newHandle(), true);
+    moved.setTo(newHandle(2, {}), true);
     EXPECT_EQ(extra(), 2);
     moved.setTo(raw);
     EXPECT_EQ(extra(), 0);
@@ -278,11 +267,6 @@ TEST(Interfaces, HaveTheirOperationsInThePublishedSlots) {
                 &IMapper::getFromBufferDescriptorInfo, &IMapper::listSupportedMetadataTypes,
                 &IMapper::dumpBuffer, &IMapper::dumpBuffers, &IMapper::getReservedRegion);
     expectSlots(13, &IAllocator::allocate);
-    expectSlots(2, &ndk::ICInterface::asBinder, &ndk::ICInterface::isRemote,
-                &ndk::ICInterface::dump, &ndk::ICInterface::handleShellCommand);
-    expectSlots(7, &AidlAllocator::allocate2, &AidlAllocator::isSupported,
-                &AidlAllocator::getIMapperLibrarySuffix, &AidlAllocator::getInterfaceVersion,
-                &AidlAllocator::getInterfaceHash);
 }
 
 // Reads the thread's state when almost everything of the thread is gone.

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <map>
 #include <string>
+#include <tuple>
 
 #include <cutils/properties.h>
 #include <gtest/gtest.h>
@@ -71,13 +72,8 @@ TEST(Properties, TextsAreCutToTheBound) {
 }
 
 TEST(Properties, NumbersAreReadAsFarAsTheyGo) {
-    struct Case {
-        const char* text;
-        int32_t as32;
-        int64_t as64;
-    };
     constexpr int32_t kDefault = -77;
-    const Case cases[] = {
+    const std::tuple<const char*, int32_t, int64_t> cases[] = {
             {"", kDefault, kDefault},
             {"12abc", 12, 12},
             {"abc", kDefault, kDefault},
@@ -88,11 +84,11 @@ TEST(Properties, NumbersAreReadAsFarAsTheyGo) {
             {"-2147483649", kDefault, int64_t{INT32_MIN} - 1},
             {"9223372036854775808", kDefault, kDefault},
     };
-    for (const Case& c : cases) {
-        ASSERT_EQ(property_set("number", c.text), 0);
+    for (const auto& [text, as32, as64] : cases) {
+        ASSERT_EQ(property_set("number", text), 0);
         errno = EBADF;
-        EXPECT_EQ(property_get_int32("number", kDefault), c.as32) << '"' << c.text << '"';
-        EXPECT_EQ(property_get_int64("number", kDefault), c.as64) << '"' << c.text << '"';
+        EXPECT_EQ(property_get_int32("number", kDefault), as32) << '"' << text << '"';
+        EXPECT_EQ(property_get_int64("number", kDefault), as64) << '"' << text << '"';
         EXPECT_EQ(errno, EBADF);
     }
     EXPECT_EQ(property_get_int32("unset", kDefault), kDefault);

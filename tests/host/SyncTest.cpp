@@ -1,8 +1,6 @@
 #include <errno.h>
 #include <fcntl.h>
-#include <signal.h>
 #include <sys/eventfd.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -13,16 +11,14 @@
 #include <gtest/gtest.h>
 #include <sync/sync.h>
 
+#include "tests/support/Alarms.h"
+
 namespace {
 
 using ndk::ScopedFileDescriptor;
 
 ScopedFileDescriptor fence(bool isSignalled) {
     return ScopedFileDescriptor(eventfd(isSignalled ? 1 : 0, EFD_CLOEXEC));
-}
-
-void signal(const ScopedFileDescriptor& fence) {
-    ASSERT_EQ(eventfd_write(fence.get(), 1), 0);
 }
 
 // 0, or the errno of the failure.
@@ -55,20 +51,14 @@ TEST(SyncWait, TellsAnErrorFromAHangUp) {
 }
 
 TEST(SyncWait, WaitsAcrossSignals) {
-    struct sigaction action = {};
-    action.sa_handler = [](int) {};
-    ASSERT_EQ(sigaction(SIGALRM, &action, nullptr), 0);
-    const itimerval timer = {{0, 2000}, {0, 2000}};
-    ASSERT_EQ(setitimer(ITIMER_REAL, &timer, nullptr), 0);
+    const zelkcam::test::Alarms alarms;
     const ScopedFileDescriptor late = fence(false);
     std::thread signaller([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        signal(late);
+        EXPECT_EQ(eventfd_write(late.get(), 1), 0);
     });
     EXPECT_EQ(waitFor(late.get(), -1), 0);
     signaller.join();
-    const itimerval off = {};
-    setitimer(ITIMER_REAL, &off, nullptr);
 }
 
 TEST(SyncMerge, FollowsTheInputThatIsStillUndecided) {

@@ -3,6 +3,7 @@
 
 #include <dirent.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -33,6 +34,12 @@ inline Holdings holdings() {
 
 inline std::ostream& operator<<(std::ostream& out, const Holdings& held) {
     return out << held.descriptors << " descriptors, " << held.mappings << " mappings";
+}
+
+// Of the file behind a descriptor, 0 when there is none.
+inline ino_t inodeOf(int fd) {
+    struct stat status {};
+    return fstat(fd, &status) == 0 ? status.st_ino : 0;
 }
 
 // As long as one of these lives, the process can open no more than `left` descriptors.

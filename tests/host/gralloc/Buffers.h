@@ -31,7 +31,19 @@ inline constexpr char kStandardName[] = "android.hardware.graphics.common.Standa
 inline constexpr char kPlexaName[] = "zelkcam.plexa.BufferAttribute";
 inline constexpr uint64_t kReadWriteOften = 0x33;
 
+using T = StandardMetadataType;
 using Bytes = std::vector<uint8_t>;
+
+inline constexpr auto kNone = AIMAPPER_ERROR_NONE;
+inline constexpr auto kBadBuffer = AIMAPPER_ERROR_BAD_BUFFER;
+inline constexpr auto kBadValue = AIMAPPER_ERROR_BAD_VALUE;
+inline constexpr auto kNoResources = AIMAPPER_ERROR_NO_RESOURCES;
+inline constexpr auto kUnsupported = AIMAPPER_ERROR_UNSUPPORTED;
+
+// The two lists of metadata share no number.
+inline AIMapper_MetadataType metadataType(int64_t number) {
+    return {number < 100 ? kStandardName : kPlexaName, number};
+}
 
 // A handle that nobody gave out and nobody may look into.
 // NOLINTNEXTLINE(performance-no-int-to-ptr): an address without anything behind it is the point
@@ -62,8 +74,9 @@ inline const AIMapperV5& mapper() {
     return loaded->v5;
 }
 
-inline BufferDescriptorInfo describe(int32_t format, int32_t width, int32_t height,
-                                     uint64_t usage = kReadWriteOften) {
+template <typename Format>
+BufferDescriptorInfo describe(Format format, int32_t width, int32_t height,
+                              uint64_t usage = kReadWriteOften) {
     BufferDescriptorInfo info;
     info.width = width;
     info.height = height;
@@ -73,9 +86,26 @@ inline BufferDescriptorInfo describe(int32_t format, int32_t width, int32_t heig
     return info;
 }
 
-inline BufferDescriptorInfo describe(PixelFormat format, int32_t width, int32_t height,
-                                     uint64_t usage = kReadWriteOften) {
-    return describe(static_cast<int32_t>(format), width, height, usage);
+using LockResult = std::pair<AIMapper_Error, void*>;
+inline LockResult lock(buffer_handle_t handle, uint64_t usage = kReadWriteOften, ARect region = {},
+                       int fence = -1) {
+    void* data = nullptr;
+    const AIMapper_Error error = mapper().lock(handle, usage, region, fence, &data);
+    return {error, data};
+}
+
+inline AIMapper_Error unlock(buffer_handle_t handle) {
+    int fence = 77;
+    const AIMapper_Error error = mapper().unlock(handle, &fence);
+    EXPECT_EQ(fence, error == kNone ? -1 : 77);
+    return error;
+}
+
+inline std::pair<uint8_t*, uint64_t> reservedRegion(buffer_handle_t handle) {
+    void* data = nullptr;
+    uint64_t size = 0;
+    EXPECT_EQ(mapper().getReservedRegion(handle, &data, &size), kNone);
+    return {static_cast<uint8_t*>(data), size};
 }
 
 struct HandleDeleter {
@@ -105,56 +135,52 @@ class RawBuffer {
 class Import {
   public:
     explicit Import(const native_handle_t* raw) {
-        EXPECT_EQ(mapper().importBuffer(raw, &mHandle), AIMAPPER_ERROR_NONE);
+        EXPECT_EQ(mapper().importBuffer(raw, &mHandle), kNone);
     }
     explicit Import(const BufferDescriptorInfo& info) : Import(RawBuffer(info).raw()) {}
     Import(const Import&) = delete;
     ~Import() {
         if (mHandle != nullptr) {
-            EXPECT_EQ(mapper().freeBuffer(mHandle), AIMAPPER_ERROR_NONE);
+            EXPECT_EQ(mapper().freeBuffer(mHandle), kNone);
         }
     }
 
     buffer_handle_t get() const { return mHandle; }
     buffer_handle_t release() { return std::exchange(mHandle, nullptr); }
 
-    Bytes bytes(const char* name, int64_t type) const {
+    Bytes bytes(int64_t type) const {
         Bytes value(1);
-        const int32_t size = mapper().getMetadata(mHandle, {name, type}, value.data(), 0);
+        const int32_t size = mapper().getMetadata(mHandle, metadataType(type), value.data(), 0);
         value.resize(static_cast<size_t>(std::max(size, 0)));
-        EXPECT_EQ(mapper().getMetadata(mHandle, {name, type}, value.data(), value.size()), size);
+        EXPECT_EQ(mapper().getMetadata(mHandle, metadataType(type), value.data(), value.size()),
+                  size);
         return value;
     }
 
-    template <StandardMetadataType T>
-    std::optional<typename StandardMetadata<T>::value_type> value() const {
-        const auto value = bytes(kStandardName, static_cast<int64_t>(T));
-        return StandardMetadata<T>::value::decode(value.data(), value.size());
+    template <StandardMetadataType Type>
+    std::optional<typename StandardMetadata<Type>::value_type> value() const {
+        const auto value = bytes(static_cast<int64_t>(Type));
+        return StandardMetadata<Type>::value::decode(value.data(), value.size());
     }
 
-    AIMapper_Error set(const char* name, int64_t type, const Bytes& value) const {
-        return mapper().setMetadata(mHandle, {name, type}, value.data(), value.size());
+    AIMapper_Error set(int64_t type, const Bytes& value) const {
+        return mapper().setMetadata(mHandle, metadataType(type), value.data(), value.size());
     }
 
     // The first byte, locked for reading and writing.
-    uint8_t* lock(uint64_t usage = kReadWriteOften) const {
-        void* data = nullptr;
-        EXPECT_EQ(mapper().lock(mHandle, usage, {}, -1, &data), AIMAPPER_ERROR_NONE);
+    uint8_t* lock() const {
+        const auto [error, data] = test::lock(mHandle);
+        EXPECT_EQ(error, kNone);
         return static_cast<uint8_t*>(data);
-    }
-
-    AIMapper_Error unlock() const {
-        int fence = -1;
-        return mapper().unlock(mHandle, &fence);
     }
 
   private:
     buffer_handle_t mHandle = nullptr;
 };
 
-template <StandardMetadataType T>
-Bytes encode(const typename StandardMetadata<T>::value_type& value) {
-    using Encoding = typename StandardMetadata<T>::value;
+template <StandardMetadataType Type>
+Bytes encode(const typename StandardMetadata<Type>::value_type& value) {
+    using Encoding = typename StandardMetadata<Type>::value;
     Bytes bytes(static_cast<size_t>(Encoding::encode(value, nullptr, 0)));
     EXPECT_EQ(Encoding::encode(value, bytes.data(), bytes.size()),
               static_cast<int32_t>(bytes.size()));

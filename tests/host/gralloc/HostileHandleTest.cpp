@@ -3,12 +3,10 @@
 #include <fcntl.h>
 #include <sys/eventfd.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstddef>
 #include <cstring>
-#include <functional>
 
 #include "host/gralloc/Allocation.h"
 #include "tests/host/gralloc/Buffers.h"
@@ -30,10 +28,7 @@ class HostileHandle : public testing::Test {
         mBefore = holdings();
     }
 
-    ~HostileHandle() override {
-        EXPECT_EQ(holdings(), mBefore);
-        EXPECT_GT(mCases, 0);
-    }
+    ~HostileHandle() override { EXPECT_EQ(holdings(), mBefore); }
 
     const native_handle_t* good() const { return mGood.raw(); }
 
@@ -45,9 +40,8 @@ class HostileHandle : public testing::Test {
     }
 
     void expectRefused(const native_handle_t* handle, const std::string& what) {
-        ++mCases;
         buffer_handle_t imported = kMadeUp;
-        EXPECT_EQ(mapper().importBuffer(handle, &imported), AIMAPPER_ERROR_BAD_BUFFER) << what;
+        EXPECT_EQ(mapper().importBuffer(handle, &imported), kBadBuffer) << what;
         EXPECT_EQ(imported, kMadeUp) << what;
     }
 
@@ -56,8 +50,6 @@ class HostileHandle : public testing::Test {
         handle->data[position] = value;
         expectRefused(handle, what + " at " + std::to_string(position));
     }
-
-    int mCases = 0;
 
   private:
     RawBuffer mGood;
@@ -82,12 +74,22 @@ TEST_F(HostileHandle, OfAnotherShape) {
     }
 }
 
-// Memory with what is behind a good descriptor, or the first part of it.
+constexpr int kAllSeals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL;
+
+// Memory of so many bytes.
+ScopedFileDescriptor memory(size_t size, int seals = kAllSeals, unsigned flags = 0) {
+    ScopedFileDescriptor fd(memfd_create("hostile", MFD_CLOEXEC | MFD_ALLOW_SEALING | flags));
+    EXPECT_EQ(ftruncate(fd.get(), static_cast<off_t>(size)), 0);
+    EXPECT_EQ(fcntl(fd.get(), F_ADD_SEALS, seals), 0);
+    return fd;
+}
+
+// What is behind a good descriptor, or the first part of it.
 ScopedFileDescriptor copyOf(int good, int seals, off_t cut = 0) {
     Bytes bytes(static_cast<size_t>(lseek(good, 0, SEEK_END) - cut));
     EXPECT_EQ(pread(good, bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
-    ScopedFileDescriptor fd(memfd_create("hostile", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-    EXPECT_EQ(write(fd.get(), bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+    ScopedFileDescriptor fd = memory(bytes.size(), 0);
+    EXPECT_EQ(pwrite(fd.get(), bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
     EXPECT_EQ(fcntl(fd.get(), F_ADD_SEALS, seals), 0);
     return fd;
 }
@@ -96,19 +98,12 @@ ScopedFileDescriptor opened(const std::string& path, int flags) {
     return ScopedFileDescriptor(open(path.c_str(), flags | O_CLOEXEC));
 }
 
-constexpr int kAllSeals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL;
-
 TEST_F(HostileHandle, WithDescriptorsThatAreNotTheMemory) {
-    int pipeEnds[2];
-    ASSERT_EQ(pipe2(pipeEnds, O_CLOEXEC), 0);
     const RawBuffer twin(describe(PixelFormat::YCRCB_420_SP, 640, 480));
     FILE* const file = tmpfile();
     ASSERT_EQ(ftruncate(fileno(file), 1 << 20), 0);
-    const ScopedFileDescriptor others[] = {ScopedFileDescriptor(pipeEnds[0]),
-                                           ScopedFileDescriptor(pipeEnds[1]),
-                                           ScopedFileDescriptor(eventfd(0, EFD_CLOEXEC)),
+    const ScopedFileDescriptor others[] = {ScopedFileDescriptor(eventfd(0, EFD_CLOEXEC)),
                                            opened("/dev/zero", O_RDWR),
-                                           opened("/proc/self/exe", O_RDONLY),
                                            opened("/tmp", O_RDONLY | O_DIRECTORY)};
     for (const int position : {kPixels, kMetadata}) {
         for (const ScopedFileDescriptor& fd : others) {
@@ -139,28 +134,11 @@ SharedImage imageOf(const native_handle_t* handle) {
     return image;
 }
 
-ScopedFileDescriptor sealedMemory(size_t size, unsigned flags = 0) {
-    ScopedFileDescriptor fd(memfd_create("forged", MFD_CLOEXEC | MFD_ALLOW_SEALING | flags));
-    EXPECT_EQ(ftruncate(fd.get(), static_cast<off_t>(size)), 0);
-    EXPECT_EQ(fcntl(fd.get(), F_ADD_SEALS, kAllSeals), 0);
-    return fd;
-}
-
-void writeImage(int fd, const SharedImage& image) {
-    EXPECT_EQ(pwrite(fd, &image, sizeof(image), 0), static_cast<ssize_t>(sizeof(image)));
-}
-
 // Metadata memory of the right size with that image at its front.
 ScopedFileDescriptor forge(const SharedImage& image) {
-    ScopedFileDescriptor fd = sealedMemory(host::gralloc::metadataSize({}));
-    writeImage(fd.get(), image);
+    ScopedFileDescriptor fd = memory(host::gralloc::metadataSize({}));
+    EXPECT_EQ(pwrite(fd.get(), &image, sizeof(image), 0), static_cast<ssize_t>(sizeof(image)));
     return fd;
-}
-
-uint64_t inodeOf(int fd) {
-    struct stat status {};
-    EXPECT_EQ(fstat(fd, &status), 0);
-    return status.st_ino;
 }
 
 // Forgers who make both memories themselves and know how they refer to each other.
@@ -178,36 +156,22 @@ TEST_F(HostileHandle, MadeWholeByAForger) {
         return handle;
     };
     {
-        const ScopedFileDescriptor enough = sealedMemory(kPixelBytes);
+        const ScopedFileDescriptor enough = memory(kPixelBytes);
         const Import control(handleOf(enough.get(), forgeFor(enough).get()));
     }
-    const ScopedFileDescriptor small = sealedMemory(kPixelBytes - 1);
+    const ScopedFileDescriptor small = memory(kPixelBytes - 1);
     expectRefused(handleOf(small.get(), forgeFor(small).get()), "pixels one byte short");
 
-    const ScopedFileDescriptor both = sealedMemory(4 * kPixelBytes);
+    const ScopedFileDescriptor both = memory(4 * kPixelBytes);
     SharedImage image = imageOf(good());
     image.header.pixelInode = inodeOf(both.get());
-    writeImage(both.get(), image);
+    pwrite(both.get(), &image, sizeof(image), 0);
     expectRefused(handleOf(both.get(), both.get()), "one memory for pixels and metadata");
 
     if (const int hugePages = memfd_create("huge", MFD_CLOEXEC | MFD_HUGETLB); hugePages >= 0) {
         close(hugePages);
-        const ScopedFileDescriptor huge = sealedMemory(size_t{1} << 30, MFD_HUGETLB);
+        const ScopedFileDescriptor huge = memory(size_t{1} << 30, kAllSeals, MFD_HUGETLB);
         expectRefused(handleOf(huge.get(), forgeFor(huge).get()), "huge pages");
-    }
-}
-
-TEST_F(HostileHandle, WhoseMetadataLies) {
-    const std::function<void(SharedImage&)> lies[] = {
-            [](auto& i) { i.header.description.reservedSize = 1 << 20; },
-            [](auto& i) { i.header.description.reservedSize = UINT64_MAX; },
-            [](auto& i) { i.header.description.name.fill('x'); },
-            [](auto& i) { i = {}; },
-    };
-    for (const auto& lie : lies) {
-        SharedImage forged = imageOf(good());
-        lie(forged);
-        expectRefusedWith(kMetadata, forge(forged).get(), "forged metadata");
     }
 }
 
@@ -221,17 +185,27 @@ bool maySenderChoose(size_t offset) {
            (offset >= kReserved && offset < kReserved + 8);
 }
 
-TEST_F(HostileHandle, WhoseMetadataDiffersInAnyByte) {
+TEST_F(HostileHandle, WhoseMetadataLies) {
+    const auto expectForgedRefused = [&](const SharedImage& forged, const std::string& what) {
+        expectRefusedWith(kMetadata, forge(forged).get(), what);
+    };
     const SharedImage image = imageOf(good());
+    SharedImage forged = image;
     for (size_t offset = 0; offset < sizeof(image); ++offset) {
-        if (maySenderChoose(offset)) {
-            continue;
+        if (!maySenderChoose(offset)) {
+            forged = image;
+            reinterpret_cast<uint8_t*>(&forged)[offset] ^= 0x41;
+            expectForgedRefused(forged, "byte " + std::to_string(offset) + " changed");
         }
-        SharedImage forged = image;
-        reinterpret_cast<uint8_t*>(&forged)[offset] ^= 0x41;
-        expectRefusedWith(kMetadata, forge(forged).get(),
-                          "byte " + std::to_string(offset) + " changed");
     }
+    forged = image;
+    for (const uint64_t size : {uint64_t{1} << 20, UINT64_MAX}) {
+        forged.header.description.reservedSize = size;
+        expectForgedRefused(forged, "reserved size beyond the memory");
+    }
+    forged = image;
+    forged.header.description.name.fill('x');
+    expectForgedRefused(forged, "name without an end");
 }
 
 }  // namespace

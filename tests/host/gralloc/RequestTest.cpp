@@ -1,16 +1,14 @@
-// What can be asked for: the AIDL allocator and the HIDL pair over the same device.
+// What can be asked for, and what a buffer then is given.
 #include <aidl/android/hardware/graphics/allocator/AllocationError.h>
-#include <gralloctypes/Gralloc4.h>
 
 #include "host/gralloc/ConstantMetadata.h"
-#include "tests/host/gralloc/Mappers.h"
+#include "tests/host/gralloc/Buffers.h"
 
 namespace zelkcam::test {
 namespace {
 
 using aidl::android::hardware::graphics::allocator::AllocationError;
 using aidl::android::hardware::graphics::common::Dataspace;
-using HidlAllocator = android::hardware::graphics::allocator::V4_0::IAllocator;
 
 constexpr char kDataspaceOption[] = "android.hardware.graphics.common.Dataspace";
 
@@ -33,26 +31,16 @@ void expectRefused(const BufferDescriptorInfo& info) {
     EXPECT_FALSE(isSupported(info));
 }
 
-void expectRefusedByHidl(const BufferDescriptorInfo& info, AIMapper_Error wanted) {
-    const auto [error, descriptor] =
-            ask<hidl_vec<uint8_t>>(&IMapper::createDescriptor, describeHidl(info));
-    EXPECT_EQ(error, wanted);
-    EXPECT_EQ(descriptor.size(), 0U);
-    EXPECT_EQ(ask<bool>(&IMapper::isSupported, describeHidl(info)),
-              std::tuple(AIMAPPER_ERROR_NONE, false));
-}
-
 TEST(Request, ThatCannotBeServedIsRefused) {
     const struct {
         const char* what;
         int32_t format, width, height, layers;
         uint64_t usage;
         int64_t reserved;
-        AIMapper_Error hidl = AIMAPPER_ERROR_UNSUPPORTED;
     } cases[] = {
-            {"zero width", 0x1, 0, 64, 1, 0x33, 0, AIMAPPER_ERROR_BAD_VALUE},
-            {"zero height", 0x1, 64, 0, 1, 0x33, 0, AIMAPPER_ERROR_BAD_VALUE},
-            {"no layer", 0x1, 64, 64, 0, 0x33, 0, AIMAPPER_ERROR_BAD_VALUE},
+            {"zero width", 0x1, 0, 64, 1, 0x33, 0},
+            {"zero height", 0x1, 64, 0, 1, 0x33, 0},
+            {"no layer", 0x1, 64, 64, 0, 0x33, 0},
             {"two layers", 0x1, 64, 64, 2, 0x33, 0},
             {"unspecified format", 0, 64, 64, 1, 0x33, 0},
             {"unknown format", 0x7777, 64, 64, 1, 0x33, 0},
@@ -77,7 +65,6 @@ TEST(Request, ThatCannotBeServedIsRefused) {
         info.layerCount = each.layers;
         info.reservedSize = each.reserved;
         expectRefused(info);
-        expectRefusedByHidl(info, each.hidl);
     }
     EXPECT_EQ(holdings(), before);
 }
@@ -90,8 +77,7 @@ TEST(Request, PresetsTheDataspaceByTheOneOptionThatIsKnown) {
     };
     const auto value = static_cast<int64_t>(Dataspace::DISPLAY_P3);
     EXPECT_TRUE(isSupported(with(kDataspaceOption, value)));
-    EXPECT_EQ(Import(with(kDataspaceOption, value)).value<StandardMetadataType::DATASPACE>(),
-              Dataspace::DISPLAY_P3);
+    EXPECT_EQ(Import(with(kDataspaceOption, value)).value<T::DATASPACE>(), Dataspace::DISPLAY_P3);
     expectRefused(with("android.hardware.graphics.common.DataSpace", value));
     expectRefused(with(kDataspaceOption, value | int64_t{1} << 32));
     auto both = with(kDataspaceOption, value);
@@ -141,74 +127,7 @@ TEST(Allocator, RunsOutOfDescriptorsWithoutLosingAny) {
 TEST(Allocator, CutsANameThatDoesNotEnd) {
     auto info = plain();
     info.name.fill('n');
-    EXPECT_EQ(Import(info).value<StandardMetadataType::NAME>(), std::string(127, 'n'));
-}
-
-// Both allocators take the bytes that createDescriptor gave, and no others.
-TEST(Allocator, TakesTheDescriptorOfTheHidlMapper) {
-    const auto [error, descriptor] =
-            ask<hidl_vec<uint8_t>>(&IMapper::createDescriptor, describeHidl(plain()));
-    ASSERT_EQ(error, AIMAPPER_ERROR_NONE);
-    for (const size_t cut : {size_t{0}, size_t{1}, descriptor.size()}) {
-        const std::vector<uint8_t> whole = descriptor;
-        const std::vector<uint8_t> bytes(whole.begin(), whole.end() - static_cast<long>(cut));
-        const bool isGood = cut == 0;
-        AllocationResult result;
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
-        const auto status = allocator().allocate(bytes, 1, &result);
-#pragma GCC diagnostic pop
-        EXPECT_EQ(status.getExceptionCode(), isGood ? EX_NONE : EX_SERVICE_SPECIFIC);
-        EXPECT_EQ(status.getServiceSpecificError(), 0) << "BAD_DESCRIPTOR is 0";
-        EXPECT_EQ(result.buffers.size(), isGood ? 1U : 0U);
-        HidlAllocator::getService()->allocate(
-                bytes, 2, [&](Error error, uint32_t stride, const hidl_vec<hidl_handle>& buffers) {
-                    EXPECT_EQ(error, isGood ? Error::NONE : Error::BAD_DESCRIPTOR);
-                    EXPECT_EQ(stride, isGood ? 64U : 0U);
-                    EXPECT_EQ(buffers.size(), isGood ? 2U : 0U);
-                });
-    }
-}
-
-TEST(HidlMapperAlone, ReadsAndPredictsAndDumpsWhatTheStableMapperReads) {
-    const auto [error, list] =
-            ask<hidl_vec<IMapper::MetadataTypeDescription>>(&IMapper::listSupportedMetadataTypes);
-    EXPECT_EQ(list.size(), 25U);
-    for (const int32_t format : {0x1, 0x11, 0x14, 0x20, 0x22, 0x25, 0x32315659}) {
-        auto info = describe(format, 1921, 1083);
-        info.name = {'h', 'i', 'd', 'l'};
-        const Import buffer(info);
-        const auto dump =
-                std::get<1>(ask<IMapper::BufferDump>(&IMapper::dumpBuffer, hidl(buffer.get())));
-        ASSERT_EQ(dump.metadataDump.size(), list.size());
-        for (size_t i = 0; i < list.size(); ++i) {
-            const IMapper::MetadataType& type = list[i].metadataType;
-            SCOPED_TRACE(testing::Message() << std::hex << format << " " << type.value);
-            const hidl_vec<uint8_t> value = buffer.bytes(type.name.c_str(), type.value);
-            const auto read = ask<hidl_vec<uint8_t>>(&IMapper::get, hidl(buffer.get()), type);
-            EXPECT_EQ(read, std::tuple(AIMAPPER_ERROR_NONE, value));
-            EXPECT_EQ(dump.metadataDump[i].metadata, value);
-            const bool isId = type.value == 1;
-            EXPECT_EQ(ask<hidl_vec<uint8_t>>(&IMapper::getFromBufferDescriptorInfo,
-                                             describeHidl(info), type),
-                      isId ? std::tuple(AIMAPPER_ERROR_UNSUPPORTED, hidl_vec<uint8_t>()) : read);
-            EXPECT_EQ(list[i].isSettable, type.value > 16 && type.value != 23);
-        }
-    }
-}
-
-TEST(DefaultServices, AreMissingWhileTheyAreSwitchedOff) {
-    const auto allocatorBinder = [] {
-        return ndk::SpAIBinder(AServiceManager_checkService(kAllocatorName));
-    };
-    setenv("ZELKCAM_HOST_SERVICES", "none", 1);
-    EXPECT_EQ(allocatorBinder().get(), nullptr);
-    EXPECT_EQ(IMapper::getService(), nullptr);
-    EXPECT_EQ(HidlAllocator::getService(), nullptr);
-    unsetenv("ZELKCAM_HOST_SERVICES");
-    EXPECT_NE(allocatorBinder().get(), nullptr);
-    EXPECT_NE(IMapper::getService(), nullptr);
-    EXPECT_NE(HidlAllocator::getService(), nullptr);
+    EXPECT_EQ(Import(info).value<T::NAME>(), std::string(127, 'n'));
 }
 
 // What a device may decide is bounded by the bytes that a buffer has for telling it.

@@ -1,16 +1,14 @@
 #include <fcntl.h>
-#include <sys/time.h>
 
 #include <array>
 #include <climits>
-#include <csignal>
 #include <cstring>
 #include <numeric>
-#include <optional>
 #include <thread>
 
 #include "host/transport/MessageFormat.h"
-#include "tests/host/transport/Connection.h"
+#include "tests/host/Handles.h"
+#include "tests/support/Alarms.h"
 #include "tests/support/Holdings.h"
 
 namespace zelkcam::test {
@@ -119,27 +117,6 @@ void sendPiece(int socket, const Piece& piece) {
     std::for_each(fds.begin(), fds.end(), close);
 }
 
-void expectRefused(const BadMessage& bad) {
-    SCOPED_TRACE(bad.name);
-    Connection connection;
-    const int on = bad.wantsCredentials ? 1 : 0;
-    setsockopt(connection.receiver.get(), SOL_SOCKET, SO_PASSCRED, &on, sizeof(on));
-    for (const Piece& piece : bad.pieces) {
-        sendPiece(connection.sender.get(), piece);
-    }
-    shutdown(connection.sender.get(), SHUT_WR);
-    const Holdings before = holdings();
-    const auto result = receiveHandle(connection.receiver.get());
-    EXPECT_EQ(result.error, bad.error);
-    EXPECT_EQ(result.value, nullptr);
-    // The emulator itself keeps the descriptors that a message has no room for.
-    const bool surplus = std::any_of(bad.pieces.begin(), bad.pieces.end(),
-                                     [](const Piece& piece) { return piece.numFds > 16; });
-    if (!ZELKCAM_EMULATED || !surplus) {
-        EXPECT_EQ(holdings(), before);
-    }
-}
-
 const BadMessage kBadMessages[] = {
         {"Nothing", {}, -ECONNRESET},
         {"WrongMagic", {{{kMagic + 1, kVersion, 1, 1, 5}, 1}}},
@@ -161,7 +138,24 @@ const BadMessage kBadMessages[] = {
 
 TEST(Transport, AMalformedMessageIsRefusedAndNothingStaysOpen) {
     for (const BadMessage& bad : kBadMessages) {
-        expectRefused(bad);
+        SCOPED_TRACE(bad.name);
+        Connection connection;
+        const int on = bad.wantsCredentials ? 1 : 0;
+        setsockopt(connection.receiver.get(), SOL_SOCKET, SO_PASSCRED, &on, sizeof(on));
+        for (const Piece& piece : bad.pieces) {
+            sendPiece(connection.sender.get(), piece);
+        }
+        shutdown(connection.sender.get(), SHUT_WR);
+        const Holdings before = holdings();
+        const auto result = receiveHandle(connection.receiver.get());
+        EXPECT_EQ(result.error, bad.error);
+        EXPECT_EQ(result.value, nullptr);
+        // The emulator itself keeps the descriptors that a message has no room for.
+        const bool surplus = std::any_of(bad.pieces.begin(), bad.pieces.end(),
+                                         [](const Piece& piece) { return piece.numFds > 16; });
+        if (!ZELKCAM_EMULATED || !surplus) {
+            EXPECT_EQ(holdings(), before);
+        }
     }
 }
 
@@ -179,18 +173,8 @@ TEST(Transport, DescriptorsThatTheProcessCannotHoldCountAsAFailure) {
 
 TEST(Transport, AMessageMayArriveByteByByteAcrossSignals) {
     const Connection connection;
-    struct sigaction action {
-    }, oldAction{};
-    action.sa_handler = [](int) {};
-    sigaction(SIGALRM, &action, &oldAction);  // without SA_RESTART: waits are interrupted
-    const itimerval often{{0, 1000}, {0, 1000}}, never{};
-    setitimer(ITIMER_REAL, &often, nullptr);
-
+    const Alarms alarms;
     std::thread sender([socket = connection.sender.get()] {
-        sigset_t alarm;
-        sigemptyset(&alarm);
-        sigaddset(&alarm, SIGALRM);
-        pthread_sigmask(SIG_BLOCK, &alarm, nullptr);
         const uint32_t words[] = {kMagic, kVersion, 0, 2, 3, 4};
         for (size_t i = 0; i < sizeof(words); ++i) {
             usleep(2000);
@@ -199,8 +183,6 @@ TEST(Transport, AMessageMayArriveByteByByteAcrossSignals) {
     });
     const auto result = receiveHandle(connection.receiver.get());
     sender.join();
-    setitimer(ITIMER_REAL, &never, nullptr);
-    sigaction(SIGALRM, &oldAction, nullptr);
     ASSERT_TRUE(result.ok()) << result.error;
     EXPECT_EQ(OwnedHandle(result.value).ints(), (std::vector<int>{3, 4}));
 }

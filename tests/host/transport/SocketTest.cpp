@@ -1,11 +1,11 @@
 #include <sys/un.h>
 
-#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 
-#include "tests/host/transport/Connection.h"
+#include "tests/host/Handles.h"
+#include "tests/support/Alarms.h"
 #include "tests/support/Holdings.h"
 
 namespace zelkcam::test {
@@ -72,14 +72,8 @@ TEST_F(SocketTest, UnusablePathsAreRefused) {
 TEST_F(SocketTest, ASignalEndsTheWaitForAPeer) {
     auto listener = listenAt(mPath);
     ASSERT_TRUE(listener.ok());
-    struct sigaction action {
-    }, old{};
-    action.sa_handler = [](int) {};
-    sigaction(SIGALRM, &action, &old);
-    ualarm(20000, 20000);
+    const Alarms alarms;
     EXPECT_EQ(listener.value.accept().error, -EINTR);
-    ualarm(0, 0);
-    sigaction(SIGALRM, &old, nullptr);
 }
 
 }  // namespace

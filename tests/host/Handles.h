@@ -1,9 +1,8 @@
-// Two connected ends in one process, and a handle to send between them.
+// Handles that the test owns, and two connected ends in one process to send them between.
 #pragma once
 
 #include <sys/mman.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -53,12 +52,6 @@ inline native_handle_t* newHandle(int numFds, const std::vector<int>& ints) {
     std::generate_n(handle->data, numFds, [] { return memfd_create("handle", MFD_CLOEXEC); });
     std::copy(ints.begin(), ints.end(), handle->data + numFds);
     return handle;
-}
-
-inline ino_t inodeOf(int fd) {
-    struct stat status {};
-    EXPECT_EQ(fstat(fd, &status), 0);
-    return status.st_ino;
 }
 
 }  // namespace zelkcam::test
