@@ -125,27 +125,24 @@ void scribble(const native_handle_t& raw, FuzzedDataProvider& input) {
 
 void operate(const native_handle_t& raw, buffer_handle_t buffer, FuzzedDataProvider& input) {
     std::string name;
-    switch (input.ConsumeIntegralInRange(0, 5)) {
+    switch (input.ConsumeIntegralInRange(0, 4)) {
         case 0: {
             const AIMapper_MetadataType type = anyType(input, name);
             const auto bytes = input.ConsumeBytes<uint8_t>(input.ConsumeIntegral<uint8_t>());
             mapper().setMetadata(buffer, type, bytes.data(), bytes.size());
-            readBack(buffer, type, 512);
+            readBack(buffer, type, input.ConsumeIntegralInRange<size_t>(0, 600));
             break;
         }
         case 1:
-            readBack(buffer, anyType(input, name), input.ConsumeIntegralInRange<size_t>(0, 600));
-            break;
-        case 2:
             lockSomewhere(buffer, input);
             break;
-        case 3:
+        case 2:
             importSpoilt(raw, input);
             break;
-        case 4:
+        case 3:
             scribble(raw, input);
             break;
-        case 5:
+        case 4:
             mapper().dumpBuffer(
                     buffer, [](void*, AIMapper_MetadataType, const void*, size_t) {}, nullptr);
             break;

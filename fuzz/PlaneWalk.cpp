@@ -1,29 +1,12 @@
 // What the mapper backends read out of plane layouts that make no sense.
 #include "utils/gralloc/PlaneWalk.h"
 
+#include <algorithm>
+
 #include "fuzz/Fuzz.h"
 
 using namespace zelkcam::fuzz;
 using NSCam::gralloc::YcbcrWalk;
-
-namespace {
-
-bool walkAll(YcbcrWalk& walk, const std::vector<PlaneLayout>& planes) {
-    for (const PlaneLayout& plane : planes) {
-        if (!walk.add(plane)) {
-            return false;
-        }
-    }
-    return true;
-}
-
-// Whoever reads chroma steps by it.
-void checkDescription(const android_ycbcr& ycbcr) {
-    require(ycbcr.chroma_step <= 2);
-    require((ycbcr.cb == nullptr && ycbcr.cr == nullptr) || ycbcr.chroma_step != 0);
-}
-
-}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     FuzzedDataProvider input(data, size);
@@ -36,8 +19,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     // The walk only computes with the address.
     YcbcrWalk walk(reinterpret_cast<void*>(base));
-    if (walkAll(walk, planes)) {
-        checkDescription(walk.description());
+    if (std::ranges::all_of(planes, [&](const auto& plane) { return walk.add(plane); })) {
+        const android_ycbcr ycbcr = walk.description();
+        // Whoever reads chroma steps by it.
+        require(ycbcr.chroma_step <= 2);
+        require((ycbcr.cb == nullptr && ycbcr.cr == nullptr) || ycbcr.chroma_step != 0);
     }
     return 0;
 }

@@ -43,18 +43,6 @@ int32_t wellFormed(int64_t type, void* destination, size_t room) {
             });
 }
 
-int32_t getStandardMetadata(buffer_handle_t, int64_t type, void* destination, size_t room) {
-    return gInput->ConsumeBool() ? wellFormed(type, destination, room) : answer(destination, room);
-}
-
-int32_t getMetadata(buffer_handle_t, AIMapper_MetadataType, void* destination, size_t room) {
-    return answer(destination, room);
-}
-
-AIMapper_Error setMetadata(buffer_handle_t, AIMapper_MetadataType, const void*, size_t) {
-    return static_cast<AIMapper_Error>(gInput->ConsumeIntegralInRange(0, 8));
-}
-
 void readEverything(const native_handle_t& handle) {
     constexpr int kAttributes[] = {1, 10, 11, 12, 13, 14, 15, 17, 52, 100, 110};
     for (int left = 24; left > 0; --left) {
@@ -76,9 +64,15 @@ void readEverything(const native_handle_t& handle) {
 const AIMapperV5* zelkcam::plexa::mapperFunctions() {
     static const AIMapperV5 mapper = [] {
         AIMapperV5 functions = {};
-        functions.getStandardMetadata = ::getStandardMetadata;
-        functions.getMetadata = ::getMetadata;
-        functions.setMetadata = ::setMetadata;
+        functions.getStandardMetadata = [](buffer_handle_t, int64_t type, void* out, size_t room) {
+            return gInput->ConsumeBool() ? wellFormed(type, out, room) : answer(out, room);
+        };
+        functions.getMetadata = [](buffer_handle_t, AIMapper_MetadataType, void* out, size_t room) {
+            return answer(out, room);
+        };
+        functions.setMetadata = [](buffer_handle_t, AIMapper_MetadataType, const void*, size_t) {
+            return static_cast<AIMapper_Error>(gInput->ConsumeIntegralInRange(0, 8));
+        };
         return functions;
     }();
     return &mapper;
