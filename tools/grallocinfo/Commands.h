@@ -3,6 +3,7 @@
 // when there is no answer.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include <CLI/CLI.hpp>
@@ -25,6 +26,9 @@ void addRun(CLI::App& program);
 // A word such as -5 would be taken for an option by the parser, and [a,b] for a list. It is handed
 // over with this in front, which addText takes off again.
 inline constexpr char kNegativeGuard = ' ';
+
+// The name or file of the device profile that the host platform answers by; nothing on a device.
+std::optional<std::string> hostProfile();
 
 // An argument or, when `name` begins with dashes, an option that takes one text.
 CLI::Option* addText(CLI::App& command, const std::string& name, std::string& value,

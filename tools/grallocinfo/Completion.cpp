@@ -124,7 +124,7 @@ Words alternatives(const std::string& text) {
 
 // An argument's kind is what the help calls it; words to choose from stand there in small letters.
 Words valuesOf(const CLI::Option& option, const std::string& word) {
-    const std::string name = option.get_single_name();
+    const std::string& name = option.get_single_name();
     const std::string type = option.get_type_name();
     if (name == "FORMAT" || name == "format") {
         return namesOf(CodeKind::kFormat);

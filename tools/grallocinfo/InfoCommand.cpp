@@ -98,7 +98,8 @@ Entries collect() {
                     {"library", libraryPath()},
                     {"allocator", allocatorText(allocator.get())},
                     {"mapper", mapperText(allocator.get())},
-                    {"hidl", hidlText()}};
+                    {"hidl", hidlText()},
+                    {"host profile", hostProfile()}};
     for (const char* const name : kProperties) {
         entries.push_back({name, propertyText(name)});
     }

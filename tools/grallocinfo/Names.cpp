@@ -84,6 +84,7 @@ NamedCode described(uint32_t code, std::string_view name, const Note* note) {
 
 std::vector<NamedCode> formats() {
     std::vector<NamedCode> codes;
+    codes.reserve(NSCam::gralloc::kPixelFormatNames.size());
     for (const auto& [code, name] : NSCam::gralloc::kPixelFormatNames) {
         codes.push_back(described(static_cast<uint32_t>(code), name, noteOf(kFormatNotes, code)));
     }

@@ -83,7 +83,7 @@ class Replacement {
 // Where a symbolic link leads, so that the link stays one.
 std::string resolved(const std::string& path) {
     char* const real = realpath(path.c_str(), nullptr);
-    const std::string result = real ? real : path;
+    std::string result = real ? real : path;
     free(real);
     return result;
 }

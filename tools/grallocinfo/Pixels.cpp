@@ -302,13 +302,13 @@ void writeGrey(const Frame& frame, const Plane& rgb) {
 // own, and behind these the lower ones together, those of the first sample lowest; RAW16 has words.
 template <int kBits>
 struct Packed {
-    static constexpr int kLowBits = kBits - 8;
-    static constexpr int kPixels = kBits == 16 ? 1 : 8 / kLowBits;
-    static constexpr int kBytes = kPixels * kBits / 8;
+    static constexpr size_t kLowBits = kBits - 8;
+    static constexpr size_t kPixels = kBits == 16 ? 1 : 8 / kLowBits;
+    static constexpr size_t kBytes = kPixels * kBits / 8;
     static constexpr int kMask = (1 << kLowBits) - 1;
 
     // Spread over all 16 bits, so that the brightest stays the brightest.
-    static uint16_t get(const uint8_t* row, int x) {
+    static uint16_t get(const uint8_t* row, size_t x) {
         if constexpr (kBits == 16) {
             return static_cast<uint16_t>(row[2 * x] | row[2 * x + 1] << 8);
         }
@@ -319,7 +319,7 @@ struct Packed {
     }
 
     // Into a row of zeros.
-    static void put(uint8_t* row, int x, uint16_t value) {
+    static void put(uint8_t* row, size_t x, uint16_t value) {
         if constexpr (kBits == 16) {
             row[2 * x] = static_cast<uint8_t>(value);
             row[2 * x + 1] = static_cast<uint8_t>(value >> 8);
@@ -336,7 +336,7 @@ template <int kBits>
 Picture readRaw(const Frame& frame) {
     Picture picture = frame.picture(Samples::kLinearGrey16);
     for (int y = 0; y < frame.height; ++y) {
-        for (int x = 0; x < frame.width; ++x) {
+        for (size_t x = 0; x < picture.width(); ++x) {
             picture.row16(size_t(y))[x] = Packed<kBits>::get(frame.planes[0].row(y), x);
         }
     }
@@ -348,11 +348,12 @@ void writeRaw(const Frame& frame, const Plane& rgb) {
     using Samples = Packed<kBits>;
     const Scratch grey(frame.width, frame.height);
     libyuv::RAWToJ400(rgb.data, rgb.stride, grey->data, grey->stride, frame.width, frame.height);
-    const int groups = (frame.width + Samples::kPixels - 1) / Samples::kPixels;
+    const auto width = static_cast<size_t>(frame.width);
+    const size_t groups = (width + Samples::kPixels - 1) / Samples::kPixels;
     for (int y = 0; y < frame.height; ++y) {
         uint8_t* const row = frame.planes[0].row(y);
         std::fill_n(row, groups * Samples::kBytes, uint8_t{0});
-        for (int x = 0; x < frame.width; ++x) {
+        for (size_t x = 0; x < width; ++x) {
             Samples::put(row, x, linearLight<256>()[grey->row(y)[x]]);
         }
     }

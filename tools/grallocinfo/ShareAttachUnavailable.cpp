@@ -20,6 +20,10 @@ void addUnavailable(CLI::App& program, const char* name, const char* help) {
 
 }  // namespace
 
+std::optional<std::string> hostProfile() {
+    return std::nullopt;
+}
+
 void addShare(CLI::App& program) {
     addUnavailable(program, "share", "Not part of this build");
 }

@@ -1,6 +1,7 @@
 // grallocinfo share: allocate one buffer and hand it to whoever connects.
 #include <cerrno>
 #include <chrono>
+#include <cstdlib>
 #include <cstring>
 #include <iostream>
 #include <memory>
@@ -95,6 +96,11 @@ void runShare(const ShareOptions& options) {
 }
 
 }  // namespace
+
+std::optional<std::string> hostProfile() {
+    const char* const chosen = getenv("ZELKCAM_HOST_PROFILE");
+    return chosen && *chosen ? chosen : "default";
+}
 
 void addShare(CLI::App& program) {
     const auto options = std::make_shared<ShareOptions>();
