@@ -1,0 +1,736 @@
+#include <cstdlib>
+#include <limits>
+#include <set>
+#include <tuple>
+
+#include <nlohmann/json.hpp>
+
+#include "profile/Json.h"
+#include "profile/Words.h"
+
+namespace zelkcam::profile {
+namespace {
+
+using nlohmann::json;
+
+// Where a document is wrong, and why.
+struct BadProfile {
+    std::string where;
+    std::string why;
+};
+
+constexpr int64_t kMaxNumber = INT32_MAX;
+constexpr int64_t kMaxFactor = 1 << 20;
+constexpr int64_t kMaxAlignment = 1 << 24;
+constexpr size_t kMaxText = 200;
+constexpr size_t kMaxRules = 64;
+constexpr size_t kMaxCases = 8;
+constexpr size_t kMaxFormats = 256;
+constexpr size_t kMaxShapes = 4096;
+constexpr size_t kMaxGroups = 16384;
+constexpr size_t kMaxAnswers = 65536;
+
+// One value of the document and the way to it. The way costs text only when something is wrong.
+class Node {
+  public:
+    explicit Node(const json& value) : mValue(value) {}
+    Node(const json& value, const Node* parent, std::string_view key)
+        : mValue(value), mParent(parent), mKey(key) {}
+    Node(const json& value, const Node* parent, size_t index)
+        : mValue(value), mParent(parent), mIndex(index) {}
+
+    [[noreturn]] void fail(const std::string& why) const { throw BadProfile{path(), why}; }
+
+    bool has(std::string_view key) const { return object().contains(key); }
+    Node at(std::string_view key) const {
+        const auto found = object().find(key);
+        if (found == object().end()) {
+            fail("\"" + std::string(key) + "\" is missing");
+        }
+        return {*found, this, key};
+    }
+    Node at(size_t index) const {
+        if (index >= mValue.size()) {
+            fail("more than " + std::to_string(mValue.size()) + " elements expected");
+        }
+        return {mValue[index], this, index};
+    }
+
+    size_t count(size_t most) const {
+        if (!mValue.is_array()) {
+            fail("an array expected");
+        }
+        if (mValue.size() > most) {
+            fail("at most " + std::to_string(most) + " elements expected, not " +
+                 std::to_string(mValue.size()));
+        }
+        return mValue.size();
+    }
+    bool isArray() const { return mValue.is_array(); }
+    bool isString() const { return mValue.is_string(); }
+
+    // Only what is named may stand in an object: a misspelt word would count for nothing.
+    void allow(std::initializer_list<std::string_view> words) const;
+
+    int64_t integer(int64_t least, int64_t most) const {
+        const int64_t number = signedNumber();
+        if (number < least || number > most) {
+            fail("a number from " + std::to_string(least) + " to " + std::to_string(most) +
+                 " expected, not " + std::to_string(number));
+        }
+        return number;
+    }
+    bool boolean() const {
+        if (!mValue.is_boolean()) {
+            fail("true or false expected");
+        }
+        return mValue.get<bool>();
+    }
+    const std::string& text(size_t most = kMaxText) const {
+        if (!mValue.is_string() || mValue.get_ref<const std::string&>().size() > most) {
+            fail("a text of at most " + std::to_string(most) + " bytes expected");
+        }
+        return mValue.get_ref<const std::string&>();
+    }
+    uint64_t bits() const;
+
+    template <typename E, size_t N>
+    E word(const Words<E, N>& words) const {
+        const auto found = words.find(text());
+        if (!found) {
+            fail("\"" + text() + "\" is not known here");
+        }
+        return *found;
+    }
+
+  private:
+    const json& object() const {
+        if (!mValue.is_object()) {
+            fail("an object expected");
+        }
+        return mValue;
+    }
+    int64_t signedNumber() const {
+        if (!mValue.is_number_integer() ||
+            (mValue.is_number_unsigned() && mValue.get<uint64_t>() > INT64_MAX)) {
+            fail("a whole number expected");
+        }
+        return mValue.get<int64_t>();
+    }
+    std::string path() const {
+        if (mParent == nullptr) {
+            return "";
+        }
+        return mParent->path() + "/" + (mKey.empty() ? std::to_string(mIndex) : std::string(mKey));
+    }
+
+    const json& mValue;
+    const Node* mParent = nullptr;
+    std::string_view mKey;
+    size_t mIndex = 0;
+};
+
+void Node::allow(std::initializer_list<std::string_view> words) const {
+    for (const auto& [key, value] : object().items()) {
+        bool known = false;
+        for (const std::string_view word : words) {
+            known = known || word == key;
+        }
+        if (!known) {
+            fail("\"" + key.substr(0, kMaxText) + "\" is not known here");
+        }
+    }
+}
+
+// "0x20033", or a number.
+uint64_t Node::bits() const {
+    if (!mValue.is_string()) {
+        return static_cast<uint64_t>(integer(0, INT64_MAX));
+    }
+    const std::string& digits = text(18);
+    const bool good = digits.size() > 2 && digits.starts_with("0x") &&
+                      digits.find_first_not_of("0123456789abcdef", 2) == std::string::npos;
+    if (!good) {
+        fail("bits such as \"0x20033\" expected");
+    }
+    return std::strtoull(digits.c_str(), nullptr, 16);
+}
+
+template <typename T, typename Read>
+std::vector<T> list(const Node& node, size_t most, const Read& read) {
+    std::vector<T> values;
+    const size_t count = node.count(most);
+    values.reserve(count);
+    for (size_t i = 0; i < count; ++i) {
+        values.push_back(read(node.at(i)));
+    }
+    return values;
+}
+
+template <typename T, typename Read>
+std::vector<T> optionalList(const Node& node, std::string_view key, size_t most, const Read& read) {
+    return node.has(key) ? list<T>(node.at(key), most, read) : std::vector<T>();
+}
+
+int64_t integerOr(const Node& node, std::string_view key, int64_t least, int64_t most,
+                  int64_t otherwise) {
+    return node.has(key) ? node.at(key).integer(least, most) : otherwise;
+}
+
+bool booleanOr(const Node& node, std::string_view key, bool otherwise) {
+    return node.has(key) ? node.at(key).boolean() : otherwise;
+}
+
+uint64_t bitsOr(const Node& node, std::string_view key) {
+    return node.has(key) ? node.at(key).bits() : 0;
+}
+
+std::string textOr(const Node& node, std::string_view key, size_t most = kMaxText) {
+    return node.has(key) ? node.at(key).text(most) : std::string();
+}
+
+int32_t code(const Node& node) {
+    return static_cast<int32_t>(node.integer(INT32_MIN, INT32_MAX));
+}
+
+// Formats are often written as the unsigned number that they are known by.
+int32_t formatCode(const Node& node) {
+    if (node.isString()) {
+        const uint64_t bits = node.bits();
+        if (bits > UINT32_MAX) {
+            node.fail("a format of 32 bits expected");
+        }
+        return static_cast<int32_t>(static_cast<uint32_t>(bits));
+    }
+    return static_cast<int32_t>(static_cast<uint32_t>(node.integer(INT32_MIN, UINT32_MAX)));
+}
+
+// A refusal that stands for itself: never kGranted.
+int32_t refusal(const Node& node) {
+    const int64_t value = node.integer(kOtherException, INT32_MAX);
+    if (value == kGranted) {
+        node.fail("a refusal expected");
+    }
+    return static_cast<int32_t>(value);
+}
+
+uint32_t fourcc(const Node& node) {
+    if (!node.isString()) {
+        return static_cast<uint32_t>(node.integer(0, UINT32_MAX));
+    }
+    const std::string& name = node.text(4);
+    if (name.size() != 4) {
+        node.fail("four characters expected");
+    }
+    uint32_t value = 0;
+    for (size_t i = 4; i-- > 0;) {
+        value = value << 8 | static_cast<uint8_t>(name[i]);
+    }
+    return value;
+}
+
+Term readTerm(const Node& node, bool amongCases) {
+    if (amongCases) {
+        node.allow({"of", "plane", "up", "header", "times", "per", "plus", "tailRows", "align",
+                    "orAlign", "orPlus", "upTo", "sure", "next"});
+    } else {
+        node.allow({"of", "plane", "up", "header", "times", "per", "plus", "tailRows", "align",
+                    "orAlign", "orPlus"});
+    }
+    Term term;
+    term.base = node.at("of").word(kBases);
+    term.plane = static_cast<uint8_t>(integerOr(node, "plane", 0, kMaxPlanes - 1, 0));
+    term.up = booleanOr(node, "up", false);
+    term.header = booleanOr(node, "header", false);
+    term.times = integerOr(node, "times", 1, kMaxFactor, 1);
+    term.per = integerOr(node, "per", 1, kMaxFactor, 1);
+    term.plus = integerOr(node, "plus", -kMaxNumber, kMaxNumber, 0);
+    term.tailRows = integerOr(node, "tailRows", 0, kMaxFactor, 0);
+    term.align = integerOr(node, "align", 1, kMaxAlignment, 1);
+    term.orAlign = integerOr(node, "orAlign", 0, kMaxAlignment, 0);
+    term.plusOpen = node.has("orPlus");
+    term.orPlus = integerOr(node, "orPlus", -kMaxNumber, kMaxNumber, 0);
+    return term;
+}
+
+Case readCase(const Node& node) {
+    Case one{.term = readTerm(node, true)};
+    one.limited = node.has("upTo");
+    if (one.limited) {
+        const Node limit = node.at("upTo");
+        limit.allow({"width", "height", "area"});
+        for (const auto& [axis, word] : kAxes.entries) {
+            if (limit.has(word)) {
+                one.axis = axis;
+                one.upTo = limit.at(word).integer(0, INT64_MAX - 1);
+            }
+        }
+        one.sure = integerOr(node, "sure", 0, one.upTo, one.upTo);
+        one.next = integerOr(node, "next", one.upTo + 1, INT64_MAX, one.upTo + 1);
+    }
+    return one;
+}
+
+Quantity readQuantity(const Node& node) {
+    if (!node.isArray()) {
+        return {Case{.term = readTerm(node, false)}};
+    }
+    auto cases = list<Case>(node, kMaxCases, readCase);
+    for (size_t i = 0; i < cases.size(); ++i) {
+        if (cases[i].limited == (i + 1 == cases.size())) {
+            node.at(i).fail("\"upTo\" expected in all cases but the last");
+        }
+    }
+    if (cases.empty()) {
+        node.fail("at least one case expected");
+    }
+    return cases;
+}
+
+UsageTest readUsageTest(const Node& node) {
+    node.allow({"any", "all", "none"});
+    for (const auto& [op, word] : kUsageOps.entries) {
+        if (node.has(word)) {
+            return {op, node.at(word).bits()};
+        }
+    }
+    node.fail("\"any\", \"all\" or \"none\" expected");
+}
+
+std::vector<UsageTest> readUsageTests(const Node& node) {
+    return optionalList<UsageTest>(node, "usage", 16, readUsageTest);
+}
+
+SizeTest readSizeTest(const Node& node) {
+    node.allow({"odd", "above", "sure", "next"});
+    SizeTest test;
+    if (node.has("odd")) {
+        const Axis axis = node.at("odd").word(kAxes);
+        if (axis == Axis::kArea) {
+            node.fail("width or height expected");
+        }
+        test.op = axis == Axis::kWidth ? SizeOp::kOddWidth : SizeOp::kOddHeight;
+        return test;
+    }
+    const Node above = node.at("above");
+    above.allow({"width", "height", "area"});
+    for (const auto& [axis, word] : kAxes.entries) {
+        if (above.has(word)) {
+            test.axis = axis;
+            test.limit = above.at(word).integer(0, INT64_MAX - 1);
+        }
+    }
+    test.sure = integerOr(node, "sure", 0, test.limit, test.limit);
+    test.next = integerOr(node, "next", test.limit + 1, INT64_MAX, test.limit + 1);
+    return test;
+}
+
+Evidence readEvidence(const Node& node) {
+    node.allow({"samples", "exceptions", "maxWidth", "maxHeight"});
+    return {node.at("samples").integer(0, kMaxNumber), node.at("exceptions").integer(0, kMaxNumber),
+            node.at("maxWidth").integer(0, kMaxNumber),
+            node.at("maxHeight").integer(0, kMaxNumber)};
+}
+
+PlaneRule readPlaneRule(const Node& node) {
+    node.allow({"row", "rows", "size", "offset", "width", "height"});
+    PlaneRule rule;
+    for (const auto& [name, quantity] : kPlaneQuantities) {
+        if (node.has(name)) {
+            rule.*quantity = readQuantity(node.at(name));
+        }
+    }
+    return rule;
+}
+
+void collectReferences(const Quantity& quantity, std::set<size_t>& planes) {
+    for (const Case& one : quantity) {
+        if (one.term.base == Base::kEnd || one.term.base == Base::kStart) {
+            planes.insert(one.term.plane);
+        }
+    }
+}
+
+// What a quantity may be counted from depends on what is known when its turn comes.
+void requireKnown(const Node& node, const Quantity& quantity, std::initializer_list<Base> known) {
+    for (const Case& one : quantity) {
+        if (std::find(known.begin(), known.end(), one.term.base) == known.end()) {
+            node.fail("\"" + std::string(kBases.of(one.term.base)) +
+                      "\" is not known when this is counted");
+        }
+        if (one.term.tailRows != 0 && one.term.base != Base::kTotal &&
+            one.term.base != Base::kEnd) {
+            node.fail("\"tailRows\" belongs behind planes");
+        }
+    }
+}
+
+// Every plane can be placed, one after the other.
+void requireOrder(const Node& node, const std::vector<PlaneRule>& planes) {
+    std::set<size_t> placed;
+    for (size_t pass = 0; pass < planes.size(); ++pass) {
+        for (size_t i = 0; i < planes.size(); ++i) {
+            std::set<size_t> references;
+            collectReferences(planes[i].offset, references);
+            if (std::includes(placed.begin(), placed.end(), references.begin(), references.end())) {
+                placed.insert(i);
+            }
+        }
+    }
+    if (placed.size() != planes.size()) {
+        node.fail("the planes' offsets wait for each other");
+    }
+}
+
+void requireBases(const Node& node, const Rule& rule) {
+    requireKnown(node, rule.alignedWidth, {Base::kConstant, Base::kWidth});
+    requireKnown(node, rule.alignedHeight, {Base::kConstant, Base::kHeight});
+    requireKnown(node, rule.header, {Base::kConstant, Base::kArea});
+    for (const PlaneRule& plane : rule.planes) {
+        requireKnown(node, plane.row,
+                     {Base::kConstant, Base::kWidth, Base::kAlignedWidth, Base::kRow});
+        requireKnown(node, plane.rows, {Base::kConstant, Base::kHeight, Base::kAlignedHeight});
+        requireKnown(node, plane.size, {Base::kConstant, Base::kArea, Base::kPlane, Base::kRow});
+        requireKnown(node, plane.offset, {Base::kConstant, Base::kArea, Base::kEnd, Base::kStart});
+        for (const Quantity* one : {&plane.width, &plane.height}) {
+            requireKnown(node, *one,
+                         {Base::kConstant, Base::kWidth, Base::kHeight, Base::kAlignedWidth,
+                          Base::kAlignedHeight, Base::kRow});
+        }
+    }
+    for (const Quantity* one : {&rule.stride, &rule.answeredStride}) {
+        requireKnown(node, *one, {Base::kConstant, Base::kWidth, Base::kAlignedWidth, Base::kRow});
+    }
+    requireKnown(node, rule.allocationSize,
+                 {Base::kConstant, Base::kArea, Base::kTotal, Base::kEnd, Base::kStart});
+}
+
+void requirePlanes(const Node& node, const Rule& rule) {
+    std::set<size_t> references;
+    collectReferences(rule.allocationSize, references);
+    for (const PlaneRule& plane : rule.planes) {
+        collectReferences(plane.offset, references);
+    }
+    if (!references.empty() && *references.rbegin() >= rule.planes.size()) {
+        node.fail("there is no plane " + std::to_string(*references.rbegin()));
+    }
+    requireOrder(node, rule.planes);
+}
+
+Rule readRule(const Node& node, const std::vector<Shape>& shapes) {
+    node.allow({"usage", "size", "refuse", "shape", "alignedWidth", "alignedHeight", "header",
+                "stride", "answeredStride", "allocationSize", "planes", "evidence"});
+    Rule rule;
+    rule.usage = readUsageTests(node);
+    rule.size = optionalList<SizeTest>(node, "size", 16, readSizeTest);
+    if (node.has("evidence")) {
+        rule.evidence = readEvidence(node.at("evidence"));
+    }
+    if (node.has("refuse")) {
+        rule.answer = refusal(node.at("refuse"));
+        return rule;
+    }
+    rule.shape = static_cast<uint32_t>(
+            node.at("shape").integer(0, static_cast<int64_t>(shapes.size()) - 1));
+    for (const auto& [name, quantity] : kRuleQuantities) {
+        if (node.has(name)) {
+            rule.*quantity = readQuantity(node.at(name));
+        }
+    }
+    rule.planes = optionalList<PlaneRule>(node, "planes", kMaxPlanes, readPlaneRule);
+    // A device may keep its planes to itself; the rule counts with them all the same.
+    const size_t told = shapes[rule.shape].planes.size();
+    if (told != 0 && rule.planes.size() != told) {
+        node.fail("the rule has " + std::to_string(rule.planes.size()) + " planes, its shape " +
+                  std::to_string(told));
+    }
+    requireBases(node, rule);
+    requirePlanes(node, rule);
+    return rule;
+}
+
+Component readComponent(const Node& node) {
+    if (node.count(3) != 3) {
+        node.fail("type, offset and size in bits expected");
+    }
+    return {node.at(0).integer(INT64_MIN, INT64_MAX), node.at(1).integer(-1024, 1024),
+            node.at(2).integer(-1, 1024)};
+}
+
+PlaneShape readPlaneShape(const Node& node) {
+    node.allow({"components", "increment", "subsampling"});
+    PlaneShape plane;
+    plane.components =
+            optionalList<Component>(node, "components", kMaxPlaneComponents, readComponent);
+    plane.sampleIncrementInBits = integerOr(node, "increment", -1, 1024, 0);
+    if (node.has("subsampling")) {
+        const Node both = node.at("subsampling");
+        if (both.count(2) != 2) {
+            both.fail("two numbers expected");
+        }
+        plane.horizontalSubsampling = both.at(0).integer(0, 64);
+        plane.verticalSubsampling = both.at(1).integer(0, 64);
+    }
+    return plane;
+}
+
+Refused readRefused(const Node& node) {
+    if (node.count(2) != 2) {
+        node.fail("metadata type and answer expected");
+    }
+    return {node.at(0).integer(1, 1024), code(node.at(1))};
+}
+
+Shape readShape(const Node& node) {
+    node.allow({"format", "fourcc", "modifier", "compression", "interlaced", "chromaSiting",
+                "usageAdded", "usageRemoved", "flags", "crop", "refused", "planes"});
+    Shape shape;
+    shape.format = formatCode(node.at("format"));
+    shape.fourcc = fourcc(node.at("fourcc"));
+    shape.modifier = bitsOr(node, "modifier");
+    shape.compression = integerOr(node, "compression", INT64_MIN, INT64_MAX, 0);
+    shape.interlaced = integerOr(node, "interlaced", INT64_MIN, INT64_MAX, 0);
+    shape.chromaSiting = integerOr(node, "chromaSiting", INT64_MIN, INT64_MAX, 0);
+    shape.usageAdded = bitsOr(node, "usageAdded");
+    shape.usageRemoved = bitsOr(node, "usageRemoved");
+    shape.flags = static_cast<uint32_t>(bitsOr(node, "flags"));
+    shape.crop = node.has("crop") ? node.at("crop").word(kCrops) : Crop::kPlane;
+    shape.refused = optionalList<Refused>(node, "refused", 32, readRefused);
+    shape.planes = optionalList<PlaneShape>(node, "planes", kMaxPlanes, readPlaneShape);
+    size_t components = 0;
+    for (const PlaneShape& plane : shape.planes) {
+        components += plane.components.size();
+    }
+    if (components > kMaxComponents) {
+        node.fail("at most " + std::to_string(kMaxComponents) + " components expected, not " +
+                  std::to_string(components));
+    }
+    return shape;
+}
+
+// A rule that is another format's under more conditions: that format's rules, of those already
+// read.
+void addAlike(const Node& node, const std::vector<FormatRules>& known, std::vector<Rule>& rules) {
+    node.allow({"usage", "size", "like"});
+    const int32_t format = formatCode(node.at("like"));
+    const auto found = std::find_if(known.begin(), known.end(), [format](const FormatRules& one) {
+        return one.format == format;
+    });
+    if (found == known.end()) {
+        node.fail("\"like\" names a format without rules before this one");
+    }
+    const auto usage = readUsageTests(node);
+    const auto size = optionalList<SizeTest>(node, "size", 16, readSizeTest);
+    for (Rule rule : found->rules) {
+        rule.usage.insert(rule.usage.begin(), usage.begin(), usage.end());
+        rule.size.insert(rule.size.begin(), size.begin(), size.end());
+        rules.push_back(rule);
+    }
+}
+
+FormatRules readFormat(const Node& node, const Profile& profile) {
+    node.allow({"format", "usages", "rules"});
+    FormatRules format;
+    format.format = formatCode(node.at("format"));
+    format.usages = optionalList<uint64_t>(node, "usages", 256,
+                                           [](const Node& usage) { return usage.bits(); });
+    const Node rules = node.at("rules");
+    const size_t count = rules.count(kMaxRules);
+    for (size_t i = 0; i < count; ++i) {
+        const Node rule = rules.at(i);
+        if (rule.has("like")) {
+            addAlike(rule, profile.formats, format.rules);
+        } else {
+            format.rules.push_back(readRule(rule, profile.shapes));
+        }
+        if (format.rules.size() > kMaxRules) {
+            rules.fail("at most " + std::to_string(kMaxRules) + " rules expected");
+        }
+    }
+    return format;
+}
+
+LockAnswer readLockAnswer(const Node& node) {
+    if (node.count(2) != 2) {
+        node.fail("the answers to reading and writing expected");
+    }
+    return {code(node.at(0)), code(node.at(1))};
+}
+
+LockRule readLockRule(const Node& node) {
+    node.allow({"formats", "usage", "answer"});
+    return {optionalList<int32_t>(node, "formats", kMaxFormats, formatCode), readUsageTests(node),
+            readLockAnswer(node.at("answer"))};
+}
+
+Traits readTraits(const Node& node) {
+    node.allow({"refusedUsage", "usageRefusal", "zeroUsage", "maxLayers", "layersRefusal",
+                "maxReservedSize", "reservedRefusal", "options", "optionsRefusal", "acquireFence",
+                "waitsForAcquireFence", "releaseFence", "lockWithoutUsage", "lockWithOtherUsage",
+                "nestedLock", "foreignHandle", "unlockedFlush", "unlockedReread", "settable"});
+    const auto codeOr = [&](std::string_view key, int32_t otherwise) {
+        return node.has(key) ? code(node.at(key)) : otherwise;
+    };
+    Traits traits;
+    traits.refusedUsage = bitsOr(node, "refusedUsage");
+    traits.usageRefusal = codeOr("usageRefusal", traits.usageRefusal);
+    traits.zeroUsage = codeOr("zeroUsage", traits.zeroUsage);
+    traits.maxLayers = integerOr(node, "maxLayers", 1, kMaxNumber, traits.maxLayers);
+    traits.layersRefusal = codeOr("layersRefusal", traits.layersRefusal);
+    traits.maxReservedSize = integerOr(node, "maxReservedSize", 0, 1 << 26, 0);
+    traits.reservedRefusal = codeOr("reservedRefusal", traits.reservedRefusal);
+    traits.options = optionalList<std::string>(node, "options", 64,
+                                               [](const Node& option) { return option.text(); });
+    traits.optionsRefusal = codeOr("optionsRefusal", traits.optionsRefusal);
+    if (node.has("acquireFence")) {
+        traits.acquireFence = node.at("acquireFence").word(kAcquireFences);
+    }
+    traits.waitsForAcquireFence = booleanOr(node, "waitsForAcquireFence", true);
+    traits.releaseFence = booleanOr(node, "releaseFence", false);
+    traits.lockWithoutUsage = codeOr("lockWithoutUsage", traits.lockWithoutUsage);
+    traits.lockWithOtherUsage = codeOr("lockWithOtherUsage", traits.lockWithOtherUsage);
+    traits.nestedLock = codeOr("nestedLock", traits.nestedLock);
+    traits.foreignHandle = codeOr("foreignHandle", traits.foreignHandle);
+    traits.unlockedFlush = codeOr("unlockedFlush", traits.unlockedFlush);
+    traits.unlockedReread = codeOr("unlockedReread", traits.unlockedReread);
+    traits.settable = optionalList<int64_t>(node, "settable", 64,
+                                            [](const Node& type) { return type.integer(1, 1024); });
+    return traits;
+}
+
+void readNumbers(const Node& node, size_t planes, Answer& answer) {
+    size_t next = 4;
+    const auto number = [&] { return node.at(next++).integer(0, kMaxNumber); };
+    answer.numbers.stride = number();
+    answer.numbers.answeredStride = number();
+    answer.numbers.size = number();
+    for (size_t i = 0; i < planes; ++i) {
+        PlaneNumbers& plane = answer.numbers.planes[i];
+        plane.offset = number();
+        plane.row = number();
+        plane.size = number();
+        plane.width = number();
+        plane.height = number();
+    }
+    const size_t count = node.count(64);
+    if (next < count) {
+        std::vector<int64_t>& library = answer.library.emplace();
+        for (; next < count; ++next) {
+            library.push_back(node.at(next).integer(INT64_MIN, INT64_MAX));
+        }
+    }
+}
+
+Answer readAnswer(const Node& node, const std::vector<Shape>& shapes) {
+    const size_t count = node.count(64);
+    Answer answer;
+    answer.width = static_cast<uint32_t>(node.at(0).integer(1, kMaxNumber));
+    answer.height = static_cast<uint32_t>(node.at(1).integer(1, kMaxNumber));
+    answer.answer = static_cast<int32_t>(node.at(2).integer(kOtherException, INT32_MAX));
+    if (answer.answer != kGranted) {
+        if (count != 3) {
+            node.fail("nothing expected behind a refusal");
+        }
+        return answer;
+    }
+    const auto shapeCount = static_cast<int64_t>(shapes.size());
+    answer.shape = static_cast<uint32_t>(node.at(3).integer(0, shapeCount - 1));
+    readNumbers(node, shapes[answer.shape].planes.size(), answer);
+    return answer;
+}
+
+Samples readSamples(const Node& node, const std::vector<Shape>& shapes) {
+    node.allow({"format", "usage", "locks", "answers"});
+    Samples samples;
+    samples.format = formatCode(node.at("format"));
+    samples.usage = node.at("usage").bits();
+    if (node.has("locks")) {
+        samples.locks = readLockAnswer(node.at("locks"));
+    }
+    samples.answers = list<Answer>(node.at("answers"), kMaxAnswers,
+                                   [&](const Node& row) { return readAnswer(row, shapes); });
+    std::set<std::pair<uint32_t, uint32_t>> sizes;
+    for (size_t i = 0; i < samples.answers.size(); ++i) {
+        const Answer& answer = samples.answers[i];
+        if (!sizes.emplace(answer.width, answer.height).second) {
+            node.at("answers").at(i).fail("this size is answered twice");
+        }
+    }
+    return samples;
+}
+
+template <typename T, typename KeyOf>
+void requireAscending(const Node& node, const std::vector<T>& values, const KeyOf& keyOf) {
+    for (size_t i = 1; i < values.size(); ++i) {
+        if (!(keyOf(values[i - 1]) < keyOf(values[i]))) {
+            node.at(i).fail("ascending order expected, and nothing twice");
+        }
+    }
+}
+
+void readRules(const Node& node, Profile& profile) {
+    profile.traits = readTraits(node.at("traits"));
+    profile.locks = optionalList<LockRule>(node, "locks", 256, readLockRule);
+    profile.shapes = list<Shape>(node.at("shapes"), kMaxShapes, readShape);
+    const Node formats = node.at("formats");
+    const size_t count = formats.count(kMaxFormats);
+    for (size_t i = 0; i < count; ++i) {
+        profile.formats.push_back(readFormat(formats.at(i), profile));
+    }
+    std::vector<int32_t> codes;
+    std::sort(profile.formats.begin(), profile.formats.end(),
+              [](const FormatRules& a, const FormatRules& b) { return a.format < b.format; });
+    for (size_t i = 1; i < profile.formats.size(); ++i) {
+        if (profile.formats[i - 1].format == profile.formats[i].format) {
+            formats.fail("format " + std::to_string(profile.formats[i].format) +
+                         " has rules twice");
+        }
+    }
+}
+
+Profile readProfile(const Node& node) {
+    const int64_t version = node.at("schemaVersion").integer(INT64_MIN, INT64_MAX);
+    if (version != kSchemaVersion) {
+        node.at("schemaVersion")
+                .fail("version " + std::to_string(kSchemaVersion) + " expected, not " +
+                      std::to_string(version));
+    }
+    node.allow({"$schema", "schemaVersion", "name", "description", "device", "build", "recorded",
+                "traits", "locks", "shapes", "formats", "samples"});
+    Profile profile;
+    profile.name = node.at("name").text();
+    profile.description = textOr(node, "description", 2000);
+    profile.device = textOr(node, "device");
+    profile.build = textOr(node, "build");
+    profile.recorded = textOr(node, "recorded");
+    readRules(node, profile);
+    if (node.has("samples")) {
+        const Node samples = node.at("samples");
+        profile.samples = list<Samples>(samples, kMaxGroups, [&](const Node& group) {
+            return readSamples(group, profile.shapes);
+        });
+        requireAscending(samples, profile.samples,
+                         [](const Samples& group) { return std::pair(group.format, group.usage); });
+    }
+    return profile;
+}
+
+}  // namespace
+
+std::optional<Profile> readJson(std::string_view text, std::string* error) {
+    if (text.size() > kMaxDocumentSize) {
+        *error = "a document of at most " + std::to_string(kMaxDocumentSize) + " bytes expected";
+        return std::nullopt;
+    }
+    try {
+        const json document = json::parse(text);
+        return readProfile(Node(document));
+    } catch (const BadProfile& bad) {
+        *error = (bad.where.empty() ? "" : "at " + bad.where + ": ") + bad.why;
+    } catch (const json::exception& bad) {
+        *error = bad.what();
+    }
+    return std::nullopt;
+}
+
+}  // namespace zelkcam::profile
