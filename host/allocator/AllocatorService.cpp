@@ -17,14 +17,20 @@ using aidl::android::hardware::graphics::allocator::AllocationError;
 
 constexpr std::string_view kDataspaceOption = "android.hardware.graphics.common.Dataspace";
 
-// Takes the one additional option that is known; false for any other, and for a value beyond the
-// enumeration's 32 bits.
+// Takes the additional options that the device knows; false for any other, and for a data space
+// beyond the enumeration's 32 bits.
 bool takeOptions(const AllocatorService::BufferDescriptorInfo& info,
                  gralloc::AllocationRequest* request) {
-    return std::ranges::all_of(info.additionalOptions, [request](const auto& option) {
+    const auto& known = gralloc::deviceTraits().options;
+    return std::ranges::all_of(info.additionalOptions, [&](const auto& option) {
+        if (std::ranges::find(known, option.name) == known.end()) {
+            return false;
+        }
+        if (option.name != kDataspaceOption) {
+            return true;
+        }
         request->dataspace = static_cast<gralloc::Dataspace>(option.value);
-        return option.name == kDataspaceOption &&
-               static_cast<int64_t>(request->dataspace) == option.value;
+        return static_cast<int64_t>(request->dataspace) == option.value;
     });
 }
 
@@ -49,13 +55,22 @@ NativeHandle toAidl(gralloc::RawBuffer& raw) {
     return handle;
 }
 
+// The device's own code where the device refuses; a lack of memory is the host's.
+AllocationError refusalOf(const gralloc::Description& description, AIMapper_Error error) {
+    gralloc::Layout layout;
+    if (gralloc::decide(description, &layout) == AIMAPPER_ERROR_NONE) {
+        return error == AIMAPPER_ERROR_NO_RESOURCES ? AllocationError::NO_RESOURCES
+                                                    : AllocationError::UNSUPPORTED;
+    }
+    return static_cast<AllocationError>(gralloc::refusalOf(description));
+}
+
 ndk::ScopedAStatus allocate(const gralloc::AllocationRequest& request,
                             AllocatorService::AllocationResult* result) {
     gralloc::Allocation allocation;
     const AIMapper_Error error = gralloc::gralloc().allocate(request, &allocation);
     if (error != AIMAPPER_ERROR_NONE) {
-        return refuse(error == AIMAPPER_ERROR_NO_RESOURCES ? AllocationError::NO_RESOURCES
-                                                           : AllocationError::UNSUPPORTED);
+        return refuse(refusalOf(request.description, error));
     }
     result->stride = static_cast<int32_t>(allocation.stride);
     result->buffers.clear();
@@ -77,7 +92,8 @@ ndk::ScopedAStatus AllocatorService::allocate(const std::vector<uint8_t>& descri
 ndk::ScopedAStatus AllocatorService::allocate2(const BufferDescriptorInfo& descriptor,
                                                int32_t count, AllocationResult* result) {
     const auto request = requestOf(descriptor, count);
-    return request ? host::allocate(*request, result) : refuse(AllocationError::UNSUPPORTED);
+    return request ? host::allocate(*request, result)
+                   : refuse(static_cast<AllocationError>(gralloc::deviceTraits().optionsRefusal));
 }
 
 ndk::ScopedAStatus AllocatorService::isSupported(const BufferDescriptorInfo& descriptor,

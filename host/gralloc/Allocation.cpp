@@ -39,14 +39,15 @@ AIMapper_Error allocateOne(const AllocationRequest& request, const Layout& layou
     const uint64_t size = metadataSize(description);
     const auto constants = encodeConstants(description, layout, id);
     RawBuffer raw;
-    raw.fds[kPixelFd] = makeSharedMemory("zelkcam-pixels", layout.allocationSize);
+    raw.fds[kPixelFd] = makeSharedMemory("zelkcam-pixels", layout.pixelBytes);
     raw.fds[kMetadataFd] = makeSharedMemory("zelkcam-metadata", size);
     SharedMemoryInfo pixels{};
     if (!constants || raw.fds[kPixelFd].get() < 0 || raw.fds[kMetadataFd].get() < 0 ||
         inspectSharedMemory(raw.fds[kPixelFd].get(), &pixels) != AIMAPPER_ERROR_NONE) {
         return AIMAPPER_ERROR_NO_RESOURCES;
     }
-    const SharedImage image{{kMagic, kVersion, id, pixels.inode, description}, *constants};
+    const SharedImage image{{kMagic, kVersion, id, pixels.inode, deviceFingerprint(), description},
+                            *constants};
     if (!writeMetadata(raw.fds[kMetadataFd].get(), size, image, request.dataspace)) {
         return AIMAPPER_ERROR_NO_RESOURCES;
     }
@@ -61,13 +62,16 @@ AIMapper_Error allocateOne(const AllocationRequest& request, const Layout& layou
 AIMapper_Error allocate(const AllocationRequest& request, Allocation* out) {
     Layout layout;
     AIMapper_Error error = decide(request.description, &layout);
+    if (layout.isGuess) {
+        warnOfGuess(request.description);
+    }
     if (error != AIMAPPER_ERROR_NONE) {
         return error;
     }
     if (request.count < 0 || request.count > kMaxBufferCount) {
         return request.count < 0 ? AIMAPPER_ERROR_UNSUPPORTED : AIMAPPER_ERROR_NO_RESOURCES;
     }
-    Allocation allocation{layout.stride,
+    Allocation allocation{layout.answeredStride,
                           std::vector<RawBuffer>(static_cast<size_t>(request.count))};
     for (RawBuffer& buffer : allocation.buffers) {
         error = allocateOne(request, layout, &buffer);

@@ -19,7 +19,7 @@ namespace zelkcam::host::gralloc {
 
 inline constexpr uint32_t kMagic = 0x424b4c5a;  // "ZLKB"
 // Counts every change of what the integers and the metadata memory hold.
-inline constexpr uint32_t kVersion = 1;
+inline constexpr uint32_t kVersion = 2;
 
 // Order of the descriptors and integers in a handle.
 enum HandleFd { kPixelFd, kMetadataFd, kFdCount };
@@ -30,6 +30,7 @@ struct SharedHeader {
     uint32_t version;
     uint64_t bufferId;
     uint64_t pixelInode;  // which memory the pixels are; tells mixed-up descriptors
+    uint64_t device;      // deviceFingerprint() of the process that made the buffer
     Description description;
 };
 
@@ -75,7 +76,7 @@ struct AllocationRequest {
 };
 
 struct Allocation {
-    uint32_t stride = 0;  // as Layout::stride
+    uint32_t stride = 0;  // as Layout::answeredStride
     std::vector<RawBuffer> buffers;
 };
 

@@ -62,32 +62,38 @@ common::PlaneLayout planeLayout(const Plane& plane) {
     return published;
 }
 
-void putPlanes(Encoder& encoder, const Layout& layout) {
+common::Rect cropOf(const Plane& plane, const Description& description, const Layout& layout) {
+    const int64_t width = layout.cropIsPicture ? description.width : plane.widthInSamples;
+    const int64_t height = layout.cropIsPicture ? description.height : plane.heightInSamples;
+    return {0, 0, static_cast<int32_t>(width), static_cast<int32_t>(height)};
+}
+
+void putPlanes(Encoder& encoder, const Description& description, const Layout& layout) {
     std::vector<common::PlaneLayout> planes;
     std::vector<common::Rect> crops;
     for (const Plane& plane : layout.planes) {
         planes.push_back(planeLayout(plane));
-        crops.push_back({0, 0, static_cast<int32_t>(plane.widthInSamples),
-                         static_cast<int32_t>(plane.heightInSamples)});
+        crops.push_back(cropOf(plane, description, layout));
     }
     encoder.put<StandardMetadataType::PLANE_LAYOUTS>(planes);
     encoder.put<StandardMetadataType::CROP>(crops);
 }
 
-void putRequest(Encoder& encoder, const Description& description) {
+void putRequest(Encoder& encoder, const Description& description, const Layout& layout) {
     encoder.put<StandardMetadataType::NAME>(description.name.data());
     encoder.put<StandardMetadataType::WIDTH>(description.width);
     encoder.put<StandardMetadataType::HEIGHT>(description.height);
     encoder.put<StandardMetadataType::LAYER_COUNT>(description.layerCount);
     encoder.put<StandardMetadataType::PIXEL_FORMAT_REQUESTED>(
             static_cast<common::PixelFormat>(description.format));
-    encoder.put<StandardMetadataType::USAGE>(static_cast<common::BufferUsage>(description.usage));
+    const uint64_t usage = (description.usage | layout.usageAdded) & ~layout.usageRemoved;
+    encoder.put<StandardMetadataType::USAGE>(static_cast<common::BufferUsage>(usage));
     const uint64_t protectedBit = static_cast<uint64_t>(common::BufferUsage::PROTECTED);
     encoder.put<StandardMetadataType::PROTECTED_CONTENT>(
             (description.usage & protectedBit) != 0 ? 1 : 0);
 }
 
-void putLayout(Encoder& encoder, const Layout& layout) {
+void putLayout(Encoder& encoder, const Description& description, const Layout& layout) {
     encoder.put<StandardMetadataType::PIXEL_FORMAT_FOURCC>(layout.fourcc);
     encoder.put<StandardMetadataType::PIXEL_FORMAT_MODIFIER>(layout.modifier);
     encoder.put<StandardMetadataType::ALLOCATION_SIZE>(layout.allocationSize);
@@ -97,7 +103,7 @@ void putLayout(Encoder& encoder, const Layout& layout) {
             extendable("android.hardware.graphics.common.Interlaced", layout.interlaced));
     encoder.put<StandardMetadataType::CHROMA_SITING>(
             extendable("android.hardware.graphics.common.ChromaSiting", layout.chromaSiting));
-    putPlanes(encoder, layout);
+    putPlanes(encoder, description, layout);
     encoder.put<StandardMetadataType::STRIDE>(layout.stride);
 }
 
@@ -107,8 +113,8 @@ std::optional<ConstantMetadata> encodeConstants(const Description& description,
                                                 const Layout& layout, uint64_t id) {
     Encoder encoder;
     encoder.put<StandardMetadataType::BUFFER_ID>(id);
-    putRequest(encoder, description);
-    putLayout(encoder, layout);
+    putRequest(encoder, description, layout);
+    putLayout(encoder, description, layout);
     return encoder.take();
 }
 

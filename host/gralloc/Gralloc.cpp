@@ -23,7 +23,7 @@ class PlainGralloc : public Gralloc {
                         int acquireFence, void** outData) override {
         const auto buffer = mImports.find(handle);
         return buffer != nullptr ? buffer->lock(cpuUsage, region, acquireFence, outData)
-                                 : AIMAPPER_ERROR_BAD_BUFFER;
+                                 : static_cast<AIMapper_Error>(deviceTraits().foreignHandle);
     }
 
     AIMapper_Error unlock(buffer_handle_t handle, ScopedFileDescriptor* releaseFence) override {

@@ -1,11 +1,13 @@
 #include "host/gralloc/ImportedBuffer.h"
 
+#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
 
 #include <aidl/android/hardware/graphics/common/BufferUsage.h>
+#include <android/log.h>
 
 #include "host/sync/Fence.h"
 
@@ -41,6 +43,35 @@ uint64_t bufferIdOf(const native_handle_t* raw) {
 // One copy, so that what is checked is what is used.
 bool readImage(int fd, SharedImage* image) {
     return pread(fd, image, sizeof(*image), 0) == static_cast<ssize_t>(sizeof(*image));
+}
+
+// A buffer of another device profile has its planes elsewhere.
+bool isOfThisDevice(const SharedHeader& header) {
+    if (header.device == deviceFingerprint()) {
+        return true;
+    }
+    __android_log_print(ANDROID_LOG_ERROR, "ZelkCam/HostGralloc",
+                        "buffer %llx is refused: it was made under another device profile than "
+                        "that of this process",
+                        static_cast<unsigned long long>(header.bufferId));
+    return false;
+}
+
+// What the answers to a lock for reading and for writing make of a usage that may be for both.
+AIMapper_Error lockAnswer(const profile::LockAnswer& answers, uint64_t cpuUsage) {
+    const int32_t read = (cpuUsage & kCpuRead) != 0 ? answers.read : 0;
+    const int32_t write = (cpuUsage & kCpuWrite) != 0 ? answers.write : 0;
+    return static_cast<AIMapper_Error>(read != 0 ? read : write);
+}
+
+// The trait for a usage that names no processor access, or more than that.
+int32_t usageAnswer(uint64_t cpuUsage) {
+    const profile::Traits& traits = deviceTraits();
+    const bool others = (cpuUsage & ~(kCpuRead | kCpuWrite)) != 0;
+    if (others && traits.lockWithOtherUsage != 0) {
+        return traits.lockWithOtherUsage;
+    }
+    return (cpuUsage & (kCpuRead | kCpuWrite)) == 0 ? traits.lockWithoutUsage : 0;
 }
 
 // Types whose setting is refused as a wrong value and not as unsupported.
@@ -114,27 +145,14 @@ AIMapper_Error ImportedBuffer::checkContents(uint64_t bufferId) {
     const bool good =
             header.magic == kMagic && header.version == kVersion && header.bufferId == bufferId &&
             header.pixelInode == pixels.inode && pixels.inode != metadata.inode &&
-            decide(mDescription, &mLayout) == AIMAPPER_ERROR_NONE &&
-            pixels.size >= mLayout.allocationSize && metadata.size >= metadataSize(mDescription);
+            isOfThisDevice(header) && decide(mDescription, &mLayout) == AIMAPPER_ERROR_NONE &&
+            pixels.size >= mLayout.pixelBytes && metadata.size >= metadataSize(mDescription);
     const auto expected = good ? encodeConstants(mDescription, mLayout, bufferId) : std::nullopt;
     if (!expected || *expected != image.constants) {
         return AIMAPPER_ERROR_BAD_BUFFER;
     }
     mConstants = *expected;
     return AIMAPPER_ERROR_NONE;
-}
-
-// Protected memory is out of the processor's reach. Reading is allowed on everything else: clients
-// measure the planes of a probe that they allocated with usage 0 by locking it for reading. A
-// buffer whose usage names processor reads alone must not be written; one that names no processor
-// access may.
-bool ImportedBuffer::allows(uint64_t cpuUsage) const {
-    const uint64_t usage = mDescription.usage;
-    if ((usage & static_cast<uint64_t>(BufferUsage::PROTECTED)) != 0) {
-        return false;
-    }
-    const bool readOnly = (usage & kCpuWrite) == 0 && (usage & kCpuRead) != 0;
-    return (cpuUsage & kCpuWrite) == 0 || !readOnly;
 }
 
 bool ImportedBuffer::contains(const Region& region) const {
@@ -148,23 +166,37 @@ bool ImportedBuffer::contains(const Region& region) const {
 
 AIMapper_Error ImportedBuffer::mapPixels() {
     if (!mPixels) {
-        mPixels = Mapping::map(mFds[kPixelFd].get(), mLayout.allocationSize);
+        mPixels = Mapping::map(mFds[kPixelFd].get(), mLayout.pixelBytes);
     }
     return mPixels ? AIMAPPER_ERROR_NONE : AIMAPPER_ERROR_NO_RESOURCES;
 }
 
+AIMapper_Error ImportedBuffer::mayLock(uint64_t cpuUsage, const Region& region) const {
+    if (const int32_t error = usageAnswer(cpuUsage); error != 0) {
+        return static_cast<AIMapper_Error>(error);
+    }
+    const AIMapper_Error error = lockAnswer(mLayout.locks, cpuUsage);
+    return error != AIMAPPER_ERROR_NONE || contains(region) ? error : AIMAPPER_ERROR_BAD_VALUE;
+}
+
 AIMapper_Error ImportedBuffer::lock(uint64_t cpuUsage, const Region& region, int acquireFence,
                                     void** outData) {
-    const bool cpuOnly = cpuUsage != 0 && (cpuUsage & ~(kCpuRead | kCpuWrite)) == 0;
-    if (!cpuOnly || !allows(cpuUsage) || !contains(region) || outData == nullptr) {
+    if (outData == nullptr) {
         return AIMAPPER_ERROR_BAD_VALUE;
     }
-    if (acquireFence >= 0 && waitForFence(acquireFence, -1) != 0) {
+    if (const AIMapper_Error error = mayLock(cpuUsage, region); error != AIMAPPER_ERROR_NONE) {
+        return error;
+    }
+    const profile::Traits& traits = deviceTraits();
+    if (acquireFence >= 0 && traits.waitsForAcquireFence && waitForFence(acquireFence, -1) != 0) {
         return AIMAPPER_ERROR_BAD_VALUE;
     }
     const std::lock_guard guard(mMutex);
     if (mRetired) {
         return AIMAPPER_ERROR_BAD_BUFFER;
+    }
+    if (mLockCount > 0 && traits.nestedLock != 0) {
+        return static_cast<AIMapper_Error>(traits.nestedLock);
     }
     const AIMapper_Error error = mapPixels();
     if (error == AIMAPPER_ERROR_NONE) {
@@ -180,14 +212,22 @@ AIMapper_Error ImportedBuffer::unlock(ScopedFileDescriptor* releaseFence) {
         return AIMAPPER_ERROR_BAD_BUFFER;
     }
     --mLockCount;
-    *releaseFence = ScopedFileDescriptor();
+    // A device that gives fences gives one that is signalled: the writes are complete by now.
+    releaseFence->set(deviceTraits().releaseFence ? eventfd(1, EFD_CLOEXEC) : -1);
     return AIMAPPER_ERROR_NONE;
 }
 
 // All importers share the same pages, so there is nothing to move.
-AIMapper_Error ImportedBuffer::synchronize() const {
+AIMapper_Error ImportedBuffer::flush() const {
     const std::lock_guard guard(mMutex);
-    return mLockCount > 0 ? AIMAPPER_ERROR_NONE : AIMAPPER_ERROR_BAD_BUFFER;
+    return mLockCount > 0 ? AIMAPPER_ERROR_NONE
+                          : static_cast<AIMapper_Error>(deviceTraits().unlockedFlush);
+}
+
+AIMapper_Error ImportedBuffer::reread() const {
+    const std::lock_guard guard(mMutex);
+    return mLockCount > 0 ? AIMAPPER_ERROR_NONE
+                          : static_cast<AIMapper_Error>(deviceTraits().unlockedReread);
 }
 
 void ImportedBuffer::retire() {
@@ -209,6 +249,11 @@ int32_t ImportedBuffer::getMetadata(std::string_view typeName, int64_t type, voi
     if (typeName != kStandardTypeName || type < 1 || type > kLastStandardType) {
         return -AIMAPPER_ERROR_UNSUPPORTED;
     }
+    for (const profile::Refused& refused : mLayout.refused) {
+        if (refused.type == type) {
+            return refused.code;
+        }
+    }
     const std::span<const uint8_t> value = mConstants.value(type);
     if (value.size() <= room) {
         std::memcpy(destination, value.data(), value.size());
@@ -219,7 +264,7 @@ int32_t ImportedBuffer::getMetadata(std::string_view typeName, int64_t type, voi
 AIMapper_Error ImportedBuffer::setMetadata(std::string_view typeName, int64_t type,
                                            std::span<const uint8_t> value) {
     const int settable = findSettable(typeName, type);
-    if (settable < 0) {
+    if (settable < 0 || !isSettable(typeName, type)) {
         return isFixedByRequest(typeName, type) ? AIMAPPER_ERROR_BAD_VALUE
                                                 : AIMAPPER_ERROR_UNSUPPORTED;
     }

@@ -36,19 +36,22 @@ class ImportedBuffer {
     // Waits for the fence (-1: none), maps the pixels if nobody has yet, and answers the address of
     // the first byte. Locks nest.
     //
-    // BAD_VALUE for a usage that is not one of the processor or that the buffer was not made for,
-    // for a region outside the buffer and for a fence that cannot be waited for; NO_RESOURCES when
+    // What the device answers, mostly BAD_VALUE, for a usage that is not one of the processor or
+    // that the buffer was not made for; BAD_VALUE for a region outside the buffer and for a fence
+    // that cannot be waited for; NO_RESOURCES when
     // the pixels cannot be mapped; BAD_BUFFER when the buffer was freed meanwhile.
     //
     // Contract: `acquireFence` is only waited for. The caller closes it, on errors too.
     AIMapper_Error lock(uint64_t cpuUsage, const Region& region, int acquireFence, void** outData);
 
     // Ends one lock; BAD_BUFFER when there is none. The fence tells when the processor's writes are
-    // complete; it is empty because they are by then.
+    // complete, which they are by then: it is empty, or signalled on a device that always gives
+    // one.
     AIMapper_Error unlock(ScopedFileDescriptor* releaseFence);
 
-    // For a flush and for a reread alike: BAD_BUFFER when the buffer is not locked.
-    AIMapper_Error synchronize() const;
+    // BAD_BUFFER, or what the device has for it, when the buffer is not locked.
+    AIMapper_Error flush() const;
+    AIMapper_Error reread() const;
 
     // As AIMapper's getMetadata and setMetadata.
     int32_t getMetadata(std::string_view typeName, int64_t type, void* destination,
@@ -73,7 +76,7 @@ class ImportedBuffer {
     AIMapper_Error copyHandle(const native_handle_t* raw);
     AIMapper_Error checkContents(uint64_t bufferId);
     AIMapper_Error mapPixels();
-    bool allows(uint64_t cpuUsage) const;
+    AIMapper_Error mayLock(uint64_t cpuUsage, const Region& region) const;
     bool contains(const Region& region) const;
     SharedCell cell(size_t index) const;
 

@@ -6,11 +6,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <span>
 
 #include <aidl/android/hardware/graphics/common/ChromaSiting.h>
 #include <aidl/android/hardware/graphics/common/Compression.h>
 #include <aidl/android/hardware/graphics/common/Interlaced.h>
 #include <aidl/android/hardware/graphics/common/PlaneLayoutComponentType.h>
+
+#include "profile/Profile.h"
 
 namespace zelkcam::host::gralloc {
 
@@ -46,7 +49,7 @@ struct Component {
     int sizeInBits;  // -1: cannot be stated
 };
 
-using Components = ShortList<Component, 4>;
+using Components = ShortList<Component, profile::kMaxPlaneComponents>;
 
 struct Plane {
     int64_t offsetInBytes;
@@ -64,12 +67,20 @@ struct Layout {
     int32_t format = 0;  // the concrete one that the requested one became
     uint32_t fourcc = 0;
     uint64_t modifier = 0;        // DRM's; 0 is linear
-    uint32_t stride = 0;          // what STRIDE metadata and the allocator answer
-    uint64_t allocationSize = 0;  // bytes of the pixels, not rounded to pages
+    uint32_t stride = 0;          // what STRIDE metadata answers
+    uint32_t answeredStride = 0;  // what the allocator answers
+    uint64_t allocationSize = 0;  // what ALLOCATION_SIZE answers
+    uint64_t pixelBytes = 0;      // that planes and size need, not rounded to pages
     Compression compression = Compression::NONE;
     Interlaced interlaced = Interlaced::NONE;
     ChromaSiting chromaSiting = ChromaSiting::NONE;
-    ShortList<Plane, 4> planes;
+    uint64_t usageAdded = 0;  // what USAGE tells beyond the request, and what it leaves out
+    uint64_t usageRemoved = 0;
+    bool cropIsPicture = false;  // CROP tells the picture's size for every plane
+    bool isGuess = false;        // the device profile does not tell; also of a refusal
+    std::span<const profile::Refused> refused;  // metadata that cannot be read
+    profile::LockAnswer locks;
+    ShortList<Plane, profile::kMaxPlanes> planes;
 };
 
 }  // namespace zelkcam::host::gralloc

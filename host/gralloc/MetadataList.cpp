@@ -6,7 +6,7 @@ namespace {
 std::vector<AIMapper_MetadataTypeDescription> describeMetadata() {
     std::vector<AIMapper_MetadataTypeDescription> list;
     for (int64_t type = 1; type <= kLastStandardType; ++type) {
-        const bool settable = findSettable(kStandardTypeName, type) >= 0;
+        const bool settable = isSettable(kStandardTypeName, type);
         list.push_back({{kStandardTypeName.data(), type}, nullptr, true, settable, {}});
     }
     for (const SettableRule& rule : kSettableRules) {

@@ -6,6 +6,8 @@
 
 #include <android/hardware/graphics/mapper/utils/IMapperMetadataTypes.h>
 
+#include "host/gralloc/Device.h"
+
 namespace zelkcam::host::gralloc {
 namespace {
 
@@ -44,6 +46,12 @@ int findSettable(std::string_view typeName, int64_t type) {
 
 // All but the data space start as their type's default: blend mode INVALID, no dynamic metadata,
 // and zeros for libplexa.
+bool isSettable(std::string_view typeName, int64_t type) {
+    const auto& settable = deviceTraits().settable;
+    return findSettable(typeName, type) >= 0 &&
+           (typeName != kStandardTypeName || std::ranges::find(settable, type) != settable.end());
+}
+
 std::vector<uint8_t> initialValue(const SettableRule& rule, Dataspace dataspace) {
     std::vector<uint8_t> value(rule.capacity);
     if (isStandard(rule)) {

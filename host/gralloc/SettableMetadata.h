@@ -57,6 +57,9 @@ inline constexpr std::array kSettableRules = {
 // Index of the type in kSettableRules, or -1.
 int findSettable(std::string_view typeName, int64_t type);
 
+// Whether the device lets clients set the type. What libplexa keeps can always be set.
+bool isSettable(std::string_view typeName, int64_t type);
+
 // The bytes of a fresh buffer's value; none for the types that are absent at first. `dataspace` is
 // what DATASPACE starts with.
 std::vector<uint8_t> initialValue(const SettableRule& rule, Dataspace dataspace);

@@ -188,12 +188,14 @@ auto MapperService::unlock(void* buffer, unlock_cb callback) -> Return<void> {
 }
 
 auto MapperService::flushLockedBuffer(void* buffer, flushLockedBuffer_cb callback) -> Return<void> {
-    answerFence(rereadLockedBuffer(buffer), ScopedFileDescriptor(), callback);
+    const Error error =
+            with(buffer, [](const ImportedBuffer& imported) { return imported.flush(); });
+    answerFence(error, ScopedFileDescriptor(), callback);
     return Void();
 }
 
 auto MapperService::rereadLockedBuffer(void* buffer) -> Return<Error> {
-    return with(buffer, [](const ImportedBuffer& imported) { return imported.synchronize(); });
+    return with(buffer, [](const ImportedBuffer& imported) { return imported.reread(); });
 }
 
 auto MapperService::isSupported(const BufferDescriptorInfo& description, isSupported_cb callback)

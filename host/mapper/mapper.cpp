@@ -35,11 +35,12 @@ AIMapper_Error getTransportSize(buffer_handle_t handle, uint32_t* outNumFds, uin
     });
 }
 
-// Contract: the acquire fence is waited for and stays open; the caller closes it. The published
-// interface has the mapper close it, but the clients of this host close what they hand to a lock,
-// and a second close would hit somebody else's descriptor.
+// Contract: whether the acquire fence is closed here, as the published interface has it, or stays
+// open is the device's: real mappers differ, and the default leaves it to the caller.
 AIMapper_Error lock(buffer_handle_t handle, uint64_t cpuUsage, ARect region, int acquireFence,
                     void** outData) {
+    const bool closes = deviceTraits().acquireFence == zelkcam::profile::AcquireFence::kClosed;
+    const ScopedFileDescriptor closed(closes ? acquireFence : -1);
     return gralloc().lock(handle, cpuUsage, {region.left, region.top, region.right, region.bottom},
                           acquireFence, outData);
 }
@@ -53,8 +54,12 @@ AIMapper_Error unlock(buffer_handle_t handle, int* releaseFence) {
     return error;
 }
 
-AIMapper_Error flushOrReread(buffer_handle_t handle) {
-    return with(handle, [](const ImportedBuffer& buffer) { return buffer.synchronize(); });
+AIMapper_Error flushLockedBuffer(buffer_handle_t handle) {
+    return with(handle, [](const ImportedBuffer& buffer) { return buffer.flush(); });
+}
+
+AIMapper_Error rereadLockedBuffer(buffer_handle_t handle) {
+    return with(handle, [](const ImportedBuffer& buffer) { return buffer.reread(); });
 }
 
 int32_t getMetadata(buffer_handle_t handle, AIMapper_MetadataType type, void* destination,
@@ -141,8 +146,8 @@ AIMapper gMapper = {
                         .getTransportSize = getTransportSize,
                         .lock = lock,
                         .unlock = unlock,
-                        .flushLockedBuffer = flushOrReread,
-                        .rereadLockedBuffer = flushOrReread,
+                        .flushLockedBuffer = flushLockedBuffer,
+                        .rereadLockedBuffer = rereadLockedBuffer,
                         .getMetadata = getMetadata,
                         .getStandardMetadata = getStandardMetadata,
                         .setMetadata = setMetadata,

@@ -8,6 +8,7 @@
 
 #include "host/allocator/AllocatorService.h"
 #include "host/binder/Binder.h"
+#include "host/gralloc/Device.h"
 #include "host/hidl/ServiceRegistry.h"
 #include "host/hidl_gralloc/HidlAllocatorService.h"
 #include "host/hidl_gralloc/MapperService.h"
@@ -29,7 +30,8 @@ bool areDefaultsWanted() {
 }
 
 AIBinder* findAidlDefault(const std::string& instance) {
-    if (!areDefaultsWanted() || instance != AllocatorService::makeServiceName("default")) {
+    if (!areDefaultsWanted() || instance != AllocatorService::makeServiceName("default") ||
+        !gralloc::haveDevice()) {
         return nullptr;
     }
     // Never destroyed: services are asked for while exit handlers run.
@@ -40,7 +42,7 @@ AIBinder* findAidlDefault(const std::string& instance) {
 }
 
 HidlObject makeHidlDefault(const std::string& descriptor, const std::string& name) {
-    if (!areDefaultsWanted() || name != "default") {
+    if (!areDefaultsWanted() || name != "default" || !gralloc::haveDevice()) {
         return nullptr;
     }
     if (descriptor == MapperService::descriptor) {
