@@ -44,7 +44,7 @@ TEST(Run, FailsWhenOneRunDoes) {
 
 TEST(Run, HandsTheArgumentsOverAsTheyAre) {
     const Words given{"", "[a,b]", "-5", " -5", "--json", "--", "--help", "a b", "%%"};
-    Words words{"run", "--profile", "all", "--", "printf", "<%s>"};
+    Words words{"run", "--profile", "default", "--", "printf", "<%s>"};
     words.insert(words.end(), given.begin(), given.end());
     std::string expected;
     for (const std::string& word : given) {

@@ -17,6 +17,8 @@ void addList(CLI::App& program);
 void addInfo(CLI::App& program);
 void addDiff(CLI::App& program);
 void addWatch(CLI::App& program);
+void addProfile(CLI::App& program);
+void addView(CLI::App& program);
 // Passing a buffer to another process needs what only some builds have: the build picks the files.
 void addShare(CLI::App& program);
 void addAttach(CLI::App& program);

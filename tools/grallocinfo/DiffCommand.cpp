@@ -1,13 +1,17 @@
-// grallocinfo diff: what moved between two format lists.
+// grallocinfo diff: what moved between two format lists, or differs between two device profiles.
 #include <algorithm>
 #include <iostream>
 #include <iterator>
 #include <map>
 #include <memory>
 
+#include "profile/Shipped.h"
 #include "tools/grallocinfo/Arguments.h"
 #include "tools/grallocinfo/Commands.h"
+#include "tools/grallocinfo/Library.h"
+#include "tools/grallocinfo/LibraryLog.h"
 #include "tools/grallocinfo/Output.h"
+#include "tools/grallocinfo/ProfileDiff.h"
 
 namespace grallocinfo {
 
@@ -19,7 +23,10 @@ constexpr char kExamples[] =
         "  grallocinfo diff phone.json host.json --json\n"
         "  grallocinfo diff golden.json this-build.json --exit-code || echo 'a layout moved'\n"
         "  adb shell grallocinfo formats --json | grallocinfo diff - host.json\n"
-        "The files are what 'grallocinfo formats --json' printed, for one size and usage.";
+        "  grallocinfo diff default phone-profile.json\n"
+        "The files are what 'grallocinfo formats --json' printed, for one size and usage, or "
+        "device\n"
+        "profiles, of which the most surprising difference comes first.";
 
 // What follows from other fields, or is text.
 constexpr const char* kNotCompared[] = {"/bitsPerPixel", "/paddingPercent", "/error/message"};
@@ -196,7 +203,32 @@ Json comparisonDocument(const Comparison& comparison) {
     return document;
 }
 
-void runDiff(const DiffOptions& options) {
+// Whether a name or file is a device profile, not a format list.
+bool isProfile(const std::string& nameOrFile) {
+    std::string error;
+    return nameOrFile != "-" && zelkcam::profile::load(nameOrFile, &error).has_value();
+}
+
+zelkcam::profile::Profile profileOf(const std::string& nameOrFile) {
+    std::string error;
+    auto loaded = zelkcam::profile::load(nameOrFile, &error);
+    if (!loaded) {
+        throw unusable(error + ": expected another device profile");
+    }
+    return std::move(loaded->profile);
+}
+
+size_t diffProfiles(const DiffOptions& options) {
+    const auto differences = compareProfiles(profileOf(options.left), profileOf(options.right));
+    if (options.json) {
+        writeDocument(differencesDocument(differences));
+    } else {
+        printDifferences(std::cout, differences);
+    }
+    return differences.size();
+}
+
+size_t diffFormats(const DiffOptions& options) {
     const Json left = readFile(options.left);
     const Json right = readFile(options.right);
     requireSameRequest(left, right);
@@ -207,7 +239,16 @@ void runDiff(const DiffOptions& options) {
     } else {
         printComparison(std::cout, comparison);
     }
-    if (options.exitCode && !comparison.differences.empty()) {
+    return comparison.differences.size();
+}
+
+void runDiff(const DiffOptions& options) {
+    const bool profiles = isProfile(options.left);
+    if (profiles) {
+        openLibraryLog(false);
+    }
+    const size_t differences = profiles ? diffProfiles(options) : diffFormats(options);
+    if (options.exitCode && differences > 0) {
         endWith(kMoved);
     }
 }
@@ -216,10 +257,10 @@ void runDiff(const DiffOptions& options) {
 
 void addDiff(CLI::App& program) {
     const auto options = std::make_shared<DiffOptions>();
-    CLI::App* const command =
-            program.add_subcommand("diff", "Compare two format lists: what moved");
+    CLI::App* const command = program.add_subcommand(
+            "diff", "Compare two format lists or device profiles: what moved");
     addText(*command, "A.json", options->left,
-            "What 'formats --json' printed; - is standard input");
+            "What 'formats --json' printed, or a profile's name or file; - is standard input");
     addText(*command, "B.json", options->right, "The same of another device or build");
     addJson(*command, options->json);
     command->add_flag("--exit-code", options->exitCode,

@@ -4,6 +4,7 @@
 // templates below, so that neither record is named here.
 #include "tools/grallocinfo/LibraryLog.h"
 
+#include <cstring>
 #include <mutex>
 #include <utility>
 #include <vector>
@@ -32,6 +33,11 @@ FatalHandler gFatalHandler = nullptr;
 // Whether the line has been dealt with. A fatal line liblog prints by itself.
 bool keepBack(int priority, const char* tag, const char* text) {
     const std::lock_guard lock(gLock);
+    // Whoever reads an answer has to know that it is an estimate.
+    if (gLines == Lines::kErrorsHeld && priority == ANDROID_LOG_WARN &&
+        strstr(text, "is a guess") != nullptr) {
+        return false;
+    }
     if (gLines == Lines::kErrorsHeld && priority == ANDROID_LOG_ERROR) {
         gHeldErrors.push_back({tag ? tag : "", text});
     }

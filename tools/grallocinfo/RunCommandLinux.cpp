@@ -9,6 +9,7 @@
 #include <sstream>
 #include <string_view>
 
+#include "profile/Shipped.h"
 #include "tools/grallocinfo/ChildProgramLinux.h"
 #include "tools/grallocinfo/Commands.h"
 #include "tools/grallocinfo/Failure.h"
@@ -30,9 +31,6 @@ constexpr char kExamples[] =
 constexpr char kProfileVariable[] = "ZELKCAM_HOST_PROFILE";
 constexpr char kDefaultProfile[] = "default";
 
-// The profiles that come with the host platform: what --profile all stands for.
-constexpr std::string_view kShippedProfiles[] = {kDefaultProfile};
-
 struct RunOptions {
     std::vector<std::string> profiles;
     std::vector<std::string> program;
@@ -45,15 +43,17 @@ struct Run {
 
 std::string knownProfiles() {
     std::string names = "all";
-    for (const std::string_view name : kShippedProfiles) {
-        names += ", " + std::string(name);
+    for (const auto& shipped : zelkcam::profile::shippedProfiles()) {
+        names += ", " + std::string(shipped.name);
     }
     return names;
 }
 
 // The program may change its folder, so a file is handed on with its full path.
 std::string usableProfile(const std::string& profile) {
-    if (std::ranges::find(kShippedProfiles, profile) != std::end(kShippedProfiles)) {
+    const auto shipped = zelkcam::profile::shippedProfiles();
+    if (std::ranges::find(shipped, profile, &zelkcam::profile::ShippedProfile::name) !=
+        shipped.end()) {
         return profile;
     }
     std::error_code error;
@@ -73,7 +73,9 @@ std::vector<std::string> chosenProfiles(const std::vector<std::string>& asked) {
     std::vector<std::string> chosen;
     for (const std::string& profile : asked) {
         if (profile == "all") {
-            chosen.insert(chosen.end(), std::begin(kShippedProfiles), std::end(kShippedProfiles));
+            for (const auto& shipped : zelkcam::profile::shippedProfiles()) {
+                chosen.emplace_back(shipped.name);
+            }
         } else {
             chosen.push_back(usableProfile(profile));
         }

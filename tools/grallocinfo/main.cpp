@@ -20,8 +20,9 @@ constexpr char kFooter[] =
         "arguments are not usable. 'grallocinfo COMMAND --help' shows examples.";
 
 // Every subcommand, in the order of the help. A new one is declared in Commands.h and listed here.
-constexpr void (*kCommands[])(CLI::App&) = {addQuery, addFormats, addName,  addList,   addInfo,
-                                            addDiff,  addWatch,   addShare, addAttach, addRun};
+constexpr void (*kCommands[])(CLI::App&) = {addQuery, addFormats, addName,   addList,
+                                            addInfo,  addDiff,    addWatch,  addProfile,
+                                            addView,  addShare,   addAttach, addRun};
 
 // What follows is not for this program.
 constexpr char kLastOption[] = "--";

@@ -1,0 +1,79 @@
+// Devices recorded, replayed and recorded again.
+#include <filesystem>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/tool/Tool.h"
+
+namespace zelkcam::test {
+
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+// A recording without what tells one from another.
+std::string recorded(const std::string& path, const Words& environment) {
+    const Outcome outcome = runTool({"profile", "record", "-o", path}, environment);
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    std::string text = contentsOf(path);
+    const size_t from = text.find("\"recorded\"");
+    if (from != std::string::npos) {
+        text.erase(from, text.find('\n', from) - from);
+    }
+    return text;
+}
+
+struct Source {
+    const char* name;
+    bool isPair;
+};
+
+class Recording : public testing::TestWithParam<Source> {};
+
+TEST_P(Recording, IsTheSameAgainWhenItIsReplayed) {
+    const ScratchFolder folder;
+    const std::string file = folder / "device.json";
+    const Words device =
+            GetParam().isPair
+                    ? Words{std::string("MADE_UP_DEVICE=") + GetParam().name,
+                            std::string("LD_PRELOAD=") + MADE_UP_FILE,
+                            "ZELKCAM_HOST_SPHAL_PATH=" +
+                                    std::filesystem::path(MADE_UP_FILE).parent_path().string()}
+                    : Words{std::string("ZELKCAM_HOST_PROFILE=") + GetParam().name};
+    const std::string first = recorded(file, device);
+    EXPECT_EQ(first, recorded(folder / "again.json", {"ZELKCAM_HOST_PROFILE=" + file}));
+    EXPECT_EQ(runTool({"diff", file, folder / "again.json", "--exit-code"}).status, 0);
+    EXPECT_FALSE(std::filesystem::exists(file + ".part"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Devices, Recording,
+                         testing::Values(Source{"default", false}, Source{"aligned-128", false},
+                                         Source{"compressing", false}, Source{"strict", false},
+                                         Source{"odd", true}, Source{"stepped", true},
+                                         Source{"refusing", true}));
+
+TEST(Profile, ThatIsNotUsableLeavesNoServicesAndTellsWhy) {
+    const ScratchFolder folder;
+    writeContents(folder / "bad.json", R"({"schemaVersion": 2})");
+    const Outcome outcome =
+            runTool({"query", "NV12", "64x64"}, {"ZELKCAM_HOST_PROFILE=" + (folder / "bad.json")});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("at /schemaVersion: version 1 expected, not 2"));
+    EXPECT_THAT(outcome.err, HasSubstr("there is no graphics allocator service"));
+}
+
+TEST(Profile, AnswersDifferAsTheDeviceDoes) {
+    const auto rowOf = [](const char* profile) {
+        return runTool({"query", "YCrCb_420_SP", "1920x1080", "--json"},
+                       {std::string("ZELKCAM_HOST_PROFILE=") + profile});
+    };
+    EXPECT_THAT(rowOf("default").out, HasSubstr("\"sizeInBytes\": 2073600"));
+    EXPECT_THAT(rowOf("aligned-128").out, Not(HasSubstr("\"sizeInBytes\": 2073600")));
+    EXPECT_EQ(rowOf("strict").status, 1);
+}
+
+}  // namespace
+
+}  // namespace zelkcam::test

@@ -1,0 +1,41 @@
+// The device, asked by a process of its own: some questions end the process that asks them.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <string>
+
+#include "profile/Record.h"
+
+namespace grallocinfo {
+
+// Starts with no thread and no service in use; the processes that it starts use them. Throws a
+// Failure when there is no device to ask.
+class DeviceChild {
+  public:
+    DeviceChild() = default;
+    ~DeviceChild();
+    DeviceChild(const DeviceChild&) = delete;
+    DeviceChild& operator=(const DeviceChild&) = delete;
+
+    // A request whose answer ended the process is refused with kOtherException.
+    zelkcam::profile::Observation ask(const zelkcam::profile::Request& request, bool locks);
+    // Leaves the traits alone if the probe ended the process.
+    void probe(size_t number, zelkcam::profile::Traits& traits);
+
+    size_t deaths() const { return mDeaths; }
+
+  private:
+    // The answer to a question, both profile documents; empty when the process ended over it.
+    std::string exchange(const std::string& question);
+    void start();
+    void stop();
+
+    pid_t mChild = -1;
+    int mTo = -1;
+    int mFrom = -1;
+    size_t mDeaths = 0;
+};
+
+}  // namespace grallocinfo

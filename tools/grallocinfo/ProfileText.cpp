@@ -1,0 +1,277 @@
+#include "tools/grallocinfo/ProfileText.h"
+
+#include <algorithm>
+
+#include "profile/Words.h"
+#include "tools/grallocinfo/Failure.h"
+#include "tools/grallocinfo/Library.h"
+
+namespace grallocinfo {
+
+namespace {
+
+using zelkcam::profile::Axis;
+using zelkcam::profile::Base;
+using zelkcam::profile::Case;
+using zelkcam::profile::FormatRules;
+using zelkcam::profile::kGranted;
+using zelkcam::profile::kPlaneQuantities;
+using zelkcam::profile::kRuleQuantities;
+using zelkcam::profile::LockRule;
+using zelkcam::profile::Profile;
+using zelkcam::profile::Quantity;
+using zelkcam::profile::Rule;
+using zelkcam::profile::Shape;
+using zelkcam::profile::SizeOp;
+using zelkcam::profile::SizeTest;
+using zelkcam::profile::Term;
+using zelkcam::profile::Traits;
+using zelkcam::profile::UsageOp;
+using zelkcam::profile::UsageTest;
+
+std::string baseText(const Term& term) {
+    switch (term.base) {
+        case Base::kConstant:
+            return "";
+        case Base::kAlignedWidth:
+            return "aligned width";
+        case Base::kAlignedHeight:
+            return "aligned height";
+        case Base::kRow:
+            return "first row";
+        case Base::kArea:
+            return "aligned area";
+        case Base::kPlane:
+            return "row x rows";
+        case Base::kEnd:
+            return "end of plane " + std::to_string(term.plane);
+        case Base::kStart:
+            return "start of plane " + std::to_string(term.plane);
+        case Base::kTotal:
+            return "end of planes";
+        default:
+            return std::string(zelkcam::profile::kBases.of(term.base));
+    }
+}
+
+std::string termText(const Term& term) {
+    std::string text = baseText(term);
+    if (term.times != 1) {
+        text += " x " + std::to_string(term.times);
+    }
+    if (term.per != 1) {
+        text += " / " + std::to_string(term.per) + (term.up ? " (up)" : "");
+    }
+    if (term.header) {
+        text += " + header";
+    }
+    if (term.tailRows != 0) {
+        text += " + " + std::to_string(term.tailRows) + " rows";
+    }
+    if (term.plus != 0 || text.empty()) {
+        const std::string sign = term.plus < 0 ? " - " : " + ";
+        text += (text.empty() ? "" : sign) + std::to_string(std::abs(term.plus));
+    }
+    if (term.align != 1) {
+        text += ", to " + std::to_string(term.align);
+    }
+    return text + (term.open() ? " (?)" : "");
+}
+
+std::string sizeTestText(const SizeTest& test) {
+    if (test.op == SizeOp::kOddWidth) {
+        return "odd width";
+    }
+    if (test.op == SizeOp::kOddHeight) {
+        return "odd height";
+    }
+    return std::string(zelkcam::profile::kAxes.of(test.axis)) + " above " +
+           std::to_string(test.limit);
+}
+
+std::string usageTestText(const UsageTest& test) {
+    const char* const how = test.op == UsageOp::kAny   ? "any bit of "
+                            : test.op == UsageOp::kAll ? "all bits of "
+                                                       : "no bit of ";
+    return how + hex(test.mask);
+}
+
+std::string usageText(const std::vector<UsageTest>& tests) {
+    std::string text;
+    for (const UsageTest& test : tests) {
+        text += (text.empty() ? "" : ", ") + usageTestText(test);
+    }
+    return text;
+}
+
+std::string nameOf(int32_t format) {
+    return describeFormat(formatName(format), format);
+}
+
+// Calls `visit` with a label and a text for every quantity that a rule states.
+template <typename Visit>
+void forEachFormula(const Rule& rule, const Visit& visit) {
+    for (const auto& [name, member] : kRuleQuantities) {
+        if (!(rule.*member).empty()) {
+            visit(std::string(name), describe(rule.*member));
+        }
+    }
+    for (size_t i = 0; i < rule.planes.size(); ++i) {
+        for (const auto& [name, member] : kPlaneQuantities) {
+            if (!(rule.planes[i].*member).empty()) {
+                visit("plane " + std::to_string(i) + " " + std::string(name),
+                      describe(rule.planes[i].*member));
+            }
+        }
+    }
+}
+
+std::string shapeText(const Shape& shape) {
+    std::string text = nameOf(shape.format) + ", " + std::to_string(shape.planes.size()) +
+                       (shape.planes.size() == 1 ? " plane" : " planes");
+    if (shape.modifier != 0) {
+        text += ", modifier " + hex(shape.modifier);
+    }
+    if (!shape.refused.empty()) {
+        text += ", " + std::to_string(shape.refused.size()) + " kinds of metadata refused";
+    }
+    return text;
+}
+
+void printRule(std::ostream& out, const Rule& rule, const Profile& profile) {
+    out << "  " << conditionsOf(rule) << ": ";
+    if (rule.answer != kGranted) {
+        out << "refused with " << rule.answer << " (" << evidenceOf(rule) << ")\n";
+        return;
+    }
+    out << shapeText(profile.shapes[rule.shape]) << " (" << evidenceOf(rule) << ")\n";
+    forEachFormula(rule, [&](const std::string& label, const std::string& text) {
+        out << "    " << label << ": " << text << '\n';
+    });
+}
+
+void printTraits(std::ostream& out, const Traits& traits) {
+    const auto orGranted = [](int32_t answer) {
+        return answer == kGranted ? std::string("granted")
+                                  : "refused with " + std::to_string(answer);
+    };
+    out << "usage bits refused  " << hex(traits.refusedUsage) << '\n'
+        << "usage 0             " << orGranted(traits.zeroUsage) << '\n'
+        << "layers              up to " << traits.maxLayers << '\n'
+        << "reserved region     up to " << traits.maxReservedSize << " bytes\n"
+        << "acquire fence       "
+        << (traits.waitsForAcquireFence ? "waited for, " : "not waited for, ")
+        << zelkcam::profile::kAcquireFences.of(traits.acquireFence) << '\n'
+        << "release fence       " << (traits.releaseFence ? "given" : "none") << '\n'
+        << "lock without usage  " << traits.lockWithoutUsage << ", with other bits "
+        << traits.lockWithOtherUsage << ", nested " << traits.nestedLock << ", foreign handle "
+        << traits.foreignHandle << '\n'
+        << "not locked          flush " << traits.unlockedFlush << ", reread "
+        << traits.unlockedReread << '\n';
+}
+
+void printLocks(std::ostream& out, const std::vector<LockRule>& locks) {
+    for (const LockRule& rule : locks) {
+        const std::string usage = usageText(rule.usage);
+        out << "lock, " << (usage.empty() ? "else" : usage);
+        for (const int32_t format : rule.formats) {
+            out << ", " << nameOf(format);
+        }
+        out << ": reading " << rule.answer.read << ", writing " << rule.answer.write << '\n';
+    }
+}
+
+Json ruleDocument(const Rule& rule, const Profile& profile) {
+    Json object;
+    object["when"] = conditionsOf(rule);
+    if (rule.answer != kGranted) {
+        object["refusal"] = rule.answer;
+    } else {
+        object["becomes"] = shapeText(profile.shapes[rule.shape]);
+        Json formulas = Json::object();
+        bool open = false;
+        forEachFormula(rule, [&](const std::string& label, const std::string& text) {
+            formulas[label] = text;
+            open = open || text.find("(?)") != std::string::npos;
+        });
+        object["formulas"] = formulas;
+        object["partlyGuessed"] = open || (rule.evidence && rule.evidence->exceptions > 0);
+    }
+    if (rule.evidence) {
+        object["samples"] = rule.evidence->samples;
+        object["explained"] = rule.evidence->samples - rule.evidence->exceptions;
+    }
+    return object;
+}
+
+}  // namespace
+
+std::string describe(const Quantity& quantity) {
+    std::string text;
+    for (const Case& one : quantity) {
+        text += (text.empty() ? "" : "; then ") + termText(one.term);
+        if (one.limited) {
+            text += " up to " + std::string(zelkcam::profile::kAxes.of(one.axis)) + " " +
+                    std::to_string(one.upTo) + (one.next > one.sure + 1 ? " (?)" : "");
+        }
+    }
+    return text;
+}
+
+std::string conditionsOf(const Rule& rule) {
+    std::string text = usageText(rule.usage);
+    for (const SizeTest& test : rule.size) {
+        text += (text.empty() ? "" : ", ") + sizeTestText(test);
+    }
+    return text.empty() ? "else" : text;
+}
+
+std::string evidenceOf(const Rule& rule) {
+    if (!rule.evidence) {
+        return "stated";
+    }
+    const std::string samples = std::to_string(rule.evidence->samples) + " samples";
+    return rule.evidence->exceptions == 0
+                   ? samples
+                   : std::to_string(rule.evidence->samples - rule.evidence->exceptions) + " of " +
+                             samples + ", the others are replayed; what was not asked is a guess";
+}
+
+void printProfile(std::ostream& out, const Profile& profile) {
+    out << profile.name << '\n';
+    for (const std::string* const line :
+         {&profile.description, &profile.device, &profile.build, &profile.recorded}) {
+        if (!line->empty()) {
+            out << *line << '\n';
+        }
+    }
+    out << '\n';
+    printTraits(out, profile.traits);
+    printLocks(out, profile.locks);
+    for (const FormatRules& format : profile.formats) {
+        out << '\n' << nameOf(format.format) << '\n';
+        for (const Rule& rule : format.rules) {
+            printRule(out, rule, profile);
+        }
+    }
+}
+
+Json profileDocument(const Profile& profile) {
+    Json document = newDocument();
+    document["name"] = profile.name;
+    document["device"] = profile.device;
+    Json& formats = document["formats"] = Json::array();
+    for (const FormatRules& format : profile.formats) {
+        Json object;
+        putCode(object, "format", format.format);
+        object["formatName"] = formatName(format.format);
+        object["rules"] = Json::array();
+        for (const Rule& rule : format.rules) {
+            object["rules"].push_back(ruleDocument(rule, profile));
+        }
+        formats.push_back(object);
+    }
+    return document;
+}
+
+}  // namespace grallocinfo
