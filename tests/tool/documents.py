@@ -24,6 +24,8 @@ CASES = [
     ("info", "info", {}),
     ("info", "info", NO_SERVICES),
     ("diff", "diff a.json b.json", {}),
+    ("profile", "profile show compressing", {}),
+    ("profileDiff", "diff default strict", {}),
     ("watch", "watch log", {}),
     ("failure", "query RGBX_8888 64x64", {}),
     ("failure", "query NV12 64x64", NO_SERVICES),

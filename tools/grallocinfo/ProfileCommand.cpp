@@ -31,7 +31,7 @@ constexpr char kExamples[] =
         "Examples:\n"
         "  grallocinfo profile record -o phone.json\n"
         "  grallocinfo profile show phone.json\n"
-        "  ZELKCAM_HOST_PROFILE=phone.json ./camera_test";
+        "  grallocinfo run --profile phone.json -- ./camera_test";
 
 // What the library names, then the published formats beyond it, the important first.
 const std::vector<int32_t> kFormats = {
