@@ -42,7 +42,11 @@ std::optional<gralloc::AllocationRequest> requestOf(
     return takeOptions(info, &request) ? std::optional(request) : std::nullopt;
 }
 
+// A recorded device may have refused without a code of the service.
 ndk::ScopedAStatus refuse(AllocationError error) {
+    if (static_cast<int32_t>(error) < 0) {
+        return ndk::ScopedAStatus::fromExceptionCode(EX_ILLEGAL_STATE);
+    }
     return ndk::ScopedAStatus::fromServiceSpecificError(static_cast<int32_t>(error));
 }
 

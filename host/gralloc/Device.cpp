@@ -206,7 +206,7 @@ int32_t refusalOf(const Description& description) {
     const TheDevice* const device = theDevice();
     const bool asked = device != nullptr && isMeaningful(description);
     const int32_t answer = asked ? ask(*device, description).answer : profile::kGranted;
-    return answer >= 0 ? answer : profile::kUnsupported;
+    return answer != profile::kGranted ? answer : profile::kUnsupported;
 }
 
 void warnOfGuess(const Description& description) {

@@ -32,7 +32,8 @@ uint64_t deviceFingerprint();
 // "supported" holds for good and importers can check what a buffer claims about itself.
 AIMapper_Error decide(const Description& description, Layout* layout);
 
-// The service-specific code that the AIDL allocator of this device refuses the description with.
+// The service-specific code that the AIDL allocator of this device refuses the description with;
+// profile::kOtherException for a refusal without one.
 int32_t refusalOf(const Description& description);
 
 // Tells the log, once for each request, that its layout is an estimate: the profile was recorded,

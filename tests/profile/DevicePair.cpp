@@ -262,8 +262,12 @@ AIMapper gMapper = {
 __attribute__((constructor)) void registerAllocator() {
     if (chosenDevice() != nullptr) {
         const auto allocator = ndk::SharedRefBase::make<MadeUpAllocator>();
-        AServiceManager_addService(allocator->asBinder().get(),
-                                   (std::string(IAllocator::descriptor) + "/default").c_str());
+        const binder_exception_t added = AServiceManager_addService(
+                allocator->asBinder().get(),
+                (std::string(IAllocator::descriptor) + "/default").c_str());
+        if (added != EX_NONE) {
+            abort();
+        }
     }
 }
 

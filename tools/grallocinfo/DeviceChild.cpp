@@ -32,6 +32,8 @@ using zelkcam::profile::writeJson;
 // Questions by the name of the document that asks them; a probe's name ends with its number.
 constexpr char kAsk[] = "ask";
 constexpr char kAskWithLocks[] = "ask with locks";
+// The library ends the process over some buffers: the same without asking it.
+constexpr char kWithoutLibrary[] = ", not the library";
 constexpr char kProbe[] = "probe ";
 // The name of an answer that is a Failure: its code follows, and the message is the description.
 constexpr char kFailure[] = "failure ";
@@ -83,9 +85,9 @@ std::optional<std::string> receive(int fd) {
 }
 
 // A question about one request is a profile whose one sample has no answer yet.
-Profile questionOf(const Request& request, bool locks) {
+Profile questionOf(const Request& request, bool locks, bool library) {
     Profile question;
-    question.name = locks ? kAskWithLocks : kAsk;
+    question.name = std::string(locks ? kAskWithLocks : kAsk) + (library ? "" : kWithoutLibrary);
     question.samples = {{request.format, request.usage, {}, {}}};
     Answer& answer = question.samples.front().answers.emplace_back();
     answer.width = request.width;
@@ -97,9 +99,9 @@ Profile questionOf(const Request& request, bool locks) {
 void answerRequest(DeviceSession& session, Profile& profile) {
     auto& group = profile.samples.front();
     Answer& answer = group.answers.front();
-    const Observation seen =
-            session.observe({group.format, group.usage, answer.width, answer.height},
-                            profile.name == kAskWithLocks);
+    const Observation seen = session.observe(
+            {group.format, group.usage, answer.width, answer.height},
+            profile.name.starts_with(kAskWithLocks), !profile.name.ends_with(kWithoutLibrary));
     group.locks = seen.locks;
     answer.answer = seen.answer;
     answer.numbers = seen.numbers;
@@ -217,7 +219,10 @@ std::optional<Profile> readAnswer(const std::string& text) {
 Observation DeviceChild::ask(const Request& request, bool locks) {
     Observation seen;
     seen.answer = kOtherException;
-    const auto answered = readAnswer(exchange(writeJson(questionOf(request, locks))));
+    auto answered = readAnswer(exchange(writeJson(questionOf(request, locks, true))));
+    if (!answered) {
+        answered = readAnswer(exchange(writeJson(questionOf(request, locks, false))));
+    }
     if (!answered || answered->samples.empty() || answered->samples.front().answers.empty()) {
         return seen;
     }

@@ -263,7 +263,7 @@ std::vector<uint8_t> SessionBuffer::readBytes(int64_t type, int32_t* code) const
     return bytes;
 }
 
-Observation DeviceSession::observe(const Request& request, bool locks) {
+Observation DeviceSession::observe(const Request& request, bool locks, bool library) {
     Observation seen;
     const SessionBuffer buffer(*this, describe(request));
     seen.answer = buffer.answer();
@@ -278,7 +278,7 @@ Observation DeviceSession::observe(const Request& request, bool locks) {
     } else if (isLocatedByLock(seen.shape.format, request.usage)) {
         lockable = buffer.tryLock(kRead);
     }
-    if (lockable == 0 || !isLocatedByLock(seen.shape.format, request.usage)) {
+    if (library && (lockable == 0 || !isLocatedByLock(seen.shape.format, request.usage))) {
         seen.library = askLibrary(buffer);
     }
     return seen;

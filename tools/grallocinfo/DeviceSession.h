@@ -22,7 +22,9 @@ class DeviceSession {
     // Throws a Failure when there is no allocator service or its mapper cannot be loaded.
     DeviceSession();
 
-    zelkcam::profile::Observation observe(const zelkcam::profile::Request& request, bool locks);
+    // The library may end the process over a buffer.
+    zelkcam::profile::Observation observe(const zelkcam::profile::Request& request, bool locks,
+                                          bool library);
 
     const AIMapperV5& mapper() const { return *mMapper; }
 

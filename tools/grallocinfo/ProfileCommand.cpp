@@ -109,7 +109,7 @@ Profile recordDevice() {
             profile);
     if (device.deaths() > 0) {
         remark(std::to_string(device.deaths()) +
-               " questions ended the process that asked them; they count as refused");
+               " questions ended the process that asked them; that is part of the answer");
     }
     return profile;
 }
