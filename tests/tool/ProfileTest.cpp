@@ -18,7 +18,7 @@ std::string recorded(const std::string& path, const Words& environment) {
     const Outcome outcome = runTool({"profile", "record", "-o", path}, environment);
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     std::string text = contentsOf(path);
-    const size_t from = text.find("\"recorded\"");
+    const size_t from = text.find("\"recorded\": ");
     if (from != std::string::npos) {
         text.erase(from, text.find('\n', from) - from);
     }
@@ -52,7 +52,8 @@ INSTANTIATE_TEST_SUITE_P(Devices, Recording,
                          testing::Values(Source{"default", false}, Source{"aligned-128", false},
                                          Source{"compressing", false}, Source{"strict", false},
                                          Source{"odd", true}, Source{"stepped", true},
-                                         Source{"refusing", true}));
+                                         Source{"refusing", true}),
+                         [](const auto& info) { return "N" + std::to_string(info.index); });
 
 TEST(Profile, ThatIsNotUsableLeavesNoServicesAndTellsWhy) {
     const ScratchFolder folder;
