@@ -6,12 +6,12 @@ set(ANDROID_INCLUDE_DIR ${ZELKCAM_SYSROOT}/usr/include/android)
 set(ANDROID_RUNTIME_DIR /usr/lib/${CMAKE_LIBRARY_ARCHITECTURE}/android)
 set(ANDROID_LIBRARY_DIR ${ZELKCAM_SYSROOT}${ANDROID_RUNTIME_DIR})
 
+# Names the packages that are missing; whoever includes this decides what that means.
+set(ANDROID_PACKAGES_MISSING "")
 foreach(name log utils cutils)
     if(NOT EXISTS ${ANDROID_LIBRARY_DIR}/lib${name}.so)
-        message(FATAL_ERROR "lib${name}.so is not in ${ANDROID_LIBRARY_DIR}: install Debian's "
-                            "android-lib${name}-dev (in the source tree: run scripts/setup)")
-    endif()
-    if(NOT TARGET android_${name})
+        list(APPEND ANDROID_PACKAGES_MISSING android-lib${name}-dev)
+    elseif(NOT TARGET android_${name})
         add_library(android_${name} SHARED IMPORTED)
         set_target_properties(android_${name} PROPERTIES
             IMPORTED_LOCATION ${ANDROID_LIBRARY_DIR}/lib${name}.so

@@ -44,6 +44,8 @@ std::string locate(const std::string& name) {
     std::vector<std::string> folders = foldersOfEnvironment();
     if (const std::string own = folderOfThisLibrary(); !own.empty()) {
         folders.push_back(own);
+        // Where an installed package keeps what only this function loads.
+        folders.push_back(own + "/zelkcam");
     }
     for (const std::string& folder : folders) {
         std::string file = folder;
