@@ -1,5 +1,4 @@
 // The host's mapper: any operation with any bytes on a living buffer, and handles that lie.
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/eventfd.h>
 #include <sys/mman.h>
@@ -9,34 +8,13 @@
 #include <string>
 
 #include "fuzz/Fuzz.h"
-#include "platform/allocator.h"
-#include "platform/utils.h"
+#include "tests/support/Device.h"
 
 namespace {
 
 using namespace zelkcam::fuzz;
+using namespace zelkcam::test;
 namespace alloc = aidl::android::hardware::graphics::allocator;
-
-constexpr char kVendorType[] = "zelkcam.plexa.BufferAttribute";
-constexpr char kStandardType[] = "android.hardware.graphics.common.StandardMetadataType";
-
-alloc::IAllocator& allocator() {
-    static const auto service =
-            alloc::IAllocator::fromBinder(ndk::SpAIBinder(AServiceManager_checkService(
-                    (std::string(alloc::IAllocator::descriptor) + "/default").c_str())));
-    return *service;
-}
-
-const AIMapperV5& mapper() {
-    static const AIMapper* const loaded = [] {
-        AIMapper* mapper = nullptr;
-        reinterpret_cast<decltype(&AIMapper_loadIMapper)>(dlsym(
-                android_load_sphal_library("mapper.default.so", RTLD_NOW), "AIMapper_loadIMapper"))(
-                &mapper);
-        return mapper;
-    }();
-    return loaded->v5;
-}
 
 // A request as a client may send it; most are refused.
 alloc::BufferDescriptorInfo anyRequest(FuzzedDataProvider& input) {
@@ -60,7 +38,7 @@ bool isSmall(const alloc::BufferDescriptorInfo& info) {
 
 AIMapper_MetadataType anyType(FuzzedDataProvider& input, std::string& name) {
     const int kind = input.ConsumeIntegralInRange(0, 4);
-    name = kind < 3 ? kStandardType : kind == 3 ? kVendorType : input.ConsumeRandomLengthString(9);
+    name = kind < 3 ? kStandardName : kind == 3 ? kPlexaName : input.ConsumeRandomLengthString(9);
     constexpr int64_t kNotes[] = {100, 110};
     return {name.c_str(), kind == 3 ? input.PickValueInArray(kNotes)
                                     : input.ConsumeIntegralInRange<int64_t>(-2, 40)};
@@ -108,7 +86,7 @@ void importSpoilt(const native_handle_t& good, FuzzedDataProvider& input) {
         return;
     }
     for (int64_t type = 0; type < 24; ++type) {
-        readBack(imported, {kStandardType, type}, 0);
+        readBack(imported, {kStandardName, type}, 0);
     }
     require(mapper().freeBuffer(imported) == AIMAPPER_ERROR_NONE);
 }

@@ -7,6 +7,7 @@
 
 #include "fuzz/Fuzz.h"
 #include "platform/utils.h"
+#include "tests/support/RawMessage.h"
 
 namespace {
 
@@ -24,25 +25,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     int ends[2];
     zelkcam::fuzz::require(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) == 0);
     TransportSocket receiver(ends[0]);
-    const auto fds = input.ConsumeIntegralInRange<size_t>(0, 4);
+    const auto count = input.ConsumeIntegralInRange<size_t>(0, 4);
     auto bytes = input.ConsumeRemainingBytes<uint8_t>();
     {
         const TransportSocket sender(ends[1]);
-        iovec part = {bytes.data(), bytes.size()};
-        alignas(cmsghdr) char control[CMSG_SPACE(4 * sizeof(int))] = {};
-        msghdr message = {};
-        message.msg_iov = &part;
-        message.msg_iovlen = 1;
-        if (fds != 0 && !bytes.empty()) {
-            message.msg_control = control;
-            message.msg_controllen = CMSG_SPACE(fds * sizeof(int));
-            cmsghdr* const header = CMSG_FIRSTHDR(&message);
-            header->cmsg_level = SOL_SOCKET;
-            header->cmsg_type = SCM_RIGHTS;
-            header->cmsg_len = CMSG_LEN(fds * sizeof(int));
-            std::fill_n(reinterpret_cast<int*>(CMSG_DATA(header)), fds, anyDescriptor());
-        }
-        sendmsg(ends[1], &message, MSG_DONTWAIT | MSG_NOSIGNAL);
+        const std::vector<int> fds(bytes.empty() ? 0 : count, anyDescriptor());
+        zelkcam::test::sendRaw(ends[1], bytes.data(), bytes.size(), fds);
     }
     const auto received = receiveHandle(receiver.get());
     zelkcam::fuzz::require(received.ok() == (received.value != nullptr));

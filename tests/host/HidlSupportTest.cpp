@@ -3,7 +3,6 @@
 
 #include <array>
 #include <cstdlib>
-#include <cstring>
 #include <functional>
 #include <memory>
 #include <string>
@@ -20,6 +19,7 @@
 #include "platform/hwbinder.h"
 #include "tests/host/Handles.h"
 #include "tests/support/Holdings.h"
+#include "tests/support/Slots.h"
 
 namespace zelkcam::test {
 namespace {
@@ -236,23 +236,6 @@ TEST(HidlArray, OfSeveralDimensionsIsReadAndWrittenByRows) {
     array[1][2] = 0;
     EXPECT_EQ(Rows(array), (Rows{{{7, 8, 9}, {4, 5, 0}}}));
     EXPECT_EQ(array.data()[3], 4);
-}
-
-// The place of a virtual function in its interface's table, which is what a client's binary has
-// compiled in. Pointers to such members hold it in bytes; x86-64 marks them by an odd number.
-template <typename Method>
-size_t slotOf(Method method) {
-    uintptr_t words[2];
-    static_assert(sizeof(method) == sizeof(words));
-    memcpy(words, &method, sizeof(words));
-    return words[0] / sizeof(void*);
-}
-
-template <typename... Methods>
-void expectSlots(size_t first, Methods... methods) {
-    for (const size_t slot : {slotOf(methods)...}) {
-        EXPECT_EQ(slot, first++);
-    }
 }
 
 TEST(Interfaces, HaveTheirOperationsInThePublishedSlots) {

@@ -1,11 +1,9 @@
 // What clients compiled into themselves: sizes, offsets, values and virtual slots. Whoever breaks
 // one of these breaks binaries that nobody here can rebuild.
-#include <cstdint>
-#include <cstring>
-
 #include <gtest/gtest.h>
 
 #include "platform/plexa.h"
+#include "tests/support/Slots.h"
 #include "utils/gralloc/IGrallocHelper.h"
 #include "utils/gralloc/aidl/v2/allocator/allocator.h"
 #include "utils/gralloc/aidl/v2/mapper/mapper.h"
@@ -19,6 +17,7 @@ using NSCam::IGrallocHelper;
 using zcam::GrallocRequest;
 using zcam::GrallocStaticInfo;
 using zcam::IGrallocInfoProvider;
+using zelkcam::test::expectSlots;
 
 static_assert(sizeof(void*) == 8 && sizeof(long) == 8, "the library is built for LP64 only");
 
@@ -60,62 +59,30 @@ static_assert(PLEXA_GET_ION_FD == 1 && PLEXA_GET_WIDTH == 10 && PLEXA_GET_HEIGHT
                       PLEXA_GET_SF_INFO == 100 && PLEXA_SET_SF_INFO == 100 && PLEXA_SET_SOF == 110,
               "an extension code changed its value");
 
-// The number of a virtual operation in its class's table. A pointer to it holds the offset, and on
-// some processors a mark in the lowest bit.
-template <typename Method>
-size_t slotOf(Method method) {
-    uintptr_t words[2];
-    static_assert(sizeof(method) == sizeof(words));
-    std::memcpy(words, &method, sizeof(words));
-    return words[0] / sizeof(void*);
-}
-
 TEST(BinaryInterface, HoldsEachOperationOfTheHelperInTheSlotThatClientsCall) {
     using ByRequest =
             int (IGrallocInfoProvider::*)(const GrallocRequest*, GrallocStaticInfo*, bool) const;
     using ByHandle = int (IGrallocInfoProvider::*)(const native_handle*, GrallocStaticInfo*,
                                                    GrallocDynamicInfo*) const;
-    const size_t slots[] = {
-            slotOf(ByRequest(&IGrallocInfoProvider::query)),
-            slotOf(ByHandle(&IGrallocHelper::query)),
-            slotOf(&IGrallocHelper::setDirtyCamera),
-            slotOf(&IGrallocHelper::setColorspace_JFIF),
-            slotOf(&IGrallocHelper::setBufferSOF),
-            slotOf(&IGrallocHelper::queryPixelFormatName),
-            slotOf(&IGrallocHelper::queryGrallocUsageName),
-            slotOf(&IGrallocHelper::queryDataspaceName),
-            slotOf(&IGrallocHelper::dumpToLog),
-            slotOf(&IGrallocHelper::importBuffer),
-            slotOf(&IGrallocHelper::freeBuffer),
-            slotOf(&IGrallocHelper::lock),
-            slotOf(&IGrallocHelper::unlock),
-            slotOf(&IGrallocHelper::setBufferStatus),
-            slotOf(&IGrallocHelper::clearMap),
-    };
-    for (size_t i = 0; i < std::size(slots); ++i) {
-        EXPECT_EQ(slots[i], 2 + i) << "behind the two of the destructor";
-    }
+    // Behind the two of the destructor.
+    expectSlots(2, ByRequest(&IGrallocInfoProvider::query), ByHandle(&IGrallocHelper::query),
+                &IGrallocHelper::setDirtyCamera, &IGrallocHelper::setColorspace_JFIF,
+                &IGrallocHelper::setBufferSOF, &IGrallocHelper::queryPixelFormatName,
+                &IGrallocHelper::queryGrallocUsageName, &IGrallocHelper::queryDataspaceName,
+                &IGrallocHelper::dumpToLog, &IGrallocHelper::importBuffer,
+                &IGrallocHelper::freeBuffer, &IGrallocHelper::lock, &IGrallocHelper::unlock,
+                &IGrallocHelper::setBufferStatus, &IGrallocHelper::clearMap);
 }
 
 // A service of another build answers through these.
 TEST(BinaryInterface, HoldsTheAllocatorsOperationsWhereThePublishedOneDoes) {
     using aidl::android::hardware::graphics::allocator::IAllocator;
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
-    const size_t slots[] = {
-            slotOf(&IAllocator::asBinder),
-            slotOf(&IAllocator::isRemote),
-            slotOf(&IAllocator::dump),
-            slotOf(&IAllocator::handleShellCommand),
-            slotOf(&IAllocator::allocate),
-            slotOf(&IAllocator::allocate2),
-            slotOf(&IAllocator::isSupported),
-            slotOf(&IAllocator::getIMapperLibrarySuffix),
-            slotOf(&IAllocator::getInterfaceVersion),
-            slotOf(&IAllocator::getInterfaceHash),
-    };
-    for (size_t i = 0; i < std::size(slots); ++i) {
-        EXPECT_EQ(slots[i], 2 + i) << "behind the two of the destructor";
-    }
+    // Behind the two of the destructor.
+    expectSlots(2, &IAllocator::asBinder, &IAllocator::isRemote, &IAllocator::dump,
+                &IAllocator::handleShellCommand, &IAllocator::allocate, &IAllocator::allocate2,
+                &IAllocator::isSupported, &IAllocator::getIMapperLibrarySuffix,
+                &IAllocator::getInterfaceVersion, &IAllocator::getInterfaceHash);
 }
 
 }  // namespace

@@ -1,8 +1,5 @@
-// The device's allocator and stable C mapper as a client finds them, and buffers that clean up
-// after themselves.
+// Requests, and buffers that clean up after themselves.
 #pragma once
-
-#include <dlfcn.h>
 
 #include <memory>
 #include <optional>
@@ -12,23 +9,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/allocator.h"
-#include "platform/mapper.h"
+#include "tests/support/Device.h"
 #include "tests/support/Holdings.h"
 
 namespace zelkcam::test {
 
 using aidl::android::hardware::graphics::allocator::AllocationResult;
 using aidl::android::hardware::graphics::allocator::BufferDescriptorInfo;
-using aidl::android::hardware::graphics::allocator::IAllocator;
 using aidl::android::hardware::graphics::common::BufferUsage;
 using aidl::android::hardware::graphics::common::PixelFormat;
 using aidl::android::hardware::graphics::common::StandardMetadataType;
 using android::hardware::graphics::mapper::StandardMetadata;
 
-inline constexpr char kAllocatorName[] = "android.hardware.graphics.allocator.IAllocator/default";
-inline constexpr char kStandardName[] = "android.hardware.graphics.common.StandardMetadataType";
-inline constexpr char kPlexaName[] = "zelkcam.plexa.BufferAttribute";
 inline constexpr uint64_t kReadWriteOften = 0x33;
 
 using T = StandardMetadataType;
@@ -48,31 +40,6 @@ inline AIMapper_MetadataType metadataType(int64_t number) {
 // A handle that nobody gave out and nobody may look into.
 // NOLINTNEXTLINE(performance-no-int-to-ptr): an address without anything behind it is the point
 inline const auto kMadeUp = reinterpret_cast<buffer_handle_t>(uintptr_t{0xdeadbef0});
-
-inline IAllocator& allocator() {
-    static const auto service =
-            IAllocator::fromBinder(ndk::SpAIBinder(AServiceManager_checkService(kAllocatorName)));
-    return *service;
-}
-
-inline void* mapperLibrary() {
-    static void* library = [] {
-        std::string suffix;
-        allocator().getIMapperLibrarySuffix(&suffix);
-        return android_load_sphal_library(("mapper." + suffix + ".so").c_str(), RTLD_NOW);
-    }();
-    return library;
-}
-
-inline const AIMapperV5& mapper() {
-    static const AIMapper* loaded = [] {
-        AIMapper* implementation = nullptr;
-        reinterpret_cast<decltype(&AIMapper_loadIMapper)>(
-                dlsym(mapperLibrary(), "AIMapper_loadIMapper"))(&implementation);
-        return implementation;
-    }();
-    return loaded->v5;
-}
 
 template <typename Format>
 BufferDescriptorInfo describe(Format format, int32_t width, int32_t height,

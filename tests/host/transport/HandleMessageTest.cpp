@@ -1,8 +1,6 @@
 #include <fcntl.h>
 
-#include <array>
 #include <climits>
-#include <cstring>
 #include <numeric>
 #include <thread>
 
@@ -10,6 +8,7 @@
 #include "tests/host/Handles.h"
 #include "tests/support/Alarms.h"
 #include "tests/support/Holdings.h"
+#include "tests/support/RawMessage.h"
 
 namespace zelkcam::test {
 namespace {
@@ -99,21 +98,8 @@ struct BadMessage {
 void sendPiece(int socket, const Piece& piece) {
     std::vector<int> fds(piece.numFds);
     std::generate(fds.begin(), fds.end(), [] { return memfd_create("piece", MFD_CLOEXEC); });
-    alignas(cmsghdr) std::array<char, CMSG_SPACE(64 * sizeof(int))> control{};
-    iovec part{const_cast<uint32_t*>(piece.words.data()), piece.words.size() * 4 - piece.cut};
-    msghdr message{};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    if (!fds.empty()) {
-        message.msg_control = control.data();
-        message.msg_controllen = CMSG_SPACE(fds.size() * sizeof(int));
-        cmsghdr* header = CMSG_FIRSTHDR(&message);
-        header->cmsg_level = SOL_SOCKET;
-        header->cmsg_type = SCM_RIGHTS;
-        header->cmsg_len = CMSG_LEN(fds.size() * sizeof(int));
-        memcpy(CMSG_DATA(header), fds.data(), fds.size() * sizeof(int));
-    }
-    EXPECT_EQ(sendmsg(socket, &message, 0), static_cast<ssize_t>(part.iov_len));
+    const auto size = static_cast<ssize_t>(piece.words.size() * 4 - piece.cut);
+    EXPECT_EQ(sendRaw(socket, piece.words.data(), size, fds), size);
     std::for_each(fds.begin(), fds.end(), close);
 }
 
