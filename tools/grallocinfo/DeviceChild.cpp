@@ -182,7 +182,7 @@ void DeviceChild::stop() {
 }
 
 std::string DeviceChild::exchange(const std::string& question) {
-    signal(SIGPIPE, SIG_IGN);
+    static_cast<void>(signal(SIGPIPE, SIG_IGN));
     if (mChild < 0) {
         start();
     }

@@ -18,7 +18,6 @@ namespace {
 namespace common = aidl::android::hardware::graphics::common;
 using zelkcam::profile::kGranted;
 using zelkcam::profile::kOtherException;
-using zelkcam::profile::Numbers;
 using zelkcam::profile::Observation;
 using zelkcam::profile::PlaneNumbers;
 using zelkcam::profile::PlaneShape;

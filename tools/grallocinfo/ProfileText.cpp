@@ -10,7 +10,6 @@ namespace grallocinfo {
 
 namespace {
 
-using zelkcam::profile::Axis;
 using zelkcam::profile::Base;
 using zelkcam::profile::Case;
 using zelkcam::profile::FormatRules;
