@@ -87,8 +87,8 @@ TEST_F(SphalTest, TheFoldersOfTheEnvironmentComeInTheirOrder) {
 TEST_F(SphalTest, ThenBesideTheHostPlatformThenWhereverTheLoaderLooks) {
     Dl_info host = {};
     ASSERT_NE(dladdr(reinterpret_cast<const void*>(&android_load_sphal_library), &host), 0);
-    EXPECT_EQ(load("libplexa.so"),
-              std::filesystem::canonical(host.dli_fname).parent_path() / "libplexa.so");
+    const std::filesystem::path folder = std::filesystem::path(host.dli_fname).parent_path();
+    EXPECT_EQ(load("libplexa.so"), std::filesystem::canonical(folder / "libplexa.so"));
     EXPECT_THAT(load("liblog.so.0"), HasSubstr("/liblog.so"));
 }
 
