@@ -73,6 +73,9 @@ ndk::ScopedAStatus allocate(const gralloc::AllocationRequest& request,
                             AllocatorService::AllocationResult* result) {
     gralloc::Allocation allocation;
     const AIMapper_Error error = gralloc::gralloc().allocate(request, &allocation);
+    if (error == gralloc::kServiceGone) {
+        return ndk::ScopedAStatus::fromStatus(STATUS_DEAD_OBJECT);
+    }
     if (error != AIMAPPER_ERROR_NONE) {
         return refuse(refusalOf(request.description, error));
     }

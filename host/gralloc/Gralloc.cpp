@@ -47,6 +47,13 @@ std::atomic<Gralloc*>& current() {
 
 }  // namespace
 
+int32_t Gralloc::getMetadata(buffer_handle_t handle, std::string_view typeName, int64_t type,
+                             void* destination, size_t size) {
+    const auto buffer = find(handle);
+    return buffer != nullptr ? buffer->getMetadata(typeName, type, destination, size)
+                             : -AIMAPPER_ERROR_BAD_BUFFER;
+}
+
 Gralloc& gralloc() {
     return *current().load(std::memory_order_acquire);
 }

@@ -9,6 +9,9 @@
 
 namespace zelkcam::host::gralloc {
 
+// Answered by allocate where the service has died: no code of the interface, but no answer at all.
+inline constexpr auto kServiceGone = static_cast<AIMapper_Error>(-1);
+
 // Safe from any thread. A handle that is no living import of this process is BAD_BUFFER everywhere.
 class Gralloc {
   public:
@@ -25,6 +28,10 @@ class Gralloc {
     virtual AIMapper_Error lock(buffer_handle_t handle, uint64_t cpuUsage, const Region& region,
                                 int acquireFence, void** outData) = 0;
     virtual AIMapper_Error unlock(buffer_handle_t handle, ScopedFileDescriptor* releaseFence) = 0;
+
+    // As AIMapper's getMetadata.
+    virtual int32_t getMetadata(buffer_handle_t handle, std::string_view typeName, int64_t type,
+                                void* destination, size_t size);
 
     // For all other uses of a buffer; as Imports::find.
     virtual std::shared_ptr<ImportedBuffer> find(buffer_handle_t handle) = 0;

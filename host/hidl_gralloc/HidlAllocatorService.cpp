@@ -45,6 +45,9 @@ android::hardware::Return<void> HidlAllocatorService::allocate(const hidl_vec<ui
                                                                allocate_cb callback) {
     gralloc::Allocation allocation;
     const Error error = host::allocate(descriptor, count, &allocation);
+    if (error == static_cast<Error>(gralloc::kServiceGone)) {
+        return android::hardware::Status::fromStatusT(android::DEAD_OBJECT);
+    }
     hidl_vec<hidl_handle> handles;
     handles.resize(allocation.buffers.size());
     std::ranges::transform(allocation.buffers, handles.begin(), toHidl);

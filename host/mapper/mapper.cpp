@@ -64,14 +64,11 @@ AIMapper_Error rereadLockedBuffer(buffer_handle_t handle) {
 
 int32_t getMetadata(buffer_handle_t handle, AIMapper_MetadataType type, void* destination,
                     size_t destinationSize) {
-    const auto buffer = gralloc().find(handle);
-    if (buffer == nullptr) {
-        return -AIMAPPER_ERROR_BAD_BUFFER;
-    }
     if (type.name == nullptr) {
-        return -AIMAPPER_ERROR_UNSUPPORTED;
+        return gralloc().find(handle) != nullptr ? -AIMAPPER_ERROR_UNSUPPORTED
+                                                 : -AIMAPPER_ERROR_BAD_BUFFER;
     }
-    return buffer->getMetadata(type.name, type.value, destination, destinationSize);
+    return gralloc().getMetadata(handle, type.name, type.value, destination, destinationSize);
 }
 
 int32_t getStandardMetadata(buffer_handle_t handle, int64_t type, void* destination,
