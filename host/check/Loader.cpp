@@ -1,0 +1,32 @@
+// Loads the checker into a process whose environment asks for it. All else about it is in its own
+// library: a process that is not checked holds no code of it.
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include "host/properties/Environment.h"
+#include "host/sphal/VendorLibrary.h"
+
+namespace zelkcam::host {
+namespace {
+
+constexpr char kVariable[] = "ZELKCAM_HOST_CHECK";
+
+// Behind the faults on demand. Whoever asks for a check must not believe that there was one.
+__attribute__((constructor(202))) void loadChecker() {
+    const char* const choice = std::getenv(kVariable);
+    if (choice == nullptr || *choice == '\0' || std::string_view(choice) == "0") {
+        return;
+    }
+    const VendorLibrary checker = openVendorLibrary("libzelkcam_check.so", RTLD_NOW);
+    if (checker.handle == nullptr) {
+        reportVariable(kVariable, choice, ("cannot be done: " + checker.error).c_str());
+        _exit(2);
+    }
+}
+
+}  // namespace
+}  // namespace zelkcam::host

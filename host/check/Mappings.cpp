@@ -1,0 +1,213 @@
+#include "host/check/Mappings.h"
+
+#include <pthread.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <ucontext.h>
+#include <unistd.h>
+
+#include <deque>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <utility>
+
+#include "host/check/Findings.h"
+
+namespace zelkcam::host::check {
+namespace {
+
+// Room for the typical overrun: some rows.
+constexpr uint64_t kGuardSize = 1 << 20;
+// Retired mappings take no memory, but each is an entry of the kernel's list, which holds 65,530.
+constexpr size_t kRetiredCount = 1024;
+
+struct Registry {
+    std::mutex mutex;
+    std::map<std::byte*, GuardedMapping*> byAddress;  // by the begin of what is reserved
+    std::deque<std::shared_ptr<GuardedMapping>> retired;
+};
+
+// Never destroyed: there are faults until the very end.
+Registry& registry() {
+    static auto& registry = *new Registry;
+    return registry;
+}
+
+__attribute__((constructor)) void keepAcrossForks() {
+    pthread_atfork([] { registry().mutex.lock(); }, [] { registry().mutex.unlock(); },
+                   [] { registry().mutex.unlock(); });
+}
+
+uint64_t roundToPages(uint64_t size) {
+    const auto page = static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
+    return (size + page - 1) / page * page;
+}
+
+std::byte* reserve(uint64_t size) {
+    void* const address =
+            mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    return address != MAP_FAILED ? static_cast<std::byte*>(address) : nullptr;
+}
+
+}  // namespace
+
+std::shared_ptr<GuardedMapping> GuardedMapping::map(int fd, uint64_t size, bool writable,
+                                                    std::string buffer, const CallStack& locked) {
+    const std::shared_ptr<GuardedMapping> mapping(new GuardedMapping);
+    mapping->mWritable = writable;
+    mapping->mSize = size;
+    mapping->mReservedSize = roundToPages(size) + 2 * kGuardSize;
+    mapping->mBuffer = std::move(buffer);
+    mapping->mLocked = locked;
+    mapping->mReserved = reserve(mapping->mReservedSize);
+    if (mapping->mReserved == nullptr) {
+        return nullptr;
+    }
+    // Filled at once: page by page it would take several times as long.
+    std::byte* const data = mapping->mReserved + kGuardSize;
+    const int access = writable ? PROT_READ | PROT_WRITE : PROT_READ;
+    if (mmap(data, size, access, MAP_SHARED | MAP_FIXED | MAP_POPULATE, fd, 0) == MAP_FAILED) {
+        return nullptr;
+    }
+    mapping->mData = data;
+    const std::lock_guard guard(registry().mutex);
+    registry().byAddress[mapping->mReserved] = mapping.get();
+    return mapping;
+}
+
+GuardedMapping::~GuardedMapping() {
+    if (mReserved != nullptr) {
+        munmap(mReserved, mReservedSize);
+    }
+}
+
+void GuardedMapping::retire(std::shared_ptr<GuardedMapping> mapping, const char* what,
+                            const CallStack& stack) {
+    std::shared_ptr<GuardedMapping> oldest;  // goes after the guard, with its system call
+    const std::lock_guard guard(registry().mutex);
+    mmap(mapping->mReserved, mapping->mReservedSize, PROT_NONE,
+         MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_FIXED, -1, 0);
+    mapping->mRetired = true;
+    mapping->mRetiredWhat = what;
+    mapping->mRetiredStack = stack;
+    registry().retired.push_back(std::move(mapping));
+    if (registry().retired.size() > kRetiredCount) {
+        oldest = std::move(registry().retired.front());
+        registry().retired.pop_front();
+        registry().byAddress.erase(oldest->mReserved);
+    }
+}
+
+// Answers what a fault at an address means.
+struct FaultFinder {
+    static std::optional<Finding> find(std::byte* address, const CallStack& stack) {
+        const std::lock_guard guard(registry().mutex);
+        const auto after = registry().byAddress.upper_bound(address);
+        if (after == registry().byAddress.begin()) {
+            return std::nullopt;
+        }
+        const GuardedMapping& mapping = *std::prev(after)->second;
+        if (address >= mapping.mReserved + mapping.mReservedSize) {
+            return std::nullopt;
+        }
+        return describe(mapping, address, stack);
+    }
+
+    static Finding describe(const GuardedMapping& mapping, std::byte* address,
+                            const CallStack& stack) {
+        const int64_t offset = address - mapping.mData;
+        const auto size = static_cast<int64_t>(mapping.mSize);
+        const std::string& buffer = mapping.mBuffer;
+        if (mapping.mRetired) {
+            return {"access-after-unlock",
+                    "byte " + std::to_string(offset) + " of " + buffer +
+                            " was touched although it is no longer locked",
+                    stack, Earlier{mapping.mRetiredWhat, mapping.mRetiredStack}};
+        }
+        const Earlier locked{"locked here", mapping.mLocked};
+        if (offset < 0) {
+            return {"out-of-bounds",
+                    "byte " + std::to_string(offset) + " of " + buffer +
+                            " was touched, which is before its first",
+                    stack, locked};
+        }
+        if (offset >= size) {
+            return {"out-of-bounds",
+                    "byte " + std::to_string(offset) + " of " + buffer +
+                            " was touched, which is behind its last",
+                    stack, locked};
+        }
+        return {"write-through-read-lock",
+                "byte " + std::to_string(offset) + " of " + buffer +
+                        " was written, but the lock is for reading",
+                stack, locked};
+    }
+};
+
+namespace {
+
+struct sigaction gBefore[2];  // of SIGSEGV and SIGBUS
+
+struct sigaction& before(int signal) {
+    return gBefore[signal == SIGBUS ? 1 : 0];
+}
+
+void* programCounter(const ucontext_t& context) {
+#if defined(__x86_64__)
+    return reinterpret_cast<void*>(context.uc_mcontext.gregs[REG_RIP]);
+#elif defined(__aarch64__)
+    return reinterpret_cast<void*>(context.uc_mcontext.pc);
+#endif
+}
+
+// As the kernel would have called it.
+void callBefore(int signal, siginfo_t* info, void* context) {
+    struct sigaction action = before(signal);
+    if ((action.sa_flags & SA_SIGINFO) != 0) {
+        action.sa_sigaction(signal, info, context);
+    } else if (action.sa_handler != SIG_DFL && action.sa_handler != SIG_IGN) {
+        action.sa_handler(signal);
+    } else {
+        // Nobody handles it: the instruction runs into it again, and the process ends.
+        struct sigaction standard = {};
+        standard.sa_handler = SIG_DFL;
+        sigaction(signal, &standard, nullptr);
+    }
+}
+
+void onFault(int signal, siginfo_t* info, void* context) {
+    // Sent by a process, not by an access.
+    if (info->si_code > 0) {
+        void* const pc = programCounter(*static_cast<ucontext_t*>(context));
+        const CallStack stack = CallStack::ofSignal(pc);
+        const auto finding = FaultFinder::find(static_cast<std::byte*>(info->si_addr), stack);
+        if (finding) {
+            tellFromSignal(*finding);
+        }
+    }
+    callBefore(signal, info, context);
+}
+
+}  // namespace
+
+void watchFaults() {
+    static auto& mutex = *new std::mutex;
+    const std::lock_guard guard(mutex);
+    for (const int signal : {SIGSEGV, SIGBUS}) {
+        struct sigaction now = {};
+        sigaction(signal, nullptr, &now);
+        if ((now.sa_flags & SA_SIGINFO) != 0 && now.sa_sigaction == onFault) {
+            continue;
+        }
+        before(signal) = now;
+        struct sigaction ours = {};
+        ours.sa_sigaction = onFault;
+        // The program may have a stack of its own for faults, and expect to find it in use.
+        ours.sa_flags = SA_SIGINFO | SA_ONSTACK | (now.sa_flags & (SA_NODEFER | SA_RESTART));
+        ours.sa_mask = now.sa_mask;
+        sigaction(signal, &ours, nullptr);
+    }
+}
+
+}  // namespace zelkcam::host::check

@@ -1,0 +1,36 @@
+// libzelkcam_check.so: loading it puts the checker in front of the host's buffers.
+#include <execinfo.h>
+#include <pthread.h>
+
+#include "host/check/CheckedGralloc.h"
+#include "host/check/Descriptors.h"
+
+namespace zelkcam::host::check {
+namespace {
+
+// Never destroyed: clients free buffers in their own exit destructors.
+CheckedGralloc& checker() {
+    static auto& checker = *new CheckedGralloc(gralloc::gralloc());
+    return checker;
+}
+
+__attribute__((constructor)) void begin() {
+    // The first call loads the unwinder, which takes memory; later ones may be in a signal handler.
+    void* frame = nullptr;
+    backtrace(&frame, 1);
+    decorateGralloc(checker());
+    tellStarted();
+    watchDescriptors();
+    pthread_atfork([] { checker().mutex().lock(); }, [] { checker().mutex().unlock(); },
+                   [] { checker().mutex().unlock(); });
+}
+
+// Behind all destructors of the program's static objects, which may free buffers.
+__attribute__((destructor)) void end() {
+    tellPendingCloses();
+    tellLeakedFences();
+    checker().tellLeaks();
+}
+
+}  // namespace
+}  // namespace zelkcam::host::check

@@ -1,0 +1,357 @@
+#include "host/check/Padding.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <utility>
+
+namespace zelkcam::host::check {
+namespace {
+
+using gralloc::Layout;
+using gralloc::Plane;
+
+constexpr int64_t kPeriod = 4096;
+
+// No byte of it is one that pictures are cleared with: 0, 16, 128, 255.
+constexpr std::array<std::byte, kPeriod> makePattern() {
+    std::array<std::byte, kPeriod> pattern{};
+    uint32_t state = 1;
+    for (std::byte& byte : pattern) {
+        state = state * 1664525 + 1013904223;
+        byte = static_cast<std::byte>(0xA1 + (state >> 24) % 61);
+    }
+    return pattern;
+}
+
+constexpr auto kPattern = makePattern();
+
+// Calls visit(pixels, pattern, size) for the pieces of a gap.
+template <typename Bytes, typename Visit>
+void forEachPiece(Bytes* pixels, int64_t begin, int64_t end, Visit&& visit) {
+    while (begin < end) {
+        const int64_t phase = begin % kPeriod;
+        const int64_t size = std::min(end - begin, kPeriod - phase);
+        visit(pixels + begin, kPattern.data() + phase, static_cast<size_t>(size));
+        begin += size;
+    }
+}
+
+int64_t countChanged(const std::byte* pixels, int64_t begin, int64_t end) {
+    int64_t changed = 0;
+    forEachPiece(pixels, begin, end, [&](const std::byte* now, const std::byte* then, size_t size) {
+        if (std::memcmp(now, then, size) != 0) {
+            for (size_t i = 0; i < size; ++i) {
+                changed += now[i] != then[i] ? 1 : 0;
+            }
+        }
+    });
+    return changed;
+}
+
+int64_t firstChanged(const std::byte* pixels, int64_t begin, int64_t end) {
+    while (begin < end && pixels[begin] == kPattern[static_cast<size_t>(begin % kPeriod)]) {
+        ++begin;
+    }
+    return begin;
+}
+
+// Any byte that is written may be the pattern's by chance, one in 61.
+bool isWhole(int64_t changed, int64_t size) {
+    return changed > 0 && changed >= size - size / 8;
+}
+
+bool isUniform(const std::byte* pixels, int64_t begin, int64_t end) {
+    return std::all_of(pixels + begin, pixels + end,
+                       [first = pixels[begin]](std::byte byte) { return byte == first; });
+}
+
+int64_t divideUp(int64_t value, int64_t divisor) {
+    return (value + divisor - 1) / divisor;
+}
+
+// Formats whose planes cannot state a sample increment: so many bytes hold so many pixels.
+struct Packing {
+    int32_t format;
+    int64_t pixels;
+    int64_t bytes;
+};
+constexpr Packing kPackings[] = {
+        {0x14, 2, 4}, {0x24, 4, 5}, {0x25, 4, 5}, {0x26, 2, 3}, {0x111, 4, 5},
+};
+
+// Odd dimensions are rounded up: whoever writes the last half sample writes no padding.
+int64_t bytesOfRow(const Plane& plane, int32_t format, int64_t width) {
+    if (plane.sampleIncrementInBits > 0) {
+        int64_t bits = 0;
+        for (const gralloc::Component& component : plane.components) {
+            bits = std::max<int64_t>(bits, component.offsetInBits + component.sizeInBits);
+        }
+        bits = bits > 0 ? std::min<int64_t>(bits, plane.sampleIncrementInBits)
+                        : plane.sampleIncrementInBits;
+        const int64_t samples = std::max(plane.widthInSamples,
+                                         divideUp(width, std::max(1, plane.horizontalSubsampling)));
+        return divideUp((samples - 1) * plane.sampleIncrementInBits + bits, 8);
+    }
+    const auto packing = std::ranges::find(kPackings, format, &Packing::format);
+    return packing != std::end(kPackings) ? divideUp(width, packing->pixels) * packing->bytes
+                                          : plane.strideInBytes;
+}
+
+}  // namespace
+
+int64_t Padding::Rows::gapEnd(int64_t row) const {
+    return std::max(gapBegin(row), std::min(offset + (row + 1) * stride, end));
+}
+
+int64_t Padding::Rows::below() const {
+    return std::min(offset + count * stride, end);
+}
+
+Padding::Padding(const gralloc::Description& description, const Layout& layout)
+    : mSize(static_cast<int64_t>(layout.pixelBytes)) {
+    const int64_t page = sysconf(_SC_PAGESIZE);
+    mMappedSize = divideUp(mSize, page) * page;
+    if (layout.compression != gralloc::Compression::NONE) {
+        return;
+    }
+    int64_t index = 0;
+    for (const Plane& plane : layout.planes) {
+        add(plane, index++, description, bytesOfRow(plane, layout.format, description.width));
+    }
+    addTails();
+}
+
+// A plane that begins within the first row of the one before shares its rows.
+void Padding::add(const Plane& plane, int64_t index, const gralloc::Description& description,
+                  int64_t bytesOfRow) {
+    const int64_t end = std::min(plane.offsetInBytes + plane.totalSizeInBytes, mSize);
+    if (plane.strideInBytes <= 0 || end <= plane.offsetInBytes) {
+        return;
+    }
+    if (!mRows.empty() && mRows.back().stride == plane.strideInBytes) {
+        Rows& before = mRows.back();
+        const int64_t distance = plane.offsetInBytes - before.offset;
+        if (distance >= 0 && distance < before.stride) {
+            before.bytes = std::min(before.stride, std::max(before.bytes, distance + bytesOfRow));
+            before.end = std::max(before.end, end);
+            return;
+        }
+    }
+    const int64_t rows = divideUp(description.height, std::max(1, plane.verticalSubsampling));
+    const int64_t bytes = std::min(bytesOfRow, plane.strideInBytes);
+    const int64_t fitting =
+            (end - plane.offsetInBytes + plane.strideInBytes - 1) / plane.strideInBytes;
+    Rows added{};
+    added.plane = index;
+    added.offset = plane.offsetInBytes;
+    added.stride = plane.strideInBytes;
+    added.bytes = bytes;
+    added.count = std::min(rows, fitting);
+    added.end = end;
+    added.verticalSubsampling = std::max(1, plane.verticalSubsampling);
+    mRows.push_back(std::move(added));
+}
+
+void Padding::addTails() {
+    std::vector<Gap> planes;
+    for (const Rows& rows : mRows) {
+        planes.push_back({rows.offset, rows.end});
+    }
+    std::ranges::sort(planes, {}, &Gap::begin);
+    int64_t end = 0;
+    for (const Gap& plane : planes) {
+        if (plane.begin > end) {
+            mTails.push_back({end, plane.begin});
+        }
+        end = std::max(end, plane.end);
+    }
+    if (!planes.empty() && mSize > end) {
+        mTails.push_back({end, mSize});
+    }
+}
+
+template <typename Visit>
+void Padding::forEachGap(Visit&& visit) const {
+    for (const Rows& rows : mRows) {
+        for (int64_t row = 0; row < rows.count && rows.bytes < rows.stride; ++row) {
+            visit(rows.gapBegin(row), rows.gapEnd(row));
+        }
+        visit(rows.below(), rows.end);
+    }
+    for (const Gap& tail : mTails) {
+        visit(tail.begin, tail.end);
+    }
+}
+
+void Padding::fill(std::byte* pixels) {
+    const auto fillGap = [pixels](int64_t begin, int64_t end) {
+        forEachPiece(pixels, begin, end, [](std::byte* now, const std::byte* pattern, size_t size) {
+            std::memcpy(now, pattern, size);
+        });
+    };
+    forEachGap(fillGap);
+    fillGap(mSize, mMappedSize);
+    for (Rows& rows : mRows) {
+        rows.firstRow = copyOf(pixels, rows.offset, rows);
+        rows.lastRow = copyOf(pixels, rows.offset + (rows.count - 1) * rows.stride, rows);
+    }
+}
+
+std::vector<std::byte> Padding::copyOf(const std::byte* pixels, int64_t row, const Rows& rows) {
+    const int64_t end = std::max(row, std::min(row + rows.bytes, rows.end));
+    return {pixels + row, pixels + end};
+}
+
+int64_t Padding::changedBehind(const std::byte* pixels) const {
+    return countChanged(pixels, mSize, mMappedSize);
+}
+
+// Whoever copies all of a plane as one piece may stop at the last pixel; whoever takes the width
+// for the stride stops somewhere in the middle of a row.
+bool Padding::isLastRowPart(const Rows& rows, const std::byte* pixels) const {
+    const std::byte* const now = pixels + rows.offset + (rows.count - 1) * rows.stride;
+    const auto size = static_cast<int64_t>(rows.lastRow.size());
+    int64_t changed = size;
+    while (changed > 0 && now[changed - 1] == rows.lastRow[static_cast<size_t>(changed - 1)]) {
+        --changed;
+    }
+    return changed > 0 && changed < size - size / 16 - 1;
+}
+
+Padding::Verdict Padding::judgeRows(const Rows& rows, const std::byte* pixels,
+                                    const gralloc::Region& region) const {
+    const int64_t gap = rows.stride - rows.bytes;
+    const bool isPartial = region.bottom > region.top;
+    const int64_t first = isPartial ? region.top / rows.verticalSubsampling : 0;
+    const int64_t last =
+            std::min(rows.count,
+                     isPartial ? divideUp(region.bottom, rows.verticalSubsampling) : rows.count) -
+            1;
+    int64_t firstTouched = -1;
+    int64_t lastTouched = -1;
+    int64_t untouched = 0;  // rows of the region, or parts of rows, up to the last touched one
+    int64_t misses = 0;
+    for (int64_t row = 0; row < rows.count && gap > 0; ++row) {
+        const int64_t begin = rows.gapBegin(row);
+        const int64_t end = rows.gapEnd(row);
+        const int64_t changed = begin < end ? countChanged(pixels, begin, end) : 0;
+        if (changed > 0) {
+            firstTouched = firstTouched < 0 ? row : firstTouched;
+            lastTouched = row;
+            untouched = misses + (gap >= 4 && !isWhole(changed, end - begin) ? 1 : 0);
+        }
+        misses += row >= first && row <= last && !isWhole(changed, end - begin) ? 1 : 0;
+    }
+    if (firstTouched < 0) {
+        return {};
+    }
+    const int64_t byChance = gap < 4 ? (last - first) / 16 : 0;
+    const bool endsEarly =
+            lastTouched < last - 1 ||
+            (lastTouched == last - 1 && (first < last && isLastRowPart(rows, pixels)));
+    const bool beginsElsewhere = firstTouched < first || lastTouched > last;
+    const bool isTorn = endsEarly || beginsElsewhere || untouched > byChance;
+    return {isTorn ? Pattern::Torn : Pattern::Alike, firstTouched};
+}
+
+// Whether all rows below the picture were written over the width of the picture at least.
+bool Padding::isWrittenInRows(const Rows& rows, const std::byte* pixels) const {
+    for (int64_t begin = rows.below(); begin < rows.end; begin += rows.stride) {
+        const int64_t end = std::min(begin + rows.bytes, rows.end);
+        if (!isWhole(countChanged(pixels, begin, end), end - begin)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// Whether the plane's first row was written and its last was not.
+bool Padding::endsEarly(const Rows& rows, const std::byte* pixels) const {
+    const std::byte* const first = pixels + rows.offset;
+    const std::byte* const last = first + (rows.count - 1) * rows.stride;
+    return !std::equal(rows.firstRow.begin(), rows.firstRow.end(), first) &&
+           std::equal(rows.lastRow.begin(), rows.lastRow.end(), last);
+}
+
+// Whoever writes all rows of a plane, those below the picture too, tears nothing. Whoever takes
+// them for the beginning of the next plane leaves the end of that one unwritten.
+std::optional<PaddingChange> Padding::judgeBelow(const Rows& rows, const Rows* next,
+                                                 const std::byte* pixels) const {
+    if (countChanged(pixels, rows.below(), rows.end) == 0) {
+        return std::nullopt;
+    }
+    const int64_t first = firstChanged(pixels, rows.below(), rows.end);
+    const bool tears =
+            !isWrittenInRows(rows, pixels) || (next != nullptr && endsEarly(*next, pixels));
+    return PaddingChange{"plane " + std::to_string(rows.plane) + " row " +
+                                 std::to_string((first - rows.offset) / rows.stride) +
+                                 ", below the " + std::to_string(rows.count) +
+                                 " rows of the picture",
+                         tears};
+}
+
+std::optional<PaddingChange> Padding::judgePlane(const Rows& rows, const Rows* next,
+                                                 const std::byte* pixels,
+                                                 const gralloc::Region& region) const {
+    const Verdict verdict = judgeRows(rows, pixels, region);
+    const std::string where = "plane " + std::to_string(rows.plane) + " row " +
+                              std::to_string(verdict.firstRow) + ", behind the " +
+                              std::to_string(rows.bytes) + " bytes of the row";
+    if (verdict.pattern == Pattern::Torn) {
+        return PaddingChange{where, true};
+    }
+    const auto below = judgeBelow(rows, next, pixels);
+    return below || verdict.pattern == Pattern::Untouched ? below : PaddingChange{where, false};
+}
+
+std::optional<PaddingChange> Padding::judgeTail(const Gap& tail, const std::byte* pixels) const {
+    const int64_t changed = countChanged(pixels, tail.begin, tail.end);
+    if (changed == 0) {
+        return std::nullopt;
+    }
+    const bool cleared =
+            isWhole(changed, tail.end - tail.begin) && isUniform(pixels, tail.begin, tail.end);
+    const int64_t first = firstChanged(pixels, tail.begin, tail.end);
+    return PaddingChange{"byte " + std::to_string(first) + " of the buffer, behind a plane's end",
+                         !cleared};
+}
+
+// Short gaps may be missed by chance, but not many of them.
+bool Padding::isAllTouched(const std::byte* pixels) const {
+    int64_t gaps = 0;
+    int64_t shortMisses = 0;
+    bool longMissed = false;
+    forEachGap([&](int64_t begin, int64_t end) {
+        const bool isMissed =
+                begin < end && !isWhole(countChanged(pixels, begin, end), end - begin);
+        gaps += begin < end ? 1 : 0;
+        shortMisses += isMissed && end - begin < 4 ? 1 : 0;
+        longMissed = longMissed || (isMissed && end - begin >= 4);
+    });
+    return !longMissed && shortMisses <= gaps / 16;
+}
+
+std::optional<PaddingChange> Padding::findChange(const std::byte* pixels,
+                                                 const gralloc::Region& region) const {
+    std::optional<PaddingChange> found;
+    const auto keep = [&found](const std::optional<PaddingChange>& change) {
+        if (change && (!found || (change->tears && !found->tears))) {
+            found = change;
+        }
+    };
+    for (size_t i = 0; i < mRows.size(); ++i) {
+        keep(judgePlane(mRows[i], i + 1 < mRows.size() ? &mRows[i + 1] : nullptr, pixels, region));
+    }
+    for (const Gap& tail : mTails) {
+        keep(judgeTail(tail, pixels));
+    }
+    if (found && found->tears && isAllTouched(pixels)) {
+        return PaddingChange{"all of the buffer", false};
+    }
+    return found;
+}
+
+}  // namespace zelkcam::host::check

@@ -1,0 +1,113 @@
+// libzelkcam_check_descriptors.so: preloaded before a program that is checked. It sees descriptors
+// closed and does nothing else; in a process without the checker it only hands the calls on.
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+
+#include "host/check/DescriptorHooks.h"
+
+namespace {
+
+std::atomic<const DescriptorHooks*> gHooks{nullptr};
+
+// The checker closes descriptors of its own while it works on one that the program closes.
+thread_local bool tlsInside __attribute__((tls_model("initial-exec"))) = false;
+
+template <typename Function>
+Function* next(const char* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+// Null when nobody watches.
+const DescriptorHooks* watcher() {
+    return tlsInside ? nullptr : gHooks.load(std::memory_order_acquire);
+}
+
+class Inside {
+  public:
+    Inside() { tlsInside = true; }
+    ~Inside() {
+        tlsInside = false;
+        errno = mErrno;
+    }
+
+  private:
+    int mErrno = errno;
+};
+
+bool mayClose(const DescriptorHooks& hooks, int fd) {
+    const Inside inside;
+    return hooks.mayClose(fd);
+}
+
+void tellClosed(const DescriptorHooks& hooks, int fd, bool wasOpen) {
+    const Inside inside;
+    hooks.closed(fd, wasOpen);
+}
+
+int tellDuplicated(int from, int to) {
+    const DescriptorHooks* const hooks = watcher();
+    if (hooks != nullptr && to >= 0) {
+        const Inside inside;
+        hooks->duplicated(from, to);
+    }
+    return to;
+}
+
+// Runs `replace`, which closes `fd` on its way to giving the number a new meaning.
+template <typename Replace>
+int replacing(int fd, Replace&& replace) {
+    const DescriptorHooks* const hooks = watcher();
+    if (hooks == nullptr || fcntl(fd, F_GETFD) < 0) {
+        return replace();
+    }
+    mayClose(*hooks, fd);
+    const int result = replace();
+    if (result >= 0) {
+        tellClosed(*hooks, fd, true);
+    }
+    return result;
+}
+
+}  // namespace
+
+extern "C" {
+
+void zelkcam_watchDescriptors(const DescriptorHooks* hooks) {
+    gHooks.store(hooks, std::memory_order_release);
+}
+
+int close(int fd) {
+    static auto* const real = next<int(int)>("close");
+    const DescriptorHooks* const hooks = watcher();
+    if (hooks == nullptr || fd < 0) {
+        return real(fd);
+    }
+    if (!mayClose(*hooks, fd)) {
+        return 0;
+    }
+    const int result = real(fd);
+    tellClosed(*hooks, fd, result == 0 || errno != EBADF);
+    return result;
+}
+
+int dup(int from) {
+    static auto* const real = next<int(int)>("dup");
+    return tellDuplicated(from, real(from));
+}
+
+int dup2(int from, int to) {
+    static auto* const real = next<int(int, int)>("dup2");
+    return from == to ? real(from, to)
+                      : tellDuplicated(from, replacing(to, [&] { return real(from, to); }));
+}
+
+int dup3(int from, int to, int flags) {
+    static auto* const real = next<int(int, int, int)>("dup3");
+    return tellDuplicated(from, replacing(to, [&] { return real(from, to, flags); }));
+}
+
+}  // extern "C"

@@ -1,0 +1,263 @@
+#include "host/check/Symbols.h"
+
+#include <cxxabi.h>
+#include <dwarf.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string_view>
+
+#include <elfutils/libdw.h>
+#include <elfutils/libdwfl.h>
+
+namespace zelkcam::host::check {
+namespace {
+
+struct EndSession {
+    void operator()(Dwfl* session) const { dwfl_end(session); }
+};
+struct Free {
+    void operator()(void* memory) const { std::free(memory); }
+};
+using Session = std::unique_ptr<Dwfl, EndSession>;
+
+Session openSession() {
+    static const Dwfl_Callbacks kCallbacks = {dwfl_linux_proc_find_elf,
+                                              dwfl_standard_find_debuginfo, nullptr, nullptr};
+    Session session(dwfl_begin(&kCallbacks));
+    if (session == nullptr || dwfl_linux_proc_report(session.get(), getpid()) != 0 ||
+        dwfl_report_end(session.get(), nullptr, nullptr) != 0) {
+        return nullptr;
+    }
+    return session;
+}
+
+std::string text(const char* chars) {
+    return chars != nullptr ? chars : "";
+}
+
+// "a::b" of "a::b(int) const": parameters distinguish overloads, and make lines hard to read.
+std::string withoutParameters(std::string name) {
+    name.erase(std::min(name.find(" [clone "), name.size()));
+    const size_t close = name.rfind(')');
+    if (close == std::string::npos || name.find("::", close) != std::string::npos) {
+        return name;
+    }
+    int depth = 0;
+    for (size_t i = close + 1; i-- > 0;) {
+        depth += name[i] == ')' ? 1 : name[i] == '(' ? -1 : 0;
+        if (depth == 0) {
+            const bool isName = i == 0 || name.compare(i, 11, "(anonymous ") == 0;
+            return isName ? name : name.substr(0, i);
+        }
+    }
+    return name;
+}
+
+// Long lists of template arguments make a name unreadable.
+std::string withoutLongArguments(const std::string& name) {
+    constexpr size_t kReadable = 60;
+    std::string shortened;
+    int depth = 0;
+    for (const char letter : name.size() > kReadable ? name : std::string()) {
+        depth -= letter == '>' && depth > 0 ? 1 : 0;
+        if (depth == 0) {
+            shortened += letter;
+        }
+        depth += letter == '<' ? 1 : 0;
+    }
+    return depth == 0 && !shortened.empty() ? shortened : name;
+}
+
+std::string readable(const char* symbol) {
+    int status = 0;
+    const std::unique_ptr<char, Free> name(
+            symbol != nullptr ? abi::__cxa_demangle(symbol, nullptr, nullptr, &status) : nullptr);
+    return withoutLongArguments(withoutParameters(name != nullptr ? name.get() : text(symbol)));
+}
+
+// With little debug information only the symbol table knows the qualified name; inlined functions
+// are not in it.
+std::string nameOf(Dwarf_Die* function, const char* symbol) {
+    Dwarf_Attribute attribute;
+    const char* const linkage =
+            dwarf_formstring(dwarf_attr_integrate(function, DW_AT_linkage_name, &attribute));
+    if (linkage != nullptr || (symbol != nullptr && dwarf_tag(function) == DW_TAG_subprogram)) {
+        return readable(linkage != nullptr ? linkage : symbol);
+    }
+    return text(dwarf_formstring(dwarf_attr_integrate(function, DW_AT_name, &attribute)));
+}
+
+// Where the inlined function was called.
+void moveToCall(Dwarf_Die* unit, Dwarf_Die* inlined, Frame* frame) {
+    Dwarf_Attribute attribute;
+    Dwarf_Word file = 0;
+    Dwarf_Word line = 0;
+    Dwarf_Files* files = nullptr;
+    size_t count = 0;
+    dwarf_formudata(dwarf_attr(inlined, DW_AT_call_file, &attribute), &file);
+    dwarf_formudata(dwarf_attr(inlined, DW_AT_call_line, &attribute), &line);
+    if (dwarf_getsrcfiles(unit, &files, &count) == 0 && file < count) {
+        frame->file = text(dwarf_filesrc(files, file, nullptr, nullptr));
+    }
+    frame->line = static_cast<int>(line);
+}
+
+// The scopes around `address`, innermost first, as they are nested in the code and not in the
+// sources: an inlined function is inside its caller.
+struct Scopes {
+    std::unique_ptr<Dwarf_Die, Free> dies;
+    int count = 0;
+};
+
+Scopes scopesAround(Dwarf_Die* unit, Dwarf_Addr address) {
+    Dwarf_Die* dies = nullptr;
+    if (dwarf_getscopes(unit, address, &dies) <= 0) {
+        return {};
+    }
+    const std::unique_ptr<Dwarf_Die, Free> innermost(dies);
+    Scopes scopes;
+    scopes.count = std::max(0, dwarf_getscopes_die(innermost.get(), &dies));
+    scopes.dies.reset(scopes.count > 0 ? dies : nullptr);
+    return scopes;
+}
+
+// Adds a frame for every function, inlined or not, that `address` is in.
+bool addFunctions(Dwfl_Module* module, Dwarf_Addr address, Frame frame, std::vector<Frame>* out) {
+    Dwarf_Addr bias = 0;
+    Dwarf_Die* const unit = dwfl_module_addrdie(module, address, &bias);
+    if (unit == nullptr) {
+        return false;
+    }
+    const Scopes scopes = scopesAround(unit, address - bias);
+    for (int i = 0; i < scopes.count; ++i) {
+        Dwarf_Die* const scope = scopes.dies.get() + i;
+        const int tag = dwarf_tag(scope);
+        if (tag == DW_TAG_inlined_subroutine || tag == DW_TAG_subprogram) {
+            frame.function = nameOf(scope, dwfl_module_addrname(module, address));
+            out->push_back(frame);
+            moveToCall(unit, scope, &frame);
+        }
+        if (tag == DW_TAG_subprogram) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::string placeIn(const std::string& module, Dwarf_Addr offset) {
+    char place[32];
+    std::snprintf(place, sizeof(place), "+0x%llx", static_cast<unsigned long long>(offset));
+    return module.substr(module.rfind('/') + 1) + place;
+}
+
+void addFrames(Dwfl* session, Dwarf_Addr address, std::vector<Frame>* out) {
+    Dwfl_Module* const module = dwfl_addrmodule(session, address);
+    if (module == nullptr) {
+        out->push_back({placeIn("", address), "", 0, ""});
+        return;
+    }
+    Frame frame;
+    Dwarf_Addr start = 0;
+    const char* file = nullptr;
+    const char* name =
+            dwfl_module_info(module, nullptr, &start, nullptr, nullptr, nullptr, &file, nullptr);
+    frame.module = text(file != nullptr ? file : name);
+    Dwfl_Line* const line = dwfl_module_getsrc(module, address);
+    if (line != nullptr) {
+        frame.file = text(dwfl_lineinfo(line, nullptr, &frame.line, nullptr, nullptr, nullptr));
+    }
+    if (addFunctions(module, address, frame, out)) {
+        return;
+    }
+    const char* const symbol = dwfl_module_addrname(module, address);
+    frame.function = symbol != nullptr ? readable(symbol) : placeIn(frame.module, address - start);
+    frame.file = frame.file.empty() ? frame.module : frame.file;
+    out->push_back(frame);
+}
+
+bool beginsWithAny(std::string_view text, std::initializer_list<std::string_view> prefixes) {
+    return std::ranges::any_of(prefixes, [&](auto prefix) { return text.starts_with(prefix); });
+}
+
+std::string_view fileName(const Frame& frame) {
+    const std::string_view path = frame.module;
+    return path.substr(path.rfind('/') + 1);
+}
+
+bool isRuntime(const Frame& frame) {
+    return beginsWithAny(fileName(frame), {"libc.so", "libc-", "libpthread", "libstdc++", "libasan",
+                                           "libtsan", "libubsan", "ld-linux", "[vdso"}) ||
+           beginsWithAny(frame.function, {"__interceptor_", "___interceptor_", "__asan_", "__tsan_",
+                                          "__sanitizer"});
+}
+
+bool isPlatform(const Frame& frame) {
+    return beginsWithAny(fileName(frame), {"libzelkcam_host", "libzelkcam_check", "mapper.default",
+                                           "libcutils", "libutils"});
+}
+
+bool isLibrary(const Frame& frame) {
+    return beginsWithAny(fileName(frame), {"libzelkcam_grallocutils", "libplexa"});
+}
+
+// Published headers define much inline, which then is in the program's own code.
+bool isPublishedHeader(const Frame& frame) {
+    return frame.file.find("/host/include/") != std::string::npos ||
+           frame.file.find("include/zelkcam/") != std::string::npos ||
+           beginsWithAny(frame.file, {"/usr/include/", "/usr/lib/"});
+}
+
+}  // namespace
+
+std::vector<Frame> resolve(const CallStack& stack) {
+    std::vector<Frame> frames;
+    const Session session = openSession();
+    if (session == nullptr) {
+        return frames;
+    }
+    bool exact = stack.beginsAtInstruction();
+    for (void* const pc : stack.frames()) {
+        const auto address = reinterpret_cast<Dwarf_Addr>(pc);
+        addFrames(session.get(), exact ? address : address - 1, &frames);
+        exact = false;
+        if (frames.back().function == "main") {
+            break;
+        }
+    }
+    return frames;
+}
+
+Owner ownerOf(const std::vector<Frame>& frames) {
+    // The frames of the checker itself come first in every stack.
+    const auto isOwn = [](const Frame& frame) {
+        return isRuntime(frame) || fileName(frame).starts_with("libzelkcam_check");
+    };
+    const auto found = std::ranges::find_if_not(frames, isOwn);
+    if (found == frames.end() || isPlatform(*found)) {
+        return found == frames.end() ? Owner::Program : Owner::Platform;
+    }
+    return isLibrary(*found) ? Owner::Library : Owner::Program;
+}
+
+bool isUnlockInsideLock(const std::vector<Frame>& frames) {
+    return std::ranges::any_of(frames, [](const Frame& frame) {
+        return isLibrary(frame) && frame.function.ends_with("::lock");
+    });
+}
+
+std::vector<Frame> programFrames(std::vector<Frame> frames) {
+    const auto first = std::ranges::find_if_not(frames, [](const Frame& frame) {
+        return isRuntime(frame) || isPlatform(frame) || isLibrary(frame) ||
+               isPublishedHeader(frame);
+    });
+    if (first != frames.end()) {
+        frames.erase(frames.begin(), first);
+    }
+    return frames;
+}
+
+}  // namespace zelkcam::host::check
