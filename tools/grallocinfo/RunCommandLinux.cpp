@@ -9,7 +9,9 @@
 #include <sstream>
 #include <string_view>
 
+#include "host/quirks/Quirks.h"
 #include "profile/Shipped.h"
+#include "tools/grallocinfo/CheckedRunLinux.h"
 #include "tools/grallocinfo/ChildProgramLinux.h"
 #include "tools/grallocinfo/Commands.h"
 #include "tools/grallocinfo/Failure.h"
@@ -25,20 +27,29 @@ constexpr char kExamples[] =
         "  grallocinfo run -- ./camera_test --gtest_filter='Preview.*'\n"
         "  grallocinfo run --profile default --profile phone.json -- ./camera_test\n"
         "  grallocinfo run --profile all -- ./camera_test\n"
-        "Exit status: 0 when every run ended with 0; 1 otherwise; 2 when the arguments, or the\n"
-        "program, are not usable.";
+        "  grallocinfo run --check --report findings.json -- ./camera_test\n"
+        "  grallocinfo run --quirk refuse-allocation=2 --quirk late-fence=50 -- ./camera_test\n"
+        "Exit status: 0 when every run ended with 0 and, with --check, nothing was found; 1\n"
+        "otherwise; 2 when the arguments, or the program, are not usable.";
 
 constexpr char kProfileVariable[] = "ZELKCAM_HOST_PROFILE";
+constexpr char kQuirksVariable[] = "ZELKCAM_HOST_QUIRKS";
 constexpr char kDefaultProfile[] = "default";
 
 struct RunOptions {
     std::vector<std::string> profiles;
+    std::vector<std::string> quirks;
+    bool check = false;
+    bool strict = false;
+    bool verbose = false;
+    std::string report;
     std::vector<std::string> program;
 };
 
 struct Run {
     std::string profile;
     Ending ending;
+    CheckResult result;
 };
 
 std::string knownProfiles() {
@@ -96,25 +107,112 @@ std::string describe(std::chrono::duration<double> time) {
     return text.str();
 }
 
-void printTable(const std::vector<Run>& runs) {
-    Table table({{"profile", Align::kLeft}, {"ended", Align::kLeft}, {"time"}});
+std::string counted(const CheckResult& result) {
+    std::string text = std::to_string(result.findings.size());
+    text += result.byContract.empty() ? ""
+                                      : ", by contract " + std::to_string(result.byContract.size());
+    return result.ran ? text : "not checked";
+}
+
+void printTable(const std::vector<Run>& runs, bool checked) {
+    std::vector<Table::Column> columns = {
+            {"profile", Align::kLeft}, {"ended", Align::kLeft}, {"time"}};
+    if (checked) {
+        columns.push_back({"findings", Align::kLeft});
+    }
+    Table table(std::move(columns));
     for (const Run& run : runs) {
-        table.add({run.profile, describe(run.ending), describe(run.ending.time)});
+        table.add({run.profile, describe(run.ending), describe(run.ending.time),
+                   counted(run.result)});
     }
     table.print(std::cout);
 }
 
-void runUnderProfiles(const RunOptions& options) {
+void printRun(const Run& run, const RunOptions& options) {
+    const std::string lead = "[" + run.profile + "] ";
+    printFindings(std::cerr, run.result.findings, lead);
+    if (options.verbose) {
+        printFindings(std::cerr, run.result.byContract, lead + "by contract, ");
+        printFindings(std::cerr, run.result.notes, lead + "note, ");
+    }
+    if (!run.result.ran) {
+        remark("nothing was checked under profile " + inQuotes(run.profile) +
+               ": no process used the host platform");
+    }
+}
+
+Variables variablesFor(const std::string& profile, const RunOptions& options) {
+    Variables variables = {{kProfileVariable, profile}};
+    std::string quirks;
+    for (const std::string& quirk : options.quirks) {
+        quirks += (quirks.empty() ? "" : ",") + quirk;
+    }
+    if (!quirks.empty()) {
+        variables.emplace_back(kQuirksVariable, quirks);
+    }
+    return variables;
+}
+
+Run runUnchecked(const std::string& profile, const RunOptions& options) {
+    return {profile, runToEnd(options.program, variablesFor(profile, options)), {}};
+}
+
+Run runChecked(const std::string& profile, const RunOptions& options) {
+    const CheckFile file;
+    Variables variables = variablesFor(profile, options);
+    const Variables check = file.variables(options.strict);
+    variables.insert(variables.end(), check.begin(), check.end());
+    Run run{profile, runToEnd(options.program, variables), {}};
+    run.result = file.read();
+    printRun(run, options);
+    return run;
+}
+
+std::vector<Run> runAll(const RunOptions& options) {
     std::vector<Run> runs;
     for (const std::string& profile : chosenProfiles(options.profiles)) {
-        runs.push_back({profile, runToEnd(options.program, {{kProfileVariable, profile}})});
+        runs.push_back(options.check ? runChecked(profile, options)
+                                     : runUnchecked(profile, options));
         if (runs.back().ending.isInterrupted()) {
             break;
         }
     }
-    printTable(runs);
+    return runs;
+}
+
+void writeReport(const std::vector<Run>& runs, const std::string& path) {
+    Json document;
+    document["schemaVersion"] = 1;
+    document["runs"] = Json::array();
+    for (const Run& run : runs) {
+        document["runs"].push_back(reportOf(run.profile, run.ending, run.result));
+    }
+    writeFile(path, [&document](std::ostream& out) { printJson(out, document); });
+}
+
+void requireKnown(const std::vector<std::string>& quirks) {
+    for (const std::string& quirk : quirks) {
+        std::string problem;
+        if (!zelkcam::host::quirks::parseQuirks(quirk, &problem)) {
+            throw unusable(problem + ": expected one such as refuse-lock=2 or late-fence=50");
+        }
+    }
+}
+
+void runUnderProfiles(const RunOptions& options) {
+    requireKnown(options.quirks);
+    if (!options.check && (options.strict || !options.report.empty())) {
+        throw unusable("--report and --strict are about what a check finds: expected --check, too");
+    }
+    const std::vector<Run> runs = runAll(options);
+    printTable(runs, options.check);
     flushOutput();
-    const auto isGood = [](const Run& run) { return run.ending.isGood(); };
+    if (!options.report.empty()) {
+        writeReport(runs, options.report);
+    }
+    const auto isGood = [](const Run& run) {
+        return run.ending.isGood() && run.result.findings.empty();
+    };
     if (!std::ranges::all_of(runs, isGood)) {
         endWith(static_cast<int>(ExitCode::kLibraryFailure));
     }
@@ -135,6 +233,18 @@ void addRun(CLI::App& program) {
             ->type_name("NAME|FILE")
             ->allow_extra_args(false)
             ->take_all();
+    command->add_option("--quirk", options->quirks,
+                        "A fault on demand, such as refuse-lock=2; may be given several times")
+            ->type_name("SPEC")
+            ->allow_extra_args(false)
+            ->take_all();
+    command->add_flag("--check", options->check,
+                      "Check how the program uses buffers, and print what is found");
+    addFile(*command, "--report", options->report, "Write what is found to FILE, as JSON");
+    command->add_flag("--strict", options->strict,
+                      "Padding that was written is a finding even where it tears no picture");
+    command->add_flag("--verbose", options->verbose,
+                      "Also print what the library does by contract, and notes");
     const auto take = [options](const std::vector<std::string>& words) {
         std::ranges::transform(words, std::back_inserter(options->program), unguarded);
     };

@@ -1,0 +1,205 @@
+// A program with one fault: misuse WAY FAULT. Each fault is in the function of its name.
+#include <sys/eventfd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <map>
+
+#include "tests/check/Buffers.h"
+
+namespace zelkcam::test {
+
+namespace {
+
+constexpr uint32_t kWidth = 1000;  // rows of 1024 bytes
+constexpr uint32_t kHeight = 480;
+constexpr size_t kRow = 1024;
+constexpr size_t kSize = kRow * kHeight * 3 / 2;
+
+const native_handle* make(Buffers& buffers) {
+    return buffers.allocate(kNv21, kWidth, kHeight);
+}
+
+// A write that the compiler keeps.
+void touch(unsigned char* address) {
+    *static_cast<volatile unsigned char*>(address) = 1;
+}
+
+}  // namespace
+
+#define FAULT extern "C" __attribute__((noinline)) void
+
+FAULT neverFree(Buffers& buffers) {
+    make(buffers);
+}
+
+FAULT neverUnlock(Buffers& buffers) {
+    buffers.lock(make(buffers), kReadWrite);
+}
+
+FAULT freeUnderLock(Buffers& buffers) {
+    const native_handle* const handle = make(buffers);
+    buffers.lock(handle, kReadWrite);
+    buffers.free(handle);
+}
+
+FAULT freeTwice(Buffers& buffers) {
+    const native_handle* const handle = make(buffers);
+    buffers.free(handle);
+    buffers.free(make(buffers));
+    buffers.free(handle);
+}
+
+FAULT lockAfterFree(Buffers& buffers) {
+    const native_handle* const handle = make(buffers);
+    buffers.free(handle);
+    buffers.lock(handle, kRead);
+}
+
+FAULT lockRaw(Buffers& buffers) {
+    const native_handle* const handle = make(buffers);
+    native_handle* const raw = native_handle_clone(handle);
+    buffers.lock(raw, kRead);
+    native_handle_close(raw);
+    native_handle_delete(raw);
+    buffers.free(handle);
+}
+
+FAULT unlockTwice(Buffers& buffers) {
+    const native_handle* const handle = make(buffers);
+    buffers.lock(handle, kRead);
+    buffers.unlock(handle);
+    buffers.unlock(handle);
+    buffers.free(handle);
+}
+
+FAULT lockForWritingTwice(Buffers& buffers) {
+    const native_handle* const handle = make(buffers);
+    const native_handle* const again = buffers.import(handle);
+    buffers.lock(handle, kReadWrite);
+    buffers.lock(again, kReadWrite);
+    buffers.unlock(handle);
+    buffers.unlock(again);
+    buffers.free(handle);
+    buffers.free(again);
+}
+
+FAULT touchAfterUnlock(Buffers& buffers) {
+    const native_handle* const handle = make(buffers);
+    unsigned char* const pixels = buffers.lock(handle, kReadWrite);
+    buffers.unlock(handle);
+    touch(pixels + 5);
+}
+
+FAULT touchBefore(Buffers& buffers) {
+    touch(buffers.lock(make(buffers), kReadWrite) - 1);
+}
+
+FAULT touchBehind(Buffers& buffers) {
+    memset(buffers.lock(make(buffers), kReadWrite), 7, 2 * kSize);
+}
+
+FAULT writeTheLastPage(Buffers& buffers) {
+    const native_handle* const handle = buffers.allocate(0x21, 5000, 1);
+    touch(buffers.lock(handle, kReadWrite) + 5000);
+    buffers.unlock(handle);
+    buffers.free(handle);
+}
+
+FAULT writeWhileReading(Buffers& buffers) {
+    touch(buffers.lock(make(buffers), kRead) + 3);
+}
+
+FAULT takeWidthForStride(Buffers& buffers) {
+    const native_handle* const handle = make(buffers);
+    unsigned char* const pixels = buffers.lock(handle, kReadWrite);
+    memset(pixels, 5, size_t{kWidth} * kHeight);
+    memset(pixels + kRow * kHeight, 6, size_t{kWidth} * kHeight / 2);
+    buffers.unlock(handle);
+    buffers.free(handle);
+}
+
+FAULT overrunOneRow(Buffers& buffers) {
+    const native_handle* const handle = make(buffers);
+    unsigned char* const pixels = buffers.lock(handle, kReadWrite);
+    memset(pixels + kRow * (kHeight + 17), 5, kWidth + 1);
+    buffers.unlock(handle);
+    buffers.free(handle);
+}
+
+FAULT closeFenceOfLock(Buffers& buffers) {
+    const native_handle* const handle = make(buffers);
+    const int fence = eventfd(1, 0);
+    buffers.lock(handle, kRead, fence);
+    close(fence);
+    buffers.unlock(handle);
+    buffers.free(handle);
+}
+
+FAULT closeBuffersDescriptor(Buffers& buffers) {
+    const native_handle* const handle = make(buffers);
+    close(handle->data[0]);
+    buffers.free(handle);
+}
+
+FAULT dropFence(Buffers& buffers) {
+    const native_handle* const handle = make(buffers);
+    buffers.lock(handle, kRead);
+    buffers.unlock(handle);
+    buffers.free(handle);
+}
+
+FAULT leakInChild(Buffers& buffers) {
+    const pid_t child = fork();
+    if (child == 0) {
+        neverFree(buffers);
+        exit(0);
+    }
+    waitpid(child, nullptr, 0);
+}
+
+namespace {
+
+using Fault = void (*)(Buffers&);
+
+#define NAMED(fault) \
+    { #fault, fault }
+
+const std::map<std::string, Fault> kFaults = {
+        NAMED(neverFree),
+        NAMED(neverUnlock),
+        NAMED(freeUnderLock),
+        NAMED(freeTwice),
+        NAMED(lockAfterFree),
+        NAMED(lockRaw),
+        NAMED(unlockTwice),
+        NAMED(lockForWritingTwice),
+        NAMED(touchAfterUnlock),
+        NAMED(touchBefore),
+        NAMED(touchBehind),
+        NAMED(writeTheLastPage),
+        NAMED(writeWhileReading),
+        NAMED(takeWidthForStride),
+        NAMED(overrunOneRow),
+        NAMED(closeFenceOfLock),
+        NAMED(closeBuffersDescriptor),
+        NAMED(leakInChild),
+        NAMED(dropFence),
+};
+
+}  // namespace
+
+}  // namespace zelkcam::test
+
+int main(int argc, char** argv) {
+    using namespace zelkcam::test;
+    const auto fault = argc == 3 ? kFaults.find(argv[2]) : kFaults.end();
+    if (fault == kFaults.end()) {
+        fprintf(stderr, "usage: misuse facade|aidl|hidl FAULT\n");
+        return 2;
+    }
+    fault->second(buffersBy(argv[1]));
+    return 0;
+}
