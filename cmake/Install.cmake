@@ -17,14 +17,14 @@ set_target_properties(zelkcam_grallocutils zelkcam_host plexa PROPERTIES
     VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
 
 # Debian's Android libraries lie in a folder that only a run path leads to. Ours find each other where
-# the loader looks anyway, or else by their places, so that an installed tree may be moved. The mapper,
-# which only the host platform loads, lies in a folder of its own.
+# the loader looks anyway, or else by their places, so that an installed tree may be moved. The mapper
+# and the checker, which only the host platform loads, lie in a folder of their own.
 set(private_dir ${CMAKE_INSTALL_LIBDIR}/zelkcam)
 set(system_prefix OFF)
 if(CMAKE_INSTALL_PREFIX MATCHES "^/usr(/local)?/?$")
     set(system_prefix ON)
 endif()
-foreach(pair zelkcam_grallocutils:. zelkcam_host:. plexa:. zelkcam_mapper:..
+foreach(pair zelkcam_grallocutils:. zelkcam_host:. plexa:. zelkcam_mapper:.. zelkcam_check:..
         grallocinfo:../${CMAKE_INSTALL_LIBDIR})
     string(REPLACE ":" ";" pair ${pair})
     list(GET pair 0 target)
@@ -36,7 +36,8 @@ foreach(pair zelkcam_grallocutils:. zelkcam_host:. plexa:. zelkcam_mapper:..
     set_target_properties(${target} PROPERTIES INSTALL_RPATH "${path}")
 endforeach()
 install(TARGETS grallocinfo RUNTIME COMPONENT tool)
-install(TARGETS zelkcam_mapper LIBRARY DESTINATION ${private_dir} COMPONENT library)
+install(TARGETS zelkcam_mapper zelkcam_check zelkcam_check_descriptors
+    LIBRARY DESTINATION ${private_dir} COMPONENT library)
 
 # A client that calls the published functions links the host platform, too; one that defines such a
 # function itself must export it, or the shared objects would go on finding the platform's.
@@ -50,6 +51,7 @@ install(TARGETS zelkcam_grallocutils zelkcam_host plexa zelkcam_platform
     EXPORT ZelkcamGrallocUtilsTargets
     LIBRARY COMPONENT library NAMELINK_COMPONENT development)
 install(EXPORT ZelkcamGrallocUtilsTargets NAMESPACE Zelkcam:: DESTINATION ${package_dir})
+get_property(ZELKCAM_PROFILES GLOBAL PROPERTY ZELKCAM_PROFILES)
 configure_package_config_file(cmake/ZelkcamGrallocUtilsConfig.cmake.in
     ZelkcamGrallocUtilsConfig.cmake INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(ZelkcamGrallocUtilsConfigVersion.cmake
@@ -58,6 +60,7 @@ install(FILES
     ${PROJECT_BINARY_DIR}/ZelkcamGrallocUtilsConfig.cmake
     ${PROJECT_BINARY_DIR}/ZelkcamGrallocUtilsConfigVersion.cmake
     ${PROJECT_SOURCE_DIR}/cmake/AndroidPackages.cmake
+    ${PROJECT_SOURCE_DIR}/cmake/ProfileTests.cmake
     DESTINATION ${package_dir})
 
 # The pkg-config file finds its prefix from its own place, so an installed tree may be moved.

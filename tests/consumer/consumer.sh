@@ -1,7 +1,7 @@
 #!/bin/sh
 # Uses the library as another project would: from an installed prefix that has been moved since.
 #
-#   consumer.sh install|find_package|pkg_config|headers|documents|sharing|tool
+#   consumer.sh install|find_package|pkg_config|headers|documents|sharing|module_test|tool
 #
 # Environment: TREE, BUILD (a configured and built tree), WORK, CXX; for a cross build TOOLCHAIN,
 # EMULATOR and SYSROOT as well.
@@ -111,6 +111,24 @@ sharing() {
     [ ! -e "$socket" ]
 }
 
+# cut_block PAGE LANGUAGE: the first block of that language.
+cut_block() {
+    awk -v open="^\`\`\`$2\$" '$0 ~ open { inside = 1; next } /^```$/ { if (inside) exit }
+        inside' "$TREE/docs/$1.md"
+}
+
+# The page's program and its CMake file, as its reader has them.
+module_test() {
+    rm -rf "$WORK/module"
+    mkdir -p "$WORK/module"
+    cut_block testing-your-module cpp >"$WORK/module/preview_test.cpp"
+    cut_block testing-your-module cmake >"$WORK/module/CMakeLists.txt"
+    cmake -S "$WORK/module" -B "$WORK/module/build" -G Ninja -DCMAKE_CXX_COMPILER="$CXX" \
+        -DCMAKE_PREFIX_PATH="$prefix"
+    cmake --build "$WORK/module/build"
+    ctest --test-dir "$WORK/module/build" --output-on-failure --no-tests=error
+}
+
 tool() {
     run "$prefix/bin/grallocinfo" query YCrCb_420_SP 1920x1080
     test -f "$prefix/share/man/man1/grallocinfo.1"
@@ -119,6 +137,6 @@ tool() {
 
 case $1 in
 install) install_package ;;
-find_package | pkg_config | headers | documents | sharing | tool) $1 ;;
+find_package | pkg_config | headers | documents | sharing | module_test | tool) $1 ;;
 *) exit 2 ;;
 esac
