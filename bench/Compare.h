@@ -106,10 +106,19 @@ void compare(const std::string& row, Ours ours, Floor floor) {
 void registerBufferOperations();
 void registerCacheHits();
 void registerCacheMisses();
+void registerCheckedFrame();
 void registerFirstCall();
 void registerHdrMetadata();
 void registerLogStatements();
 void registerNames();
+
+// Adds what a new process of this program measures, which it prints in nanoseconds, when it is
+// started with `argument` and with NAME=VALUE words in its environment.
+void sampleInNewProcess(Cost& cost, const std::string& environment, const std::string& argument);
+
+// Runs in a process of its own, for registerCheckedFrame: writes frames and prints what one took.
+inline constexpr char kCheckedFrame[] = "--checked-frame";
+int runCheckedFrame();
 
 // Runs in a process of its own, for registerFirstCall: makes the call that `which` names ("ours" or
 // a floor) and prints what it took, in nanoseconds of processor time. Returns the exit status.

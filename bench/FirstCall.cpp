@@ -37,21 +37,9 @@ std::string ownPath() {
     return length < 0 ? std::string() : std::string(path, static_cast<size_t>(length));
 }
 
-// Adds what the call costs in a new process. The device's linker resolves every symbol when it
-// loads a library, never at the first call.
+// The device's linker resolves every symbol when it loads a library, never at the first call.
 void sample(Cost& cost, const std::string& which) {
-    const std::string command = "LD_BIND_NOW=1 '" + ownPath() + "' --first-call=" + which;
-    FILE* const child = popen(command.c_str(), "r");
-    if (child == nullptr) {
-        giveUp("no process can be started");
-    }
-    long nanoseconds = 0;
-    const bool complete = fscanf(child, "%ld", &nanoseconds) == 1;
-    if (pclose(child) != 0 || !complete) {
-        giveUp("the process of a first call fails");
-    }
-    cost.nanoseconds += nanoseconds;
-    ++cost.operations;
+    sampleInNewProcess(cost, "LD_BIND_NOW=1", "--first-call=" + which);
 }
 
 void compareFirstCalls(benchmark::State& state, const std::string& against) {
@@ -65,6 +53,21 @@ void compareFirstCalls(benchmark::State& state, const std::string& against) {
 }
 
 }  // namespace
+
+void sampleInNewProcess(Cost& cost, const std::string& environment, const std::string& argument) {
+    const std::string command = environment + " '" + ownPath() + "' " + argument;
+    FILE* const child = popen(command.c_str(), "r");
+    if (child == nullptr) {
+        giveUp("no process can be started");
+    }
+    long nanoseconds = 0;
+    const bool complete = fscanf(child, "%ld", &nanoseconds) == 1;
+    if (pclose(child) != 0 || !complete) {
+        giveUp("a process that was to measure fails");
+    }
+    cost.nanoseconds += nanoseconds;
+    ++cost.operations;
+}
 
 int runFirstCall(const std::string& which) {
     const int64_t start = threadTime();

@@ -18,6 +18,10 @@ int main(int argc, char** argv) {
         return zelkcam::bench::runFirstCall(argv[1] + firstCall.size());
     }
 
+    if (argc == 2 && std::string(argv[1]) == zelkcam::bench::kCheckedFrame) {
+        return zelkcam::bench::runCheckedFrame();
+    }
+
     zelkcam::bench::registerCacheHits();
     zelkcam::bench::registerCacheMisses();
     zelkcam::bench::registerLogStatements();
@@ -25,6 +29,7 @@ int main(int argc, char** argv) {
     zelkcam::bench::registerNames();
     zelkcam::bench::registerHdrMetadata();
     zelkcam::bench::registerFirstCall();
+    zelkcam::bench::registerCheckedFrame();
 
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
