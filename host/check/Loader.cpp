@@ -13,17 +13,17 @@
 namespace zelkcam::host {
 namespace {
 
-constexpr char kVariable[] = "ZELKCAM_HOST_CHECK";
+constexpr char kCheckVariable[] = "ZELKCAM_HOST_CHECK";
 
 // Behind the faults on demand. Whoever asks for a check must not believe that there was one.
 __attribute__((constructor(202))) void loadChecker() {
-    const char* const choice = std::getenv(kVariable);
+    const char* const choice = std::getenv(kCheckVariable);
     if (choice == nullptr || *choice == '\0' || std::string_view(choice) == "0") {
         return;
     }
     const VendorLibrary checker = openVendorLibrary("libzelkcam_check.so", RTLD_NOW);
     if (checker.handle == nullptr) {
-        reportVariable(kVariable, choice, ("cannot be done: " + checker.error).c_str());
+        reportVariable(kCheckVariable, choice, ("cannot be done: " + checker.error).c_str());
         _exit(2);
     }
 }

@@ -22,7 +22,7 @@ namespace {
 
 using aidl::android::hardware::graphics::allocator::AllocationError;
 
-constexpr char kVariable[] = "ZELKCAM_HOST_PROFILE";
+constexpr char kProfileVariable[] = "ZELKCAM_HOST_PROFILE";
 constexpr char kLogTag[] = "ZelkCam/HostGralloc";
 
 struct TheDevice {
@@ -34,12 +34,12 @@ struct TheDevice {
 };
 
 std::unique_ptr<TheDevice> loadDevice() {
-    const char* const chosen = std::getenv(kVariable);
+    const char* const chosen = std::getenv(kProfileVariable);
     const std::string name = chosen != nullptr && *chosen != '\0' ? chosen : "default";
     std::string error;
     auto loaded = profile::load(name, &error);
     if (!loaded) {
-        reportVariable(kVariable, name.c_str(),
+        reportVariable(kProfileVariable, name.c_str(),
                        ("is not usable, so there are no graphics services: " + error).c_str());
         return nullptr;
     }

@@ -17,7 +17,7 @@ namespace {
 using gralloc::Gralloc;
 using gralloc::ScopedFileDescriptor;
 
-constexpr char kVariable[] = "ZELKCAM_HOST_QUIRKS";
+constexpr char kQuirksVariable[] = "ZELKCAM_HOST_QUIRKS";
 
 // Counts the calls of one kind.
 class Counted {
@@ -115,7 +115,7 @@ Quirks quirksOf(const char* text) {
     std::string problem;
     const auto quirks = parseQuirks(text, &problem);
     if (!quirks) {
-        reportVariable(kVariable, text, problem.c_str());
+        reportVariable(kQuirksVariable, text, problem.c_str());
         _exit(2);
     }
     return *quirks;
@@ -123,7 +123,7 @@ Quirks quirksOf(const char* text) {
 
 // Before the checker, which looks at what the platform answers, faults included.
 __attribute__((constructor(201))) void addQuirks() {
-    const char* const text = std::getenv(kVariable);
+    const char* const text = std::getenv(kQuirksVariable);
     if (text != nullptr && *text != '\0') {
         // Never destroyed: clients free buffers in their own exit destructors.
         decorateGralloc(*new QuirkyGralloc(gralloc::gralloc(), quirksOf(text)));

@@ -17,10 +17,10 @@
 namespace zelkcam::host {
 namespace {
 
-constexpr char kVariable[] = "ZELKCAM_HOST_SERVICES";
+constexpr char kServicesVariable[] = "ZELKCAM_HOST_SERVICES";
 
 std::string_view choice() {
-    const char* text = std::getenv(kVariable);
+    const char* text = std::getenv(kServicesVariable);
     return text != nullptr ? text : "";
 }
 
@@ -56,7 +56,7 @@ HidlObject makeHidlDefault(const std::string& descriptor, const std::string& nam
 
 __attribute__((constructor)) void registerDefaults() {
     if (!choice().empty() && areDefaultsWanted()) {
-        reportVariable(kVariable, choice().data(), "is ignored; the only choice is none");
+        reportVariable(kServicesVariable, choice().data(), "is ignored; the only choice is none");
     }
     setDefaultAidlServices(findAidlDefault);
     setDefaultHidlServices(makeHidlDefault);
