@@ -167,10 +167,12 @@ Series RuleFitter::valuesOf(const Quantity& quantity, const Series& base) const 
 bool RuleFitter::fitRowByPixels(const Series& target, const std::vector<Ratio>& ratios) {
     for (const int64_t alignment : kPixelAlignments) {
         Series pixels;
+        pixels.reserve(mSizes.width.size());
         for (const int64_t width : mSizes.width) {
             pixels.push_back(alignUp(width, alignment));
         }
         std::vector<Option> options;
+        options.reserve(ratios.size());
         for (const Ratio& ratio : ratios) {
             options.push_back(scaled(pixels, {.base = Base::kAlignedWidth}, ratio, false));
         }
@@ -196,6 +198,7 @@ void RuleFitter::fitFirstRow() {
         ratios.insert(ratios.begin(), reduced(increment, 8));
     }
     std::vector<Option> options;
+    options.reserve(ratios.size());
     for (const Ratio& ratio : ratios) {
         options.push_back(scaled(mSizes.width, {.base = Base::kWidth}, ratio, true));
     }
@@ -320,6 +323,7 @@ bool RuleFitter::fitArea(const Series& target, Quantity& quantity,
     for (const Block& block : kBlocks) {
         const Series pixels = area(block);
         std::vector<Option> options;
+        options.reserve(ratios.size());
         for (const Ratio& ratio : ratios) {
             options.push_back(scaled(pixels, {.base = Base::kArea}, ratio, true));
         }

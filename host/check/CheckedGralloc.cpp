@@ -245,8 +245,8 @@ void* CheckedGralloc::hold(Import& import, bool writes, const Region& region, vo
     }
     HeldLock lock{nullptr, nullptr, static_cast<std::byte*>(pixels), region, CallStack::here()};
     lock.mapping =
-            GuardedMapping::map(import.handle->data[gralloc::kPixelFd],
-                                buffer->layout().pixelBytes, writes, import.name, lock.stack);
+            GuardedMapping::map(import.handle->data[gralloc::kPixelFd], buffer->layout().pixelBytes,
+                                writes, import.name, lock.stack);
     if (lock.mapping == nullptr) {
         return nullptr;
     }

@@ -12,8 +12,8 @@ struct VendorLibrary {
 
 // Opens the library with dlopen's `flag`. A name without a slash is looked for in the folders of
 // ZELKCAM_HOST_SPHAL_PATH (colon-separated), then beside the host platform library and in the
-// folder zelkcam there, then wherever dlopen looks. The first file of the name decides: when it cannot be loaded, no other is tried.
-// Safe from any thread.
+// folder zelkcam there, then wherever dlopen looks. The first file of the name decides: when it
+// cannot be loaded, no other is tried. Safe from any thread.
 VendorLibrary openVendorLibrary(const std::string& name, int flag);
 
 }  // namespace zelkcam::host

@@ -21,8 +21,8 @@ Ended queryUnder(const std::string& quirk) {
                              quirk + " -- ./grallocinfo query YV12 64x64 >/dev/null 2>&1";
     const auto start = std::chrono::steady_clock::now();
     const int status = WEXITSTATUS(system(line.c_str()));  // NOLINT(cert-env33-c): our own words
-    return {status, std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() -
-                                                             start)};
+    return {status,
+            std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - start)};
 }
 
 }  // namespace

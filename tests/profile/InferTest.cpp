@@ -37,8 +37,8 @@ Request anyRequest(std::mt19937& random) {
     constexpr uint64_t kUsages[] = {0,       0x3,     0x30,    0x33,  0x20000, 0x20003, 0x60000,
                                     0x10000, 0x30000, 0x10003, 0x100, 0x800,   0x4000};
     const auto below = [&](size_t limit) { return static_cast<uint32_t>(random() % limit); };
-    return {kFormats[below(kFormats.size())],
-            kUsages[below(std::size(kUsages))], 1 + below(4200), 1 + below(3100)};
+    return {kFormats[below(kFormats.size())], kUsages[below(std::size(kUsages))], 1 + below(4200),
+            1 + below(3100)};
 }
 
 bool equal(const Reply& reply, const Observation& seen) {

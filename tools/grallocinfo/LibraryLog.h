@@ -5,8 +5,9 @@
 
 namespace grallocinfo {
 
-// Without `verbose` the log lines are kept back: errors for showHeldErrors, the others for good, but
-// for a warning that an answer of the host platform is a guess. Call before anything that may start the library.
+// Without `verbose` the log lines are kept back: errors for showHeldErrors, the others for good,
+// but for a warning that an answer of the host platform is a guess. Call before anything that may
+// start the library.
 void openLibraryLog(bool verbose);
 
 // From here on errors are kept back for good too; nothing when the log is verbose.
