@@ -245,7 +245,8 @@ bool Recording::narrowCase(const FormatRules& rules, uint64_t usage, const Rule&
 bool Recording::narrowOpen(const FormatRules& rules, uint64_t usage, const Rule& rule) {
     constexpr int kTries = 400;
     constexpr int kMost = 4;
-    std::minstd_rand random(1);  // the same questions every time
+    // NOLINTNEXTLINE(cert-msc32-c,cert-msc51-cpp): the same questions every time
+    std::minstd_rand random(1);
     int asked = 0;
     for (int i = 0; i < kTries && asked < kMost; ++i) {
         const Size size{2 + 2 * static_cast<uint32_t>(random() % 2040),

@@ -28,6 +28,12 @@ TEST(Mapper, RefusesWhatIsNoImportedBuffer) {
     const buffer_handle_t freed = Import(raw.raw()).get();
     const Bytes value = encode<T::DATASPACE>({});
     const buffer_handle_t none = nullptr;
+    void* region = nullptr;
+    uint64_t size = 0;
+    uint32_t fds = 0;
+    uint32_t ints = 0;
+    const AIMapper_DumpBufferCallback ignore = [](void*, AIMapper_MetadataType, const void*,
+                                                  size_t) {};
     for (const buffer_handle_t bad : {none, buffer_handle_t{raw.raw()}, freed, kMadeUp}) {
         const AIMapper_Error answers[] = {
                 lock(bad).first,
@@ -36,10 +42,10 @@ TEST(Mapper, RefusesWhatIsNoImportedBuffer) {
                 mapper().rereadLockedBuffer(bad),
                 AIMapper_Error(-mapper().getStandardMetadata(bad, 1, nullptr, 0)),
                 mapper().setStandardMetadata(bad, 17, value.data(), value.size()),
-                mapper().getReservedRegion(bad, nullptr, nullptr),
+                mapper().getReservedRegion(bad, &region, &size),
                 mapper().freeBuffer(bad),
-                mapper().getTransportSize(bad, nullptr, nullptr),
-                mapper().dumpBuffer(bad, nullptr, nullptr)};
+                mapper().getTransportSize(bad, &fds, &ints),
+                mapper().dumpBuffer(bad, ignore, nullptr)};
         EXPECT_THAT(answers, testing::Each(kBadBuffer));
     }
 }
