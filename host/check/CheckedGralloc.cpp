@@ -41,7 +41,7 @@ std::string nameOf(const ImportedBuffer& buffer, uint64_t id) {
 
 std::string hex(const void* address) {
     char text[32];
-    snprintf(text, sizeof(text), "%p", address);
+    (void)snprintf(text, sizeof(text), "%p", address);  // a pointer has at most 18 characters
     return text;
 }
 

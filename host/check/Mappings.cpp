@@ -54,7 +54,7 @@ std::byte* reserve(uint64_t size) {
 
 std::shared_ptr<GuardedMapping> GuardedMapping::map(int fd, uint64_t size, bool writable,
                                                     std::string buffer, const CallStack& locked) {
-    const std::shared_ptr<GuardedMapping> mapping(new GuardedMapping);
+    std::shared_ptr<GuardedMapping> mapping(new GuardedMapping);
     mapping->mWritable = writable;
     mapping->mSize = size;
     mapping->mReservedSize = roundToPages(size) + 2 * kGuardSize;
@@ -86,8 +86,11 @@ void GuardedMapping::retire(std::shared_ptr<GuardedMapping> mapping, const char*
                             const CallStack& stack) {
     std::shared_ptr<GuardedMapping> oldest;  // goes after the guard, with its system call
     const std::lock_guard guard(registry().mutex);
-    mmap(mapping->mReserved, mapping->mReservedSize, PROT_NONE,
-         MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_FIXED, -1, 0);
+    if (mmap(mapping->mReserved, mapping->mReservedSize, PROT_NONE,
+             MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_FIXED, -1, 0) == MAP_FAILED) {
+        // The buffer's pages stay with the process, but out of its reach all the same.
+        mprotect(mapping->mReserved, mapping->mReservedSize, PROT_NONE);
+    }
     mapping->mRetired = true;
     mapping->mRetiredWhat = what;
     mapping->mRetiredStack = stack;
@@ -155,6 +158,7 @@ struct sigaction& before(int signal) {
 
 void* programCounter(const ucontext_t& context) {
 #if defined(__x86_64__)
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): registers are integers
     return reinterpret_cast<void*>(context.uc_mcontext.gregs[REG_RIP]);
 #elif defined(__aarch64__)
     return reinterpret_cast<void*>(context.uc_mcontext.pc);
