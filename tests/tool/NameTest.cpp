@@ -68,7 +68,8 @@ TEST(Name, OtherNamesOfACodeInAnyCaseAreReadToo) {
 // A fourcc of the list is the one that the mapper reports.
 TEST(Name, ListedFourccsAreThoseOfTheMapper) {
     std::map<int32_t, std::string> reported;
-    for (const Json& row : runForDocument({"formats", "64x64"})["formats"]) {
+    const Json formats = runForDocument({"formats", "64x64"});
+    for (const Json& row : formats["formats"]) {
         if (row["status"] == 0) {
             reported[row["format"]] = row["allocation"]["fourccName"];
         }
