@@ -64,10 +64,6 @@ class Evaluation {
     std::array<bool, kMaxPlanes> mPlaced{};
 };
 
-int64_t onAxis(Axis axis, int64_t width, int64_t height) {
-    return axis == Axis::kWidth ? width : axis == Axis::kHeight ? height : width * height;
-}
-
 // Which case of a quantity counts for a size. The other choice takes the other side of a border
 // that nobody knows exactly.
 const Case& caseFor(const Quantity& quantity, int64_t width, int64_t height, Choice choice) {
@@ -184,18 +180,6 @@ std::optional<Numbers> Evaluation::run() {
     return mMath.good() && fits ? std::optional(mNumbers) : std::nullopt;
 }
 
-bool holds(const SizeTest& test, int64_t width, int64_t height) {
-    switch (test.op) {
-        case SizeOp::kAbove:
-            return onAxis(test.axis, width, height) > test.limit;
-        case SizeOp::kOddWidth:
-            return width % 2 != 0;
-        case SizeOp::kOddHeight:
-            return height % 2 != 0;
-    }
-    return false;
-}
-
 // Whether usages matter, and this one was not recorded.
 bool isUnknownUsage(const FormatRules& format, uint64_t usage) {
     const bool matters = std::any_of(format.rules.begin(), format.rules.end(),
@@ -219,6 +203,22 @@ bool nearLimit(const std::vector<SizeTest>& tests, int64_t width, int64_t height
 }
 
 }  // namespace
+
+int64_t onAxis(Axis axis, int64_t width, int64_t height) {
+    return axis == Axis::kWidth ? width : axis == Axis::kHeight ? height : width * height;
+}
+
+bool holds(const SizeTest& test, int64_t width, int64_t height) {
+    switch (test.op) {
+        case SizeOp::kAbove:
+            return onAxis(test.axis, width, height) > test.limit;
+        case SizeOp::kOddWidth:
+            return width % 2 != 0;
+        case SizeOp::kOddHeight:
+            return height % 2 != 0;
+    }
+    return false;
+}
 
 bool holds(const std::vector<UsageTest>& tests, uint64_t usage) {
     return std::all_of(tests.begin(), tests.end(), [usage](const UsageTest& test) {

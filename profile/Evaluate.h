@@ -25,6 +25,8 @@ struct Reply {
     Certainty certainty = Certainty::kRule;
 };
 
+int64_t onAxis(Axis axis, int64_t width, int64_t height);
+bool holds(const SizeTest& test, int64_t width, int64_t height);
 bool holds(const std::vector<UsageTest>& tests, uint64_t usage);
 
 // The numbers of one rule, without its conditions. None when a product or sum leaves 63 bits, when

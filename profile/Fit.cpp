@@ -6,7 +6,7 @@
 namespace zelkcam::profile {
 namespace {
 
-constexpr int64_t kMaxAlignment = 1 << 20;
+constexpr int64_t kWidestAlignment = 1 << 20;
 constexpr size_t kMaxZones = 4;
 
 // Which samples count.
@@ -45,18 +45,18 @@ std::vector<int64_t> alignments(int64_t divisor, int64_t most) {
     if (divisor == 0 || divisor <= most) {
         return found;
     }
-    for (int64_t candidate = 1; candidate <= kMaxAlignment; candidate *= 2) {
+    for (int64_t candidate = 1; candidate <= kWidestAlignment; candidate *= 2) {
         if (candidate > most && divisor % candidate == 0) {
             found.push_back(candidate);
         }
     }
     std::vector<int64_t> others;
-    for (int64_t low = 1; low * low <= divisor && low <= kMaxAlignment; ++low) {
+    for (int64_t low = 1; low * low <= divisor && low <= kWidestAlignment; ++low) {
         if (divisor % low != 0) {
             continue;
         }
         for (const int64_t candidate : {low, divisor / low}) {
-            if (candidate > most && candidate <= kMaxAlignment && !isPowerOfTwo(candidate)) {
+            if (candidate > most && candidate <= kWidestAlignment && !isPowerOfTwo(candidate)) {
                 others.push_back(candidate);
             }
         }

@@ -12,17 +12,11 @@
 namespace zelkcam::profile {
 namespace {
 
-using Size = std::pair<uint32_t, uint32_t>;
-
 // Usages of a format that nothing tells apart, and all that was answered to them.
 struct Group {
     std::vector<uint64_t> usages;
     std::map<Size, const Answer*> answers;
 };
-
-bool sameAnswer(const Answer& a, const Answer& b) {
-    return a.answer == b.answer && a.shape == b.shape && a.numbers == b.numbers;
-}
 
 // Whether a usage was answered as the group was wherever both were asked; at least once.
 bool belongs(const Samples& samples, const Group& group) {
@@ -63,19 +57,8 @@ Kind kindOf(const Answer& answer) {
     return {answer.answer, answer.answer == kGranted ? answer.shape : 0};
 }
 
-bool isOdd(SizeOp op, const Answer& answer) {
-    return (op == SizeOp::kOddWidth ? answer.width : answer.height) % 2 != 0;
-}
-
-int64_t onAxis(Axis axis, const Answer& answer) {
-    return axis == Axis::kWidth    ? int64_t{answer.width}
-           : axis == Axis::kHeight ? int64_t{answer.height}
-                                   : int64_t{answer.width} * answer.height;
-}
-
 bool holds(const SizeTest& test, const Answer& answer) {
-    return test.op == SizeOp::kAbove ? onAxis(test.axis, answer) > test.limit
-                                     : isOdd(test.op, answer);
+    return holds(test, answer.width, answer.height);
 }
 
 // How many answers a condition catches if they are all of one kind, else 0.
@@ -101,7 +84,7 @@ const Answer* firstCaught(const SizeTest& test, const Answers& answers) {
 std::optional<SizeTest> limitOn(Axis axis, const Answers& answers) {
     std::set<int64_t> edges;
     for (const Answer* const answer : answers) {
-        edges.insert(onAxis(axis, *answer));
+        edges.insert(onAxis(axis, answer->width, answer->height));
     }
     std::optional<SizeTest> best;
     for (auto edge = edges.rbegin(); edge != edges.rend(); ++edge) {

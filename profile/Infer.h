@@ -9,6 +9,8 @@
 
 namespace zelkcam::profile {
 
+using Size = std::pair<uint32_t, uint32_t>;  // width and height
+
 // Fills the profile's formats and locks from its shapes and samples. The same samples give the same
 // rules.
 void infer(Profile& profile);
@@ -16,6 +18,11 @@ void infer(Profile& profile);
 // The rules of one format; its samples are of different usages and none is empty.
 FormatRules inferFormat(const std::vector<const Samples*>& samples,
                         const std::vector<Shape>& shapes);
+
+// Whether two requests of one size were answered alike.
+inline bool sameAnswer(const Answer& a, const Answer& b) {
+    return a.answer == b.answer && a.shape == b.shape && a.numbers == b.numbers;
+}
 
 // A condition on usages and the class of those that meet it and none of the conditions before.
 struct UsageClass {

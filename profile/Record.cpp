@@ -8,46 +8,33 @@
 
 #include "profile/Evaluate.h"
 #include "profile/Infer.h"
+#include "profile/Usage.h"
 
 namespace zelkcam::profile {
 namespace {
 
-using Size = std::pair<uint32_t, uint32_t>;
-
-constexpr uint64_t kReadRarely = 0x2;
-constexpr uint64_t kRead = 0x3;
-constexpr uint64_t kWriteRarely = 0x20;
-constexpr uint64_t kWrite = 0x30;
-constexpr uint64_t kTexture = 1 << 8;
-constexpr uint64_t kRender = 1 << 9;
-constexpr uint64_t kComposer = 1 << 11;
-constexpr uint64_t kProtected = 1 << 14;
-constexpr uint64_t kEncoder = 1 << 16;
-constexpr uint64_t kCameraWrite = 1 << 17;
-constexpr uint64_t kCameraRead = 1 << 18;
-
 // What camera code combines. The first counts for the sizes where it is granted.
 constexpr uint64_t kUsages[] = {
         0,
-        kRead | kWrite,
-        kRead,
-        kWrite,
+        kReadOften | kWriteOften,
+        kReadOften,
+        kWriteOften,
         kReadRarely,
         kReadRarely | kWriteRarely,
         kCameraWrite,
-        kCameraWrite | kRead,
-        kCameraWrite | kRead | kWrite,
+        kCameraWrite | kReadOften,
+        kCameraWrite | kReadOften | kWriteOften,
         kCameraRead,
         kCameraWrite | kCameraRead,
-        kCameraWrite | kCameraRead | kRead | kWrite,
+        kCameraWrite | kCameraRead | kReadOften | kWriteOften,
         kCameraWrite | kTexture,
         kCameraWrite | kTexture | kComposer,
         kEncoder,
         kEncoder | kCameraWrite,
-        kEncoder | kRead,
+        kEncoder | kReadOften,
         kEncoder | kCameraWrite | kTexture,
         kTexture,
-        kTexture | kRead | kWrite,
+        kTexture | kReadOften | kWriteOften,
         kTexture | kRender,
         kTexture | kRender | kComposer,
         kComposer,
@@ -135,10 +122,6 @@ Answer Recording::ask(const Request& request, bool locks) {
     samples.answers.push_back(answer);
     mAsked[key][{request.width, request.height}] = true;
     return answer;
-}
-
-bool sameAnswer(const Answer& a, const Answer& b) {
-    return a.answer == b.answer && a.shape == b.shape && a.numbers == b.numbers;
 }
 
 // A usage that is refused in the first size is not asked about others, but for the commonest two.

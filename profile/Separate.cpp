@@ -6,28 +6,19 @@
 
 #include "profile/Evaluate.h"
 #include "profile/Infer.h"
+#include "profile/Usage.h"
 
 namespace zelkcam::profile {
 namespace {
 
 using Usages = std::vector<std::pair<uint64_t, size_t>>;
 
-constexpr uint64_t kRead = 0xF;
-constexpr uint64_t kWrite = 0xF0;
-constexpr uint64_t kTexture = 1 << 8;
-constexpr uint64_t kRender = 1 << 9;
-constexpr uint64_t kComposer = 1 << 11;
-constexpr uint64_t kProtected = 1 << 14;
-constexpr uint64_t kEncoder = 1 << 16;
-constexpr uint64_t kCameraWrite = 1 << 17;
-constexpr uint64_t kCameraRead = 1 << 18;
-
 // What drivers test, the likelier first.
 constexpr std::array kMasks = {
-        kRead | kWrite,
+        kReadMask | kWriteMask,
         kProtected,
-        kRead,
-        kWrite,
+        kReadMask,
+        kWriteMask,
         kEncoder,
         kCameraWrite | kCameraRead,
         kCameraWrite,
@@ -40,7 +31,7 @@ constexpr std::array kMasks = {
         kTexture | kRender | kComposer,
         kEncoder | kCameraWrite,
         kEncoder | kCameraWrite | kCameraRead,
-        kCameraWrite | kRead,
+        kCameraWrite | kReadMask,
         kTexture | kRender | kComposer | kEncoder,
         kTexture | kRender | kComposer | kCameraWrite | kCameraRead | kEncoder,
         ~uint64_t{0},
