@@ -34,7 +34,7 @@ std::optional<uint64_t> digits(std::string_view text, int base) {
 }
 
 // Decimal or 0x, up to 32 bits.
-std::optional<uint32_t> number(std::string_view text) {
+std::optional<uint32_t> numberIn(std::string_view text) {
     const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
     const auto value = hexadecimal ? digits(text.substr(2), 16) : digits(text, 10);
     return value && *value <= std::numeric_limits<uint32_t>::max()
@@ -50,7 +50,7 @@ std::optional<int32_t> length(std::string_view text) {
 }
 
 std::optional<uint32_t> negative(std::string_view text) {
-    const auto value = text.starts_with('-') ? number(text.substr(1)) : std::nullopt;
+    const auto value = text.starts_with('-') ? numberIn(text.substr(1)) : std::nullopt;
     return value && *value <= 0x80000000u ? std::optional(0u - *value) : std::nullopt;
 }
 
@@ -80,7 +80,7 @@ Failure unknownWord(const WordRule& rule, std::string_view word) {
 }
 
 uint32_t parseWord(const WordRule& rule, std::string_view word) {
-    auto code = number(word);
+    auto code = numberIn(word);
     if (!code && rule.mayBeNegative) {
         code = negative(word);
     }

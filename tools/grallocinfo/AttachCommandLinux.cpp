@@ -21,7 +21,7 @@ namespace {
 
 namespace transport = zelkcam::host;
 
-constexpr char kExamples[] =
+constexpr char kAttachExamples[] =
         "Examples:\n"
         "  grallocinfo attach /tmp/buffer.sock\n"
         "  grallocinfo attach /tmp/buffer.sock --fill bars\n"
@@ -258,7 +258,7 @@ void addAttach(CLI::App& program) {
     addFile(*command, "--raw", options->raw,
             "Save the buffer's bytes, padding included; - is standard output");
     addVerbose(*command, options->verbose);
-    command->footer(kExamples);
+    command->footer(kAttachExamples);
     command->callback([options] { runAttach(*options); });
 }
 

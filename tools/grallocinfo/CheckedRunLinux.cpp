@@ -15,7 +15,7 @@ namespace grallocinfo {
 
 namespace {
 
-std::string valueOf(const char* variable) {
+std::string environment(const char* variable) {
     const char* const value = getenv(variable);
     return value != nullptr ? value : "";
 }
@@ -34,7 +34,7 @@ std::string preloadedLibrary() {
     return access(beside.c_str(), R_OK) == 0 ? beside : folder + "zelkcam/" + kName;
 }
 
-std::string joined(const std::string& first, const std::string& second, char between) {
+std::string joinedBy(const std::string& first, const std::string& second, char between) {
     return second.empty() ? first : first + between + second;
 }
 
@@ -48,7 +48,7 @@ std::vector<Json>* listFor(const Json& line, CheckResult& result) {
 
 }  // namespace
 
-CheckFile::CheckFile() : mPath(valueOf("TMPDIR")) {
+CheckFile::CheckFile() : mPath(environment("TMPDIR")) {
     mPath = (mPath.empty() ? "/tmp" : mPath) + "/grallocinfo-check-XXXXXX";
     const int fd = mkstemp(mPath.data());
     if (fd < 0) {
@@ -67,8 +67,9 @@ Variables CheckFile::variables(bool strict) const {
     return {{"ZELKCAM_HOST_CHECK", "1"},
             {"ZELKCAM_HOST_CHECK_REPORT", mPath},
             {"ZELKCAM_HOST_CHECK_STRICT", strict ? "1" : "0"},
-            {"LD_PRELOAD", joined(preloadedLibrary(), valueOf("LD_PRELOAD"), ':')},
-            {"ASAN_OPTIONS", joined("verify_asan_link_order=0", valueOf("ASAN_OPTIONS"), ':')}};
+            {"LD_PRELOAD", joinedBy(preloadedLibrary(), environment("LD_PRELOAD"), ':')},
+            {"ASAN_OPTIONS",
+             joinedBy("verify_asan_link_order=0", environment("ASAN_OPTIONS"), ':')}};
 }
 
 CheckResult CheckFile::read() const {

@@ -111,7 +111,7 @@ void answerRequest(DeviceSession& session, Profile& profile) {
     }
 }
 
-std::string answerTo(std::unique_ptr<DeviceSession>& session, Profile profile) {
+std::string answerOf(std::unique_ptr<DeviceSession>& session, Profile profile) {
     try {
         if (!session) {
             session = std::make_unique<DeviceSession>();
@@ -130,14 +130,14 @@ std::string answerTo(std::unique_ptr<DeviceSession>& session, Profile profile) {
     return writeJson(profile);
 }
 
-[[noreturn]] void serve(int from, int to) {
+[[noreturn]] void serveQuestions(int from, int to) {
     onLibraryFatal([](const std::string&) { _exit(1); });
     silenceLibraryLog();
     std::unique_ptr<DeviceSession> session;
     while (const auto question = receive(from)) {
         std::string error;
         const auto profile = readJson(*question, &error);
-        if (!profile || !send(to, answerTo(session, *profile))) {
+        if (!profile || !send(to, answerOf(session, *profile))) {
             break;
         }
     }
@@ -162,7 +162,7 @@ void DeviceChild::start() {
     if (mChild == 0) {
         close(questions[1]);
         close(answers[0]);
-        serve(questions[0], answers[1]);
+        serveQuestions(questions[0], answers[1]);
     }
     close(questions[0]);
     close(answers[1]);

@@ -16,7 +16,7 @@ using zelkcam::profile::kGranted;
 using zelkcam::profile::Request;
 using zelkcam::profile::Traits;
 
-constexpr uint64_t kRead = 0x3;
+constexpr uint64_t kCpuRead = 0x3;
 constexpr uint64_t kReadWrite = 0x33;
 constexpr uint64_t kTexture = 1 << 8;
 constexpr Request kPlain = {0x1, kReadWrite, 64, 64};
@@ -137,7 +137,7 @@ void probeAcquireFence(DeviceSession& session, Traits& traits) {
     fence.signal();
     void* data = nullptr;
     const int32_t error =
-            session.mapper().lock(buffer.handle(), kRead, {0, 0, 0, 0}, fence.ends[0], &data);
+            session.mapper().lock(buffer.handle(), kCpuRead, {0, 0, 0, 0}, fence.ends[0], &data);
     if (error == AIMAPPER_ERROR_NONE) {
         buffer.unlock();
     }
@@ -159,7 +159,7 @@ void probeWait(DeviceSession& session, Traits& traits) {
     const auto start = std::chrono::steady_clock::now();
     void* data = nullptr;
     const int32_t error =
-            session.mapper().lock(buffer.handle(), kRead, {0, 0, 0, 0}, fence.ends[0], &data);
+            session.mapper().lock(buffer.handle(), kCpuRead, {0, 0, 0, 0}, fence.ends[0], &data);
     traits.waitsForAcquireFence = std::chrono::steady_clock::now() - start > milliseconds(40);
     signaller.join();
     if (error == AIMAPPER_ERROR_NONE) {
@@ -186,7 +186,7 @@ void probeLockUsage(DeviceSession& session, Traits& traits) {
     const SessionBuffer buffer(session, plain());
     if (buffer.handle() != nullptr) {
         traits.lockWithoutUsage = buffer.tryLock(0);
-        traits.lockWithOtherUsage = buffer.tryLock(kRead | kTexture);
+        traits.lockWithOtherUsage = buffer.tryLock(kCpuRead | kTexture);
     }
 }
 
@@ -194,10 +194,10 @@ void probeNestedLock(DeviceSession& session, Traits& traits) {
     const SessionBuffer buffer(session, plain());
     void* data = nullptr;
     if (buffer.handle() == nullptr ||
-        session.mapper().lock(buffer.handle(), kRead, {0, 0, 0, 0}, -1, &data) != 0) {
+        session.mapper().lock(buffer.handle(), kCpuRead, {0, 0, 0, 0}, -1, &data) != 0) {
         return;
     }
-    traits.nestedLock = buffer.tryLock(kRead);
+    traits.nestedLock = buffer.tryLock(kCpuRead);
     buffer.unlock();
 }
 
@@ -205,7 +205,8 @@ void probeForeignHandle(DeviceSession& session, Traits& traits) {
     const SessionBuffer buffer(session, plain());
     void* data = nullptr;
     if (buffer.raw() != nullptr) {
-        traits.foreignHandle = session.mapper().lock(buffer.raw(), kRead, {0, 0, 0, 0}, -1, &data);
+        traits.foreignHandle =
+                session.mapper().lock(buffer.raw(), kCpuRead, {0, 0, 0, 0}, -1, &data);
     }
 }
 

@@ -17,7 +17,7 @@ namespace grallocinfo {
 
 namespace {
 
-constexpr char kExamples[] =
+constexpr char kDiffExamples[] =
         "Examples:\n"
         "  grallocinfo diff last-release.json this-build.json\n"
         "  grallocinfo diff phone.json host.json --json\n"
@@ -122,7 +122,7 @@ bool isCompared(const std::string& field) {
     return true;
 }
 
-std::string nameOf(const Json& format) {
+std::string formatNameIn(const Json& format) {
     const Json name = format.value("formatName", Json());
     return name.is_string() ? name.get<std::string>() : "";
 }
@@ -140,7 +140,7 @@ void compareFormat(int32_t code, const Json& left, const Json& right, Comparison
             fields.push_back(field);
         }
     }
-    const std::string name = nameOf(left.empty() ? right : left);
+    const std::string name = formatNameIn(left.empty() ? right : left);
     for (const std::string& field : fields) {
         const Json from = leftFields.value(field, Json());
         const Json to = rightFields.value(field, Json());
@@ -265,7 +265,7 @@ void addDiff(CLI::App& program) {
     addJson(*command, options->json);
     command->add_flag("--exit-code", options->exitCode,
                       "Exit with 1 if something moved, with 0 only if nothing did");
-    command->footer(kExamples);
+    command->footer(kDiffExamples);
     command->callback([options] { runDiff(*options); });
 }
 

@@ -15,7 +15,7 @@ namespace grallocinfo {
 
 namespace {
 
-constexpr char kExamples[] =
+constexpr char kFormatsExamples[] =
         "Examples:\n"
         "  grallocinfo formats\n"
         "  grallocinfo formats 1921x1083\n"
@@ -91,7 +91,7 @@ void addFormats(CLI::App& program) {
     addUsage(*command, options->usage);
     addJson(*command, options->json);
     addVerbose(*command, options->verbose);
-    command->footer(kExamples);
+    command->footer(kFormatsExamples);
     command->callback([options] { runFormats(*options); });
 }
 

@@ -25,7 +25,6 @@ struct FormatShape {
 };
 
 constexpr int32_t kCameraOpaque = 0x111;
-constexpr int32_t kNv12 = 0x1000;
 
 constexpr std::array kShapes{
         FormatShape{HAL_PIXEL_FORMAT_RGBA_8888, {{{"RGBA", 32}}}},

@@ -10,6 +10,9 @@
 
 namespace grallocinfo {
 
+// In no published header.
+inline constexpr int32_t kNv12 = 0x1000;
+
 // One plane of a layout, in bytes and rows. A row holds `pictureRowBytes` of the picture and then
 // stride padding; behind the picture's rows come rows of vertical padding, and behind the last
 // whole row `tailBytes` that make no row.

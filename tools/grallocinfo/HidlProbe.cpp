@@ -8,19 +8,16 @@
 
 namespace grallocinfo {
 
-using NSCam::GrallocAllocator::Allocator;
-using NSCam::GrallocAllocator::PixelFormat;
-using NSCam::GrallocMapper::IMapper;
-using NSCam::GrallocMapper::Mapper;
-using NSCam::GrallocMapper::PlaneLayout;
-
 namespace {
+
+namespace hidl = NSCam::GrallocMapper;
+using NSCam::GrallocAllocator::Allocator;
 
 // The library's classes do not report a missing mapper, and end the process without an allocator:
 // look for the services first.
 void requireServices() {
     using android::hardware::graphics::allocator::V4_0::IAllocator;
-    const bool mapper = IMapper::getService("default", false) != nullptr;
+    const bool mapper = hidl::IMapper::getService("default", false) != nullptr;
     if (mapper && IAllocator::getService("default", false) != nullptr) {
         return;
     }
@@ -32,10 +29,11 @@ void requireServices() {
 class HidlBuffer {
   public:
     explicit HidlBuffer(const zcam::GrallocRequest& request) {
-        const int32_t status = mAllocator.allocate(static_cast<uint32_t>(request.widthInPixels),
-                                                   static_cast<uint32_t>(request.heightInPixels),
-                                                   static_cast<PixelFormat>(request.format), 1,
-                                                   probeUsage(request), &mHandle, &mStride, 0, "");
+        const int32_t status = mAllocator.allocate(
+                static_cast<uint32_t>(request.widthInPixels),
+                static_cast<uint32_t>(request.heightInPixels),
+                static_cast<NSCam::GrallocAllocator::PixelFormat>(request.format), 1,
+                probeUsage(request), &mHandle, &mStride, 0, "");
         if (status != 0 || !mHandle) {
             throw Failure{ExitCode::kLibraryFailure, "ALLOCATION_REFUSED", status,
                           "the HIDL allocation answered " + mapperStatus(status) +
@@ -47,17 +45,17 @@ class HidlBuffer {
     HidlBuffer& operator=(const HidlBuffer&) = delete;
 
     uint32_t stride() const { return mStride; }
-    std::vector<PlaneLayout> planes() const;
+    std::vector<hidl::PlaneLayout> planes() const;
 
   private:
-    Mapper mMapper;
+    hidl::Mapper mMapper;
     Allocator mAllocator{mMapper};
     const native_handle* mHandle = nullptr;
     uint32_t mStride = 0;
 };
 
-std::vector<PlaneLayout> HidlBuffer::planes() const {
-    std::vector<PlaneLayout> layouts;
+std::vector<hidl::PlaneLayout> HidlBuffer::planes() const {
+    std::vector<hidl::PlaneLayout> layouts;
     const int32_t status = mMapper.getPlaneLayouts(mHandle, &layouts);
     if (status != 0) {
         throw Failure{ExitCode::kLibraryFailure, "LAYOUT_UNREADABLE", status,
@@ -73,7 +71,7 @@ MapperAnswer probeThroughHidl(const zcam::GrallocRequest& request) {
     requireServices();
     const HidlBuffer buffer(request);
     MapperAnswer answer{"hidl", buffer.stride(), {}};
-    for (const PlaneLayout& plane : buffer.planes()) {
+    for (const hidl::PlaneLayout& plane : buffer.planes()) {
         answer.planes.push_back(mapperPlane(plane));
     }
     return answer;

@@ -24,7 +24,7 @@ namespace {
 using aidl::android::hardware::graphics::allocator::IAllocator;
 using NSCam::Utils::ULog::ULogger;
 
-constexpr char kExamples[] =
+constexpr char kInfoExamples[] =
         "Examples:\n"
         "  grallocinfo info\n"
         "  grallocinfo info --json\n"
@@ -141,7 +141,7 @@ void addInfo(CLI::App& program) {
     CLI::App* const command =
             program.add_subcommand("info", "Show the versions and settings that answers depend on");
     addJson(*command, *json);
-    command->footer(kExamples);
+    command->footer(kInfoExamples);
     command->callback([json] { runInfo(*json); });
 }
 

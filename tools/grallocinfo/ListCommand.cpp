@@ -12,7 +12,7 @@ namespace grallocinfo {
 
 namespace {
 
-constexpr char kExamples[] =
+constexpr char kListExamples[] =
         "Examples:\n"
         "  grallocinfo list formats\n"
         "  grallocinfo list usages --json\n"
@@ -97,7 +97,7 @@ void addList(CLI::App& program) {
     addText(*command, "LIST", options->list, "What to list")
             ->type_name("formats|usages|dataspaces");
     addJson(*command, options->json);
-    command->footer(kExamples);
+    command->footer(kListExamples);
     command->callback([options] { runList(*options); });
 }
 

@@ -13,7 +13,7 @@ namespace grallocinfo {
 
 namespace {
 
-constexpr char kExamples[] =
+constexpr char kNameExamples[] =
         "Examples:\n"
         "  grallocinfo name --format 0x11\n"
         "  grallocinfo name --format YV12\n"
@@ -93,7 +93,7 @@ void addName(CLI::App& program) {
     codes->require_option(1);
     addJson(*command, options->json);
     addVerbose(*command, options->verbose);
-    command->footer(kExamples);
+    command->footer(kNameExamples);
     command->callback([options] { runName(*options); });
 }
 

@@ -140,7 +140,7 @@ std::string_view withoutPrefix(CodeKind kind, std::string_view name) {
 }
 
 // Every name that is read as `code`, the library's first.
-std::vector<std::string_view> namesOf(const NamedCode& code) {
+std::vector<std::string_view> allNamesOf(const NamedCode& code) {
     std::vector<std::string_view> names{code.name, code.fourcc};
     names.insert(names.end(), code.aliases.begin(), code.aliases.end());
     return names;
@@ -171,7 +171,7 @@ const std::vector<NamedCode>& namedCodes(CodeKind kind) {
 std::optional<uint32_t> codeOfName(CodeKind kind, std::string_view name) {
     const std::string_view bare = withoutPrefix(kind, name);
     for (const NamedCode& code : namedCodes(kind)) {
-        for (const std::string_view known : namesOf(code)) {
+        for (const std::string_view known : allNamesOf(code)) {
             if (!known.empty() && isSame(known, bare)) {
                 return code.code;
             }
@@ -200,7 +200,7 @@ std::string_view nearestName(CodeKind kind, std::string_view name) {
         consider(code.name);
     }
     for (const NamedCode& code : namedCodes(kind)) {
-        std::ranges::for_each(namesOf(code), consider);
+        std::ranges::for_each(allNamesOf(code), consider);
     }
     return nearest;
 }

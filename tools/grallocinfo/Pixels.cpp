@@ -8,13 +8,12 @@
 #include <libyuv.h>
 
 #include "platform/utils.h"
+#include "tools/grallocinfo/Geometry.h"
 #include "utils/gralloc/CodeTable.h"
 
 namespace grallocinfo {
 
 namespace {
-
-constexpr int32_t kNv12 = 0x1000;
 
 struct Plane {
     uint8_t* data = nullptr;

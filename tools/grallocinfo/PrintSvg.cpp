@@ -29,7 +29,7 @@ constexpr double kLegendStep = 124;
 constexpr double kMargin = 24;
 
 constexpr std::array<const char*, 3> kPlaneColours{"#3d7cc9", "#d9772b", "#3c9d63"};
-constexpr char kTailColour[] = "#8a8f98";
+constexpr char kTailFill[] = "#8a8f98";
 
 struct Scale {
     double pixelsPerByte;
@@ -253,11 +253,11 @@ void SvgPage::printBufferTail() {
     const double rows = double(mBuffer.tail()) / double(widestRow(mBuffer));
     const Box box{kPictureLeft, mY, kPictureWidth, rows * mScale.pixelsPerRow};
     mBody << "<g class=\"buffer-tail\" data-size=\"" << mBuffer.tail() << "\">\n";
-    printPadding("tail", box, kTailColour, kTailColour);
-    printOutline(box, kTailColour);
+    printPadding("tail", box, kTailFill, kTailFill);
+    printOutline(box, kTailFill);
     printOffset(mY, mBuffer.planesEnd);
     describe({kPictureLeft + kPictureWidth, mY},
-             {"tail of the buffer", counted(mBuffer.tail(), "byte") + " in no plane"}, kTailColour);
+             {"tail of the buffer", counted(mBuffer.tail(), "byte") + " in no plane"}, kTailFill);
     mBody << "</g>\n";
     mY += box.height;
 }

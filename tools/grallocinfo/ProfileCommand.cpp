@@ -27,7 +27,7 @@ namespace {
 using zelkcam::profile::Profile;
 using zelkcam::profile::Request;
 
-constexpr char kExamples[] =
+constexpr char kProfileExamples[] =
         "Examples:\n"
         "  grallocinfo profile record -o phone.json\n"
         "  grallocinfo profile show phone.json\n"
@@ -145,7 +145,7 @@ void runShow(const ShowOptions& options) {
     }
 }
 
-void runList() {
+void runListShipped() {
     Table table({{"profile", Align::kLeft}, {"device", Align::kLeft}});
     for (const auto& shipped : zelkcam::profile::shippedProfiles()) {
         const std::string name(shipped.name);
@@ -177,11 +177,11 @@ void addProfile(CLI::App& program) {
     CLI::App* const group =
             program.add_subcommand("profile", "Device profiles: record, show or list them");
     group->require_subcommand(1);
-    group->footer(kExamples);
+    group->footer(kProfileExamples);
     addRecord(*group);
     addShow(*group);
     group->add_subcommand("list", "List the profiles that come with the host platform")
-            ->callback([] { runList(); });
+            ->callback([] { runListShipped(); });
 }
 
 }  // namespace grallocinfo

@@ -37,16 +37,16 @@ struct Aspect {
     std::string (*of)(const Reply& reply);
 };
 
-size_t planesOf(const Reply& reply) {
+size_t planeCount(const Reply& reply) {
     return reply.shape->planes.size();
 }
 
 template <size_t kPlane, int64_t zelkcam::profile::PlaneNumbers::*kField>
 std::string planeNumber(const Reply& reply) {
-    return kPlane < planesOf(reply) ? std::to_string(reply.numbers.planes[kPlane].*kField) : "-";
+    return kPlane < planeCount(reply) ? std::to_string(reply.numbers.planes[kPlane].*kField) : "-";
 }
 
-std::string componentsOf(const Reply& reply) {
+std::string componentPlaces(const Reply& reply) {
     std::string text;
     for (const auto& plane : reply.shape->planes) {
         text += text.empty() ? "" : " | ";
@@ -59,20 +59,20 @@ std::string componentsOf(const Reply& reply) {
     return text;
 }
 
-std::string formatOf(const Reply& reply) {
+std::string formatText(const Reply& reply) {
     return describeFormat(formatName(reply.shape->format), reply.shape->format);
 }
 
 using Numbers = zelkcam::profile::PlaneNumbers;
 
 const Aspect kAspects[] = {
-        {95, "becomes", formatOf},
+        {95, "becomes", formatText},
         {90, "lock for reading",
          [](const Reply& reply) { return std::to_string(reply.locks.read); }},
         {85, "number of planes",
-         [](const Reply& reply) { return std::to_string(planesOf(reply)); }},
+         [](const Reply& reply) { return std::to_string(planeCount(reply)); }},
         {80, "modifier", [](const Reply& reply) { return hex(reply.shape->modifier); }},
-        {75, "components", componentsOf},
+        {75, "components", componentPlaces},
         {70, "row of plane 0", planeNumber<0, &Numbers::row>},
         {69, "row of plane 1", planeNumber<1, &Numbers::row>},
         {68, "row of plane 2", planeNumber<2, &Numbers::row>},

@@ -17,7 +17,7 @@ namespace grallocinfo {
 
 namespace {
 
-constexpr char kExamples[] =
+constexpr char kQueryExamples[] =
         "Examples:\n"
         "  grallocinfo query YCrCb_420_SP 1920x1080\n"
         "  grallocinfo query IMPLEMENTATION_DEFINED 4000x3000 --usage 'HW_CAMERA_ZSL' --json\n"
@@ -49,7 +49,7 @@ zcam::GrallocRequest requestOf(const QueryOptions& options) {
     return {parseUsage(options.usage), parseFormat(options.format), size.width, size.height};
 }
 
-void requireUsable(const QueryOptions& options) {
+void requireUsableQuery(const QueryOptions& options) {
     if (options.backend != "aidl" && options.backend != "hidl") {
         throw unusable("backend " + inQuotes(options.backend) +
                        " is not usable: expected aidl or hidl");
@@ -98,7 +98,7 @@ void printOutcome(const QueryOutcome& outcome, const QueryOptions& options) {
 
 void runQuery(const QueryOptions& options) {
     const zcam::GrallocRequest request = requestOf(options);
-    requireUsable(options);
+    requireUsableQuery(options);
     openLibraryLog(options.verbose);
     startLibrary();
     QueryOutcome outcome{queryLayout(request, options.force), std::nullopt, {}, {}};
@@ -135,7 +135,7 @@ void addQuery(CLI::App& program) {
             "hidl: also probe through the HIDL 4.0 pair and compare")
             ->type_name("aidl|hidl");
     addVerbose(*command, options->verbose);
-    command->footer(kExamples);
+    command->footer(kQueryExamples);
     command->callback([options] { runQuery(*options); });
 }
 

@@ -22,7 +22,7 @@ namespace grallocinfo {
 
 namespace {
 
-constexpr char kExamples[] =
+constexpr char kRunExamples[] =
         "Examples:\n"
         "  grallocinfo run -- ./camera_test --gtest_filter='Preview.*'\n"
         "  grallocinfo run --profile default --profile phone.json -- ./camera_test\n"
@@ -107,7 +107,7 @@ std::string describe(std::chrono::duration<double> time) {
     return text.str();
 }
 
-std::string counted(const CheckResult& result) {
+std::string countsOf(const CheckResult& result) {
     std::string text = std::to_string(result.findings.size());
     text += result.byContract.empty() ? ""
                                       : ", by contract " + std::to_string(result.byContract.size());
@@ -123,7 +123,7 @@ void printTable(const std::vector<Run>& runs, bool checked) {
     Table table(std::move(columns));
     for (const Run& run : runs) {
         table.add({run.profile, describe(run.ending), describe(run.ending.time),
-                   counted(run.result)});
+                   countsOf(run.result)});
     }
     table.print(std::cout);
 }
@@ -253,7 +253,7 @@ void addRun(CLI::App& program) {
                    "The program and its arguments, behind --; it is looked for in PATH")
             ->type_name("")
             ->required();
-    command->footer(kExamples);
+    command->footer(kRunExamples);
     command->callback([options] { runUnderProfiles(*options); });
 }
 

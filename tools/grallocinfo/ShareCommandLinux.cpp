@@ -22,7 +22,7 @@ namespace {
 
 namespace transport = zelkcam::host;
 
-constexpr char kExamples[] =
+constexpr char kShareExamples[] =
         "Examples:\n"
         "  grallocinfo share YCrCb_420_SP 1920x1080 /tmp/buffer.sock\n"
         "  grallocinfo share RGBA_8888 640x480 --usage 'SW_READ_OFTEN|HW_TEXTURE' --once b.sock\n"
@@ -70,8 +70,8 @@ void printShared(const BufferAnswer& answer, const ShareOptions& options) {
     flushOutput();
 }
 
-void serve(const transport::TransportListener& listener, const native_handle* handle, bool once,
-           const Interruption& interruption) {
+void serveBuffer(const transport::TransportListener& listener, const native_handle* handle,
+                 bool once, const Interruption& interruption) {
     while (interruption.waitFor(listener.fd())) {
         const int error = sendTo(listener, handle);
         if (error != 0) {
@@ -92,7 +92,7 @@ void runShare(const ShareOptions& options) {
     const auto listener = listenAt(options.socket);
     const AidlBuffer buffer(request, usage);
     printShared(describeBuffer(buffer.handle(), buffer.mapper()), options);
-    serve(listener, buffer.handle(), options.once, interruption);
+    serveBuffer(listener, buffer.handle(), options.once, interruption);
 }
 
 }  // namespace
@@ -113,7 +113,7 @@ void addShare(CLI::App& program) {
     command->add_flag("--once", options->once, "End after the first client that got the buffer");
     addJson(*command, options->json);
     addVerbose(*command, options->verbose);
-    command->footer(kExamples);
+    command->footer(kShareExamples);
     command->callback([options] { runShare(*options); });
 }
 

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/utils.h"
 #include "profile/Evaluate.h"
 #include "profile/Shipped.h"
 #include "tools/grallocinfo/Arguments.h"
@@ -25,7 +26,7 @@ using zelkcam::profile::PlaneNumbers;
 using zelkcam::profile::Reply;
 using zelkcam::profile::Request;
 
-constexpr char kExamples[] =
+constexpr char kViewExamples[] =
         "Examples:\n"
         "  grallocinfo view frame.raw YCrCb_420_SP 1920x1080 -o frame.png\n"
         "  grallocinfo view frame.raw RAW10 4000x3000 --profile phone.json -o frame.png\n"
@@ -34,7 +35,6 @@ constexpr char kExamples[] =
 
 constexpr int32_t k422 = 0x10;
 constexpr int32_t k422Interleaved = 0x14;
-constexpr int32_t kYv12 = 0x32315659;
 constexpr int64_t kCb = 2;
 constexpr int64_t kCr = 4;
 
@@ -163,7 +163,7 @@ size_t planeWith(const Reply& reply, int64_t component, size_t otherwise) {
 std::vector<PlaneNumbers> drawnPlanes(const Reply& reply) {
     const auto& planes = reply.numbers.planes;
     const size_t count = reply.shape->planes.size();
-    if (reply.shape->format == kYv12 && count == 3) {
+    if (reply.shape->format == HAL_PIXEL_FORMAT_YV12 && count == 3) {
         return {planes[0], planes[planeWith(reply, kCr, 1)], planes[planeWith(reply, kCb, 2)]};
     }
     if (count == 3) {
@@ -248,7 +248,7 @@ void addView(CLI::App& program) {
     addText(*command, "--profile", options->profile, "The device's profile")
             ->type_name("NAME|FILE");
     addFile(*command, "-o", options->picture, "The picture's file, a PNG")->required();
-    command->footer(kExamples);
+    command->footer(kViewExamples);
     command->callback([options] { runView(*options); });
 }
 

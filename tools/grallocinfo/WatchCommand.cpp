@@ -18,7 +18,7 @@ namespace grallocinfo {
 
 namespace {
 
-constexpr char kExamples[] =
+constexpr char kWatchExamples[] =
         "Examples:\n"
         "  adb logcat | grallocinfo watch\n"
         "  ZELKCAM_ULOG_LEVEL=5 ./camera-program 2>&1 >/dev/null | grallocinfo watch\n"
@@ -182,7 +182,7 @@ void addWatch(CLI::App& program) {
     addText(*command, "LOG", options->file, "A log file; standard input if not given or -")
             ->required(false);
     addJson(*command, options->json);
-    command->footer(kExamples);
+    command->footer(kWatchExamples);
     command->callback([options] { runWatch(*options); });
 }
 

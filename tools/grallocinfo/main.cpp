@@ -97,7 +97,7 @@ bool isNegative(const std::string& word) {
 }
 
 // The words of a program that is to be run are no business of the parser's.
-std::vector<std::string> wordsOf(int argc, char** argv) {
+std::vector<std::string> argumentsOf(int argc, char** argv) {
     std::vector<std::string> words;
     const bool runs = argc > 1 && std::string(argv[1]) == "run";
     bool isOurs = true;
@@ -157,7 +157,7 @@ int run(const std::vector<std::string>& words) {
 
 int main(int argc, char** argv) try {
     using namespace grallocinfo;
-    const std::vector<std::string> words = wordsOf(argc, argv);
+    const std::vector<std::string> words = argumentsOf(argc, argv);
     gJson = asksForJson(words);
     onLibraryFatal(reportFatal);
     return run(words);
