@@ -114,7 +114,7 @@ std::optional<size_t> terminalWidth() {
     if (const char* const columns = getenv("COLUMNS"); columns && *columns) {
         char* end = nullptr;
         const long asked = strtol(columns, &end, 10);
-        if (asked > 0 && *end == '\0') {
+        if (asked > 0 && asked <= UINT16_MAX && *end == '\0') {  // as a terminal can have
             return static_cast<size_t>(asked);
         }
         remark("COLUMNS is " + inQuotes(columns) +
