@@ -45,14 +45,16 @@ TEST(Properties, TheProcessComesBeforeTheEnvironmentAndThatBeforeTheFile) {
     // Set to nothing by the process, the property is empty, not what lies below.
     EXPECT_EQ(property_set("vendor.a.b", nullptr), 0);
     EXPECT_EQ(get("vendor.a.b", "default"), "default");
+    unsetenv("ZELKCAM_HOST_PROPERTIES");
     std::remove(path.c_str());
 }
 
 TEST(Properties, AFileThatCannotBeReadIsNamedOnce) {
     setenv("ZELKCAM_HOST_PROPERTIES", "/nonexistent", 1);
     testing::internal::CaptureStderr();
-    EXPECT_EQ(get("c", "default"), "default");
-    EXPECT_EQ(get("c", "default"), "default");
+    EXPECT_EQ(get("unheard of", "default"), "default");
+    EXPECT_EQ(get("unheard of", "default"), "default");
+    unsetenv("ZELKCAM_HOST_PROPERTIES");
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "zelkcam: ZELKCAM_HOST_PROPERTIES=/nonexistent cannot be read; no property is taken "
               "from it\n");
