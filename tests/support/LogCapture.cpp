@@ -15,26 +15,26 @@ namespace {
 
 using NSCam::Utils::ULog::ULogger;
 
-struct State {
+struct Captured {
     std::mutex lock;
     std::vector<LogLine> lines;
     bool echo = false;
     bool errorsWanted = true;
 };
 
-State& state() {
-    static State& instance = *new State;
+Captured& captured() {
+    static Captured& instance = *new Captured;
     return instance;
 }
 
 void addLine(const LogLine& line) {
-    const std::lock_guard guard(state().lock);
+    const std::lock_guard guard(captured().lock);
     const char* const output = line.switchboard ? "switchboard" : "android";
-    if (state().echo) {
+    if (captured().echo) {
         fprintf(stderr, "%s %d %s %s\n", output, line.level, line.tag.c_str(), line.text.c_str());
     }
     if (line.tag.starts_with("ZelkCam/")) {
-        state().lines.push_back(line);
+        captured().lines.push_back(line);
     }
 }
 
@@ -104,12 +104,12 @@ void setLog(const LogSettings& settings) {
 }
 
 void setErrorOutputWanted(bool wanted) {
-    state().errorsWanted = wanted;
+    captured().errorsWanted = wanted;
 }
 
 std::vector<LogLine> takeRawLog() {
-    const std::lock_guard guard(state().lock);
-    return std::exchange(state().lines, {});
+    const std::lock_guard guard(captured().lock);
+    return std::exchange(captured().lines, {});
 }
 
 std::vector<std::string> takeLog() {
@@ -128,7 +128,7 @@ std::vector<std::string> takeLog() {
 }
 
 void echoLog() {
-    state().echo = true;
+    captured().echo = true;
 }
 
 }  // namespace zelkcam::test
@@ -155,7 +155,7 @@ void __android_log_assert(const char* condition, const char* tag, const char* fo
 
 int zelkcam_testLog(const char* tag, int level) {
     fprintf(stderr, "testLog %s %d\n", tag, level);
-    return zelkcam::test::state().errorsWanted ? 1 : 0;
+    return zelkcam::test::captured().errorsWanted ? 1 : 0;
 }
 
 }  // extern "C"

@@ -53,6 +53,10 @@ BufferDescriptorInfo describe(Format format, int32_t width, int32_t height,
     return info;
 }
 
+inline BufferDescriptorInfo plain() {
+    return describe(PixelFormat::RGBA_8888, 64, 64);
+}
+
 using LockResult = std::pair<AIMapper_Error, void*>;
 inline LockResult lock(buffer_handle_t handle, uint64_t usage = kReadWriteOften, ARect region = {},
                        int fence = -1) {

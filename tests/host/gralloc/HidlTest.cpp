@@ -2,6 +2,7 @@
 // once. The rules themselves are asked through the stable C mapper.
 #include <fcntl.h>
 #include <sys/eventfd.h>
+#include <unistd.h>
 
 #include <gralloctypes/Gralloc4.h>
 
@@ -51,10 +52,6 @@ std::tuple<AIMapper_Error, Out...> ask(Method method, const Arguments&... argume
         heard = {stable(error), out...};
     });
     return heard;
-}
-
-BufferDescriptorInfo plain() {
-    return describe(PixelFormat::RGBA_8888, 64, 64);
 }
 
 TEST(Hidl, RefusesRequestsByTheirKind) {
@@ -222,14 +219,20 @@ TEST(Hidl, ValidatesAgainstTheBufferAsLaidOut) {
     }
 }
 
+// What was asked for once stays: the child of a death test starts anew.
 TEST(DefaultServices, AreMissingWhileTheyAreSwitchedOff) {
-    for (const bool isOff : {true, false}) {
-        isOff ? setenv("ZELKCAM_HOST_SERVICES", "none", 1) : unsetenv("ZELKCAM_HOST_SERVICES");
-        const ndk::SpAIBinder binder(AServiceManager_checkService(kAllocatorName));
-        EXPECT_EQ(binder.get() == nullptr, isOff);
-        EXPECT_EQ(IMapper::getService() == nullptr, isOff);
-        EXPECT_EQ(HidlAllocator::getService() == nullptr, isOff);
-    }
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto ask = [] {
+        for (const bool isOff : {true, false}) {
+            isOff ? setenv("ZELKCAM_HOST_SERVICES", "none", 1) : unsetenv("ZELKCAM_HOST_SERVICES");
+            const ndk::SpAIBinder binder(AServiceManager_checkService(kAllocatorName));
+            EXPECT_EQ(binder.get() == nullptr, isOff);
+            EXPECT_EQ(IMapper::getService() == nullptr, isOff);
+            EXPECT_EQ(HidlAllocator::getService() == nullptr, isOff);
+        }
+        _exit(testing::Test::HasFailure() ? 1 : 0);
+    };
+    EXPECT_EXIT(ask(), testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

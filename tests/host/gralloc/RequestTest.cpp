@@ -12,10 +12,6 @@ using aidl::android::hardware::graphics::common::Dataspace;
 
 constexpr char kDataspaceOption[] = "android.hardware.graphics.common.Dataspace";
 
-BufferDescriptorInfo plain() {
-    return describe(PixelFormat::RGBA_8888, 64, 64);
-}
-
 bool isSupported(const BufferDescriptorInfo& info) {
     bool supported = true;
     EXPECT_TRUE(allocator().isSupported(info, &supported).isOk());
