@@ -67,7 +67,8 @@ int64_t startUp(Stage& stage) {
     return request(kBlob)(stage);
 }
 
-// ---- Of the AIDL pair, built once; never destroyed, as the process may end in a trial.
+// ---- Of the AIDL pair, where the facade's do not pass already; built once; never destroyed, as
+// the process may end in a trial.
 
 const MapperV5& mapper() {
     static const auto& instance = *new MapperV5(AllocatorAidl::createInstance());
@@ -89,16 +90,6 @@ BufferDescriptorInfo descriptor(int32_t format) {
     return info;
 }
 
-int64_t import(Stage& stage) {
-    const native_handle* imported = nullptr;
-    const int32_t result = mapper().importBuffer(stage.raw, &imported);
-    const Pause pause;
-    if (imported != nullptr) {
-        mapper().freeBuffer(imported);
-    }
-    return imported == nullptr || result == 0 ? result : kWrongOutputs;
-}
-
 // As YCbCr: the widest form, which makes the others' calls too.
 int64_t lock(Stage& stage) {
     android_ycbcr ycbcr = {};
@@ -112,19 +103,11 @@ int64_t lock(Stage& stage) {
     return (ycbcr.cstride == kUntouched) == (result != 0) ? result : kWrongOutputs;
 }
 
-int64_t unlock(Stage& stage) {
-    return mapper().unlock(stage.buffer);
-}
-
-// Either form of allocation: all buffers or none, and a stride with success only.
-template <uint32_t kCount>
+// All buffers or none, and a stride with success only.
 int64_t allocate(Stage&) {
     const native_handle* handles[3] = {};
     uint32_t stride = kUntouched;
-    const int32_t result =
-            kCount > 1 ? allocator().allocate(descriptor(kBlob), kCount, &stride, handles)
-                       : allocator().allocate(64, 1, PixelFormat::BLOB, 1, kCpu, handles, &stride,
-                                              0, "");
+    const int32_t result = allocator().allocate(descriptor(kBlob), 3, &stride, handles);
     const Pause pause;
     bool isNothingKept = true;
     for (const native_handle* const handle : handles) {
@@ -136,15 +119,6 @@ int64_t allocate(Stage&) {
     return (stride == kUntouched) == (result != 0) && (result == 0 || isNothingKept)
                    ? result
                    : kWrongOutputs;
-}
-
-int64_t buildMapper(Stage&) {
-    const auto service = [] {
-        const Pause pause;
-        return AllocatorAidl::createInstance();
-    }();
-    MapperV5 mapper(service);
-    return 0;
 }
 
 int64_t setPayload(Stage& stage) {
@@ -235,16 +209,12 @@ std::vector<Operation> allOperations() {
             {"unlock", [](Stage& s) { return helper().unlock(s.buffer); }, kBlob, {.locked = true}},
             {"setBufferSOF", [](Stage& s) { return helper().setBufferSOF(s.buffer, 5); }},
             {"setDirtyCamera", [](Stage& s) { return helper().setDirtyCamera(s.buffer); }},
-            {"MapperV5 import", import},
             {"MapperV5 lock", lock, kNv21, {.locks = 1}},
-            {"MapperV5 unlock", unlock, kNv21, {.success = -1, .locked = true}},  // no fence
-            {"allocate three", allocate<3>, 0},
-            {"allocate one", allocate<1>, 0},
+            {"allocate three", allocate, 0},
             {"AllocatorAidl free",
              [](Stage& s) { return allocator().free(std::exchange(s.buffer, nullptr)); }},
             {"set HDR10+", setPayload},
             {"get HDR10+", getPayload},
-            {"MapperV5", buildMapper, 0, {.mayEndProcess = true}},
     };
 }
 

@@ -5,11 +5,9 @@
 #include <chrono>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include <aidlcommonsupport/NativeHandle.h>
 #include <android/binder_manager.h>
-#include <android/binder_process.h>
 #include <gtest/gtest.h>
 
 #include "host/allocator/AllocatorService.h"
@@ -73,24 +71,6 @@ TEST(ServiceManager, WaitsUntilSomebodyRegisters) {
     EXPECT_EQ(2, references(binder));
 }
 
-TEST(ServiceManager, ManyThreadsMayAddAndCheck) {
-    const std::string name = nameOf("busy");
-    const int before = gLiving;
-    {
-        std::vector<std::jthread> threads;
-        for (int i = 0; i < 4; ++i) {
-            threads.emplace_back([&] {
-                for (int round = 0; round < 500; ++round) {
-                    add(name, SharedRefBase::make<Service>()->asBinder());
-                    const SpAIBinder binder(AServiceManager_checkService(name.c_str()));
-                    EXPECT_NE(nullptr, IAllocator::fromBinder(binder));
-                }
-            });
-        }
-    }
-    EXPECT_EQ(before + 1, gLiving);
-}
-
 TEST(LocalInterface, LivesAsLongAsItsBinderAndNoLonger) {
     const int before = gLiving;
     std::shared_ptr<Service> service = SharedRefBase::make<Service>();
@@ -106,15 +86,6 @@ TEST(LocalInterface, LivesAsLongAsItsBinderAndNoLonger) {
     EXPECT_EQ(1, references(service->asBinder()));  // a new one, gone with the statement
     service.reset();
     EXPECT_EQ(before, gLiving);
-}
-
-TEST(ThreadPool, IsAcceptedAndHasNothingToPoll) {
-    EXPECT_FALSE(ABinderProcess_isThreadPoolStarted());
-    ABinderProcess_startThreadPool();
-    EXPECT_TRUE(ABinderProcess_isThreadPoolStarted());
-    int fd = 0;
-    EXPECT_EQ(-EBADF, ABinderProcess_setupPolling(&fd));
-    EXPECT_EQ(-1, fd);
 }
 
 SpAIBinder foreignBinder(const char* descriptor) {
@@ -149,12 +120,6 @@ TEST(Binder, CarriesAnExtensionAndUnlinksADeathRecipientAtOnce) {
     EXPECT_EQ(STATUS_OK, AIBinder_getExtension(binder.get(), found.getR()));
     EXPECT_EQ(2, references(found));
 
-    const ndk::ScopedAIBinder_Weak weak(AIBinder_Weak_new(binder.get()));
-    const ndk::ScopedAIBinder_Weak clone(AIBinder_Weak_clone(weak.get()));
-    EXPECT_EQ(binder, clone.promote());
-    EXPECT_FALSE(AIBinder_Weak_lt(weak.get(), clone.get()));
-    EXPECT_NE(AIBinder_lt(binder.get(), found.get()), AIBinder_lt(found.get(), binder.get()));
-
     int unlinked = 0;
     const ndk::ScopedAIBinder_DeathRecipient recipient(AIBinder_DeathRecipient_new([](void*) {}));
     AIBinder_DeathRecipient_setOnUnlinked(recipient.get(),
@@ -163,7 +128,6 @@ TEST(Binder, CarriesAnExtensionAndUnlinksADeathRecipientAtOnce) {
               AIBinder_linkToDeath(binder.get(), recipient.get(), &unlinked));
     EXPECT_EQ(1, unlinked);
     binder.set(nullptr);
-    EXPECT_EQ(nullptr, clone.promote());
     EXPECT_EQ(1, references(found));
 }
 

@@ -19,7 +19,6 @@ using aidl::android::hardware::graphics::common::StandardMetadataType;
 using android::BAD_VALUE;
 using android::NO_ERROR;
 using android::status_t;
-using android::hardware::graphics::common::V1_2::PixelFormat;
 using android::hardware::graphics::mapper::V4_0::IMapper;
 using Blob = std::vector<uint8_t>;
 using Bytes = android::hardware::hidl_vec<uint8_t>;
@@ -109,15 +108,8 @@ TEST(Gralloc4, PlaneLayoutsShareTheirBytesAndAppend) {
     EXPECT_TRUE(decoded.empty()) << "cleared, what was there before as well";
 }
 
-TEST(Gralloc4, NegativeCountsAreNoPlanesButAnEmptyBlob) {
-    Blob planeBytes = stableBytes<StandardMetadataType::PLANE_LAYOUTS>(Planes());
-    std::fill(planeBytes.end() - 8, planeBytes.end(), 0xff);
-    Planes planes;
-    EXPECT_EQ(decodePlaneLayouts(planeBytes, &planes), BAD_VALUE);
-    planeBytes.back() = 0x7f;  // more than can be, without memory for them
-    EXPECT_EQ(decodePlaneLayouts(planeBytes, &planes), BAD_VALUE);
-    EXPECT_EQ(planes.capacity(), 0u);
-
+// Of planes it is an error, as the fuzzer sees.
+TEST(Gralloc4, ANegativeCountIsAnEmptyBlob) {
     Blob blobBytes = stableBytes<StandardMetadataType::SMPTE2094_40>(std::optional<Blob>{Blob()});
     std::fill(blobBytes.end() - 8, blobBytes.end(), 0xff);
     std::optional<Blob> blob;
@@ -160,25 +152,6 @@ TEST(Gralloc4, PlainValuesCarryTheirOwnTypesHeader) {
     EXPECT_EQ(bytes.size(), 77u);
     EXPECT_EQ(decodeDouble(stride, bytes, &ratio), NO_ERROR);
     EXPECT_EQ(ratio, -0.75);
-}
-
-TEST(Gralloc4, BufferDescriptionsHaveNoHeader) {
-    const IMapper::BufferDescriptorInfo info{"cam", 64, 48, 1, PixelFormat::RAW10, 1ull << 63, 5};
-    const Blob expected = {3,  0, 0, 0, 0,    0, 0, 0, 'c',  'a', 'm', 64, 0, 0, 0,
-                           48, 0, 0, 0, 1,    0, 0, 0, 0x25, 0,   0,   0,  0, 0, 0,
-                           0,  0, 0, 0, 0x80, 5, 0, 0, 0,    0,   0,   0,  0};
-    Bytes bytes;
-    ASSERT_EQ(encodeBufferDescriptorInfo(info, &bytes), NO_ERROR);
-    EXPECT_EQ(Blob(bytes), expected);
-    IMapper::BufferDescriptorInfo decoded;
-    ASSERT_EQ(decodeBufferDescriptorInfo(bytes, &decoded), NO_ERROR);
-    EXPECT_EQ(decoded, info);
-
-    const Blob cut(expected.begin(), expected.end() - 1);
-    EXPECT_EQ(decodeBufferDescriptorInfo(cut, &decoded), BAD_VALUE);
-    bytes.resize(bytes.size() + 1);
-    EXPECT_EQ(decodeBufferDescriptorInfo(bytes, &decoded), BAD_VALUE);
-    EXPECT_EQ(decoded, info) << "untouched by failures";
 }
 
 TEST(Gralloc4, EveryBeginningOfAStandardNameCountsAsStandard) {

@@ -82,15 +82,6 @@ TEST(Name, ListedFourccsAreThoseOfTheMapper) {
     }
 }
 
-TEST(Name, NumbersAreDecimalOrHexadecimalAndOnlyDataspacesNegative) {
-    EXPECT_EQ(parseFormat("34"), 0x22);
-    EXPECT_EQ(parseFormat("0X22"), 0x22);
-    EXPECT_EQ(parseUsage("0xffffffff"), 0xFFFFFFFFu);
-    EXPECT_EQ(parseUsage("0|65536|SW_READ_OFTEN"), 0x10003u);
-    EXPECT_EQ(parseDataspace("-1"), -1);
-    EXPECT_EQ(parseDataspace("-2147483648"), INT32_MIN);
-}
-
 // Without an allocator, which names do not need.
 TEST(Name, PrintsTheOtherSideOfACodeAndRemarksThatThereIsNone) {
     const Words noServices{"ZELKCAM_HOST_SERVICES=none"};

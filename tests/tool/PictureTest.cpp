@@ -21,28 +21,6 @@ using namespace grallocinfo;
 using testing::HasSubstr;
 using testing::Not;
 
-struct Box {
-    double x, y, width, height;
-};
-
-// The first box of `kind` in a plane's group, in pixels of the drawing.
-Box boxOf(const std::string& group, const std::string& kind) {
-    std::smatch box;
-    const std::regex pattern("class=\"" + kind +
-                             "\" x=\"([0-9.]+)\" y=\"([0-9.]+)\" width=\"([0-9.]+)\" "
-                             "height=\"([0-9.]+)\"");
-    EXPECT_TRUE(std::regex_search(group, box, pattern)) << kind;
-    return {std::stod(box[1]), std::stod(box[2]), std::stod(box[3]), std::stod(box[4])};
-}
-
-std::vector<std::string> planesIn(const std::string& svg) {
-    std::vector<std::string> groups;
-    for (size_t at = 0; (at = svg.find("<g class=\"plane\"", at)) != std::string::npos; ++at) {
-        groups.push_back(svg.substr(at, svg.find("</g>", at) - at));
-    }
-    return groups;
-}
-
 zcam::GrallocStaticInfo layoutOf(int32_t format, int32_t width, int32_t height,
                                  std::vector<zcam::GrallocStaticInfo::Plane> planes) {
     zcam::GrallocStaticInfo layout;
@@ -56,30 +34,6 @@ zcam::GrallocStaticInfo layoutOf(int32_t format, int32_t width, int32_t height,
 using Extent = std::pair<uint64_t, uint64_t>;  // bytes of a row, and rows
 
 }  // namespace
-
-TEST(Drawing, IsToScale) {
-    const ScratchFolder folder;
-    const Json answer = runForDocument({"query", "YV12", "1921x1083"})["planes"];
-    ASSERT_EQ(runTool({"query", "YV12", "1921x1083", "--svg", folder / "p.svg"}).status, 0);
-    const auto planes = planesIn(contentsOf(folder / "p.svg"));
-    ASSERT_EQ(planes.size(), 3u);
-    const Extent kPictures[] = {{1921, 1083}, {960, 541}, {960, 541}};
-    // One scale for all planes: that of the first one's picture.
-    const double across = boxOf(planes[0], "picture").width / 1921;
-    const double down = boxOf(planes[0], "picture").height / 1083;
-    double y = boxOf(planes[0], "outline").y;
-    for (size_t i = 0; i < planes.size(); ++i) {
-        const auto stride = answer[i]["rowStrideInBytes"].get<double>();
-        const Box outline = boxOf(planes[i], "outline");
-        const Box picture = boxOf(planes[i], "picture");
-        EXPECT_NEAR(outline.width, stride * across, 0.1);
-        EXPECT_NEAR(outline.height, answer[i]["sizeInBytes"].get<double>() / stride * down, 0.1);
-        EXPECT_NEAR(outline.y, y, 0.1);
-        EXPECT_NEAR(picture.width, double(kPictures[i].first) * across, 0.1);
-        EXPECT_NEAR(picture.height, double(kPictures[i].second) * down, 0.1);
-        y += outline.height;
-    }
-}
 
 // Planes with room for more in each direction, which the host's never have.
 TEST(Drawing, TellsPaddingOfBothDirectionsFromThePicture) {

@@ -8,17 +8,7 @@
 extern "C" {
 #endif
 
-typedef enum android_LogPriority {
-    ANDROID_LOG_UNKNOWN = 0,
-    ANDROID_LOG_DEFAULT,
-    ANDROID_LOG_VERBOSE,
-    ANDROID_LOG_DEBUG,
-    ANDROID_LOG_INFO,
-    ANDROID_LOG_WARN,
-    ANDROID_LOG_ERROR,
-    ANDROID_LOG_FATAL,
-    ANDROID_LOG_SILENT,
-} android_LogPriority;
+enum { ANDROID_LOG_VERBOSE = 2, ANDROID_LOG_WARN = 5, ANDROID_LOG_ERROR = 6 };
 
 struct __android_log_message {
     size_t struct_size;
