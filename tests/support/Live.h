@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/Profiles.h"
 #include "utils/gralloc/IGrallocHelper.h"
 #include "utils/gralloc/aidl/v2/allocator/allocator.h"
 #include "utils/gralloc/aidl/v2/mapper/mapper.h"
@@ -22,6 +23,9 @@ struct Live {
     NSCam::IGrallocHelper& helper = *NSCam::IGrallocHelper::singleton();
     const NSCam::GrallocMapperAidlV2::MapperV5 mapper{AllocatorAidl::createInstance()};
     const AllocatorAidl allocator{AllocatorAidl::createInstance(), mapper};
+
+    // Contract: a request for a concrete format is probed with usage 0.
+    static bool mayProbe() { return !isStrict(); }
 
     // To be freed by the allocator or the mapper.
     const native_handle* allocate(int32_t format, uint32_t width, uint32_t height,

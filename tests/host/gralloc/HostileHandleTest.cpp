@@ -143,7 +143,8 @@ ScopedFileDescriptor forge(const SharedImage& image) {
 
 // Forgers who make both memories themselves and know how they refer to each other.
 TEST_F(HostileHandle, MadeWholeByAForger) {
-    constexpr size_t kPixelBytes = 640 * 480 * 3 / 2;
+    Import counted(good());
+    const size_t pixelBytes = *counted.value<T::ALLOCATION_SIZE>();
     const auto forgeFor = [&](const ScopedFileDescriptor& pixels) {
         SharedImage image = imageOf(good());
         image.header.pixelInode = inodeOf(pixels.get());
@@ -156,13 +157,13 @@ TEST_F(HostileHandle, MadeWholeByAForger) {
         return handle;
     };
     {
-        const ScopedFileDescriptor enough = memory(kPixelBytes);
+        const ScopedFileDescriptor enough = memory(pixelBytes);
         const Import control(handleOf(enough.get(), forgeFor(enough).get()));
     }
-    const ScopedFileDescriptor small = memory(kPixelBytes - 1);
+    const ScopedFileDescriptor small = memory(pixelBytes - 1);
     expectRefused(handleOf(small.get(), forgeFor(small).get()), "pixels one byte short");
 
-    const ScopedFileDescriptor both = memory(4 * kPixelBytes);
+    const ScopedFileDescriptor both = memory(4 * pixelBytes);
     SharedImage image = imageOf(good());
     image.header.pixelInode = inodeOf(both.get());
     pwrite(both.get(), &image, sizeof(image), 0);

@@ -77,6 +77,9 @@ constexpr char kExpected[] = R"(
 )";
 
 TEST(Layout, IsTheOneExpectedAtAnOddSize) {
+    if (profileInForce() != "default") {
+        GTEST_SKIP() << "the numbers are those of the profile default";
+    }
     std::string given = "\n";
     for (const int32_t format :
          {0x1,  0x2,  0x3,  0x4,   0x5,    0x10,       0x11,       0x14,
