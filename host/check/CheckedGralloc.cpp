@@ -184,6 +184,7 @@ AIMapper_Error CheckedGralloc::freeBuffer(buffer_handle_t handle) {
         locks = takeLocks(*import);
         forget(import, stack);
     }
+    admitWriters(*import, locks);
     if (!locks.empty()) {
         tell({"freed-while-locked", import->name + " was freed while it was locked", stack,
               Earlier{"locked here", locks.front().stack}});
@@ -191,7 +192,7 @@ AIMapper_Error CheckedGralloc::freeBuffer(buffer_handle_t handle) {
     for (HeldLock& lock : locks) {
         GuardedMapping::retire(std::move(lock.mapping), "freed here", stack);
     }
-    removeBorrowed(*import->handle);
+    removeBorrowed(*import->handle, stack);
     return mNext.freeBuffer(import->next);
 }
 
@@ -262,13 +263,17 @@ void* CheckedGralloc::hold(Import& import, bool writes, const Region& region, vo
 
 // The caller holds mMutex.
 std::vector<CheckedGralloc::HeldLock> CheckedGralloc::takeLocks(Import& import) {
-    for (const HeldLock& lock : import.locks) {
-        if (lock.padding != nullptr) {
-            mWriters.erase(import.bufferId);
-        }
-    }
     import.openLocks = 0;
     return std::exchange(import.locks, {});
+}
+
+// The next lock for writing fills the padding again, so the ended ones are checked before this.
+void CheckedGralloc::admitWriters(const Import& import, const std::vector<HeldLock>& ended) {
+    const auto wrote = [](const HeldLock& lock) { return lock.padding != nullptr; };
+    if (std::ranges::any_of(ended, wrote)) {
+        const std::lock_guard guard(mMutex);
+        mWriters.erase(import.bufferId);
+    }
 }
 
 // Which of several locks an unlock ends is not told, so all mappings stay until the last one.
@@ -315,9 +320,11 @@ AIMapper_Error CheckedGralloc::unlock(buffer_handle_t handle,
     if (import == nullptr) {
         return AIMAPPER_ERROR_BAD_BUFFER;
     }
+    watchFaults();
     const CallStack stack = CallStack::here();
     std::vector<HeldLock> ended = endLock(*import);
     checkWrites(*import, ended, stack);
+    admitWriters(*import, ended);
     for (HeldLock& lock : ended) {
         GuardedMapping::retire(std::move(lock.mapping), "unlocked here", stack);
     }

@@ -77,6 +77,7 @@ class CheckedGralloc : public gralloc::Gralloc {
     std::optional<Finding> enter(Import& import, HeldLock lock);
     std::vector<HeldLock> endLock(Import& import);
     std::vector<HeldLock> takeLocks(Import& import);
+    void admitWriters(const Import& import, const std::vector<HeldLock>& ended);
     void checkWrites(const Import& import, const std::vector<HeldLock>& locks,
                      const CallStack& stack) const;
     void tellPadding(const Import& import, const HeldLock& lock, const CallStack& stack) const;

@@ -9,6 +9,8 @@ struct DescriptorHooks {
     void (*closed)(int fd, bool wasOpen);
     // Told when `to` has become another number for what `from` is.
     void (*duplicated)(int from, int to);
+    // Told when all numbers from `first` to `last` were closed at one stroke.
+    void (*cleared)(unsigned first, unsigned last);
 };
 
 // Defined by the preloaded library; found by name, as most programs run without it. `hooks` live as

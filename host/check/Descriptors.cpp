@@ -3,8 +3,11 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <pthread.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -20,11 +23,19 @@ namespace {
 
 // So many neighbours are closed by nobody who knows what they are.
 constexpr int kSweepLength = 8;
+// Neighbours may be so far apart when nothing is open between them.
+constexpr int kSweepGap = 64;
+
+// Who closed a number last; empty when nobody did. No memory is asked for: programs close
+// descriptors in signal handlers. Higher numbers are not remembered.
+constexpr size_t kClosedCount = 4096;
+CallStack gClosed[kClosedCount];
 
 struct Known {
     std::string buffer;
     CallStack stack;
     pid_t process;
+    std::pair<dev_t, ino_t> file;
 };
 
 // One descriptor after the other is closed, upwards or downwards.
@@ -37,9 +48,9 @@ struct Sweep {
 struct State {
     std::mutex mutex;
     bool watching = false;
+    pid_t process = getpid();
     std::map<int, Known> borrowed;
     std::map<int, Known> fences;
-    std::map<int, CallStack> closed;  // who closed a number last
     Sweep sweep;
     std::vector<Finding> pending;
 };
@@ -50,7 +61,7 @@ State& state() {
 }
 
 // A signal handler may close a descriptor while this thread is in here.
-thread_local bool tlsBusy = false;
+thread_local bool tlsBusy __attribute__((tls_model("initial-exec"))) = false;
 
 class Hold {
   public:
@@ -61,15 +72,50 @@ class Hold {
     std::lock_guard<std::mutex> mGuard;
 };
 
+// Not what the checker does itself, and not what a child of vfork() does: it runs in the memory of
+// its parent, with descriptors of its own.
+bool isWatched() {
+    return !tlsBusy && !isTelling() && state().process == getpid();
+}
+
+CallStack* closerOf(int fd) {
+    const auto index = static_cast<size_t>(fd);
+    return index < kClosedCount ? &gClosed[index] : nullptr;
+}
+
+void forgetCloser(int fd) {
+    if (CallStack* const closer = closerOf(fd)) {
+        *closer = CallStack();
+    }
+}
+
+// Zeros when `fd` is not open.
+std::pair<dev_t, ino_t> fileOf(int fd) {
+    struct stat status = {};
+    fstat(fd, &status);
+    return {status.st_dev, status.st_ino};
+}
+
 const Known* findOwn(const std::map<int, Known>& known, int fd) {
     const auto found = known.find(fd);
     return found != known.end() && found->second.process == getpid() ? &found->second : nullptr;
 }
 
-void noteSweep(int fd) {
+bool continuesSweep(int fd) {
+    const Sweep& sweep = state().sweep;
+    if (sweep.length == 0 || pthread_equal(sweep.thread, pthread_self()) == 0 || fd == sweep.last ||
+        std::abs(fd - sweep.last) > kSweepGap) {
+        return false;
+    }
+    int between = std::min(fd, sweep.last) + 1;
+    while (between < std::max(fd, sweep.last) && fcntl(between, F_GETFD) < 0) {
+        ++between;
+    }
+    return between == std::max(fd, sweep.last);
+}
+
+void noteSweep(int fd, bool continues) {
     Sweep& sweep = state().sweep;
-    const bool continues = sweep.length > 0 && pthread_equal(sweep.thread, pthread_self()) != 0 &&
-                           (fd == sweep.last + 1 || fd == sweep.last - 1);
     sweep = {pthread_self(), fd, continues ? sweep.length + 1 : 1};
     if (sweep.length >= kSweepLength) {
         state().pending.clear();
@@ -86,11 +132,6 @@ std::vector<Finding> takePending(bool sweepsOn) {
     return sweepsOn ? std::vector<Finding>() : std::exchange(state().pending, {});
 }
 
-bool continuesSweep(int fd) {
-    const Sweep& sweep = state().sweep;
-    return sweep.length > 0 && (fd == sweep.last + 1 || fd == sweep.last - 1);
-}
-
 void tellAll(const std::vector<Finding>& findings) {
     for (const Finding& finding : findings) {
         tell(finding);
@@ -98,7 +139,7 @@ void tellAll(const std::vector<Finding>& findings) {
 }
 
 bool mayClose(int fd) {
-    if (tlsBusy || isTelling()) {
+    if (!isWatched()) {
         return true;
     }
     const CallStack stack = CallStack::here();
@@ -106,8 +147,9 @@ bool mayClose(int fd) {
     bool may = true;
     {
         const Hold hold;
-        told = takePending(continuesSweep(fd));
-        noteSweep(fd);
+        const bool sweeps = continuesSweep(fd);
+        told = takePending(sweeps);
+        noteSweep(fd, sweeps);
         if (const Known* const owner = findOwn(state().borrowed, fd)) {
             may = false;
             putOff({"closed-borrowed",
@@ -139,7 +181,7 @@ void judgeDoubleClose(Finding finding) {
 }
 
 void closed(int fd, bool wasOpen) {
-    if (tlsBusy || isTelling()) {
+    if (!isWatched()) {
         return;
     }
     const CallStack stack = CallStack::here();
@@ -147,11 +189,11 @@ void closed(int fd, bool wasOpen) {
     {
         const Hold hold;
         state().fences.erase(fd);
-        const auto before = state().closed.find(fd);
-        if (wasOpen) {
-            state().closed[fd] = stack;
-        } else if (before != state().closed.end()) {
-            twice = doubleClose(fd, stack, before->second);
+        CallStack* const closer = closerOf(fd);
+        if (closer != nullptr && wasOpen) {
+            *closer = stack;
+        } else if (closer != nullptr && !closer->frames().empty()) {
+            twice = doubleClose(fd, stack, *closer);
         }
     }
     if (twice) {
@@ -159,22 +201,39 @@ void closed(int fd, bool wasOpen) {
     }
 }
 
-// Another number for a fence has to be closed as well.
+// Another number for a fence has to be closed as well. What a number was is gone once it is a copy
+// of another.
 void duplicated(int from, int to) {
-    if (tlsBusy || isTelling()) {
+    if (!isWatched()) {
         return;
     }
     const Hold hold;
     if (const Known* const fence = findOwn(state().fences, from)) {
         state().fences[to] = *fence;
     }
-    state().closed.erase(to);
+    state().borrowed.erase(to);
+    forgetCloser(to);
 }
 
-constexpr DescriptorHooks kHooks = {mayClose, closed, duplicated};
+void cleared(unsigned first, unsigned last) {
+    if (!isWatched()) {
+        return;
+    }
+    const Hold hold;
+    const auto isCleared = [=](const auto& known) {
+        return static_cast<unsigned>(known.first) >= first &&
+               static_cast<unsigned>(known.first) <= last;
+    };
+    std::erase_if(state().fences, isCleared);
+    std::erase_if(state().borrowed, isCleared);
+    state().pending.clear();
+}
+
+constexpr DescriptorHooks kHooks = {mayClose, closed, duplicated, cleared};
 
 // Numbers that a child closes are those of the child; what the parent closed stays closed.
 void forgetInChild() {
+    state().process = getpid();
     state().borrowed.clear();
     state().fences.clear();
     state().pending.clear();
@@ -185,37 +244,50 @@ void forgetInChild() {
 }  // namespace
 
 bool watchDescriptors() {
+    pthread_atfork([] { state().mutex.lock(); }, [] { state().mutex.unlock(); }, forgetInChild);
     const auto watch = reinterpret_cast<decltype(&zelkcam_watchDescriptors)>(
             dlsym(RTLD_DEFAULT, kWatchDescriptors));
     if (watch == nullptr) {
         return false;
     }
     state().watching = true;
-    pthread_atfork([] { state().mutex.lock(); }, [] { state().mutex.unlock(); }, forgetInChild);
     watch(&kHooks);
     return true;
 }
 
 void addBorrowed(const native_handle_t& handle, const std::string& buffer, const CallStack& stack) {
     const Hold hold;
-    for (int i = 0; state().watching && i < handle.numFds; ++i) {
-        state().borrowed[handle.data[i]] = {buffer, stack, getpid()};
-        state().closed.erase(handle.data[i]);
+    for (int i = 0; i < handle.numFds; ++i) {
+        const int fd = handle.data[i];
+        state().borrowed[fd] = {buffer, stack, getpid(), fileOf(fd)};
+        forgetCloser(fd);
     }
 }
 
-void removeBorrowed(const native_handle_t& handle) {
-    const Hold hold;
-    for (int i = 0; i < handle.numFds; ++i) {
-        state().borrowed.erase(handle.data[i]);
+void removeBorrowed(const native_handle_t& handle, const CallStack& freed) {
+    std::vector<Finding> lost;
+    {
+        const Hold hold;
+        for (int i = 0; i < handle.numFds; ++i) {
+            const int fd = handle.data[i];
+            const Known* const known = findOwn(state().borrowed, fd);
+            if (known != nullptr && fileOf(fd) != known->file) {
+                lost.push_back({"closed-borrowed",
+                                "descriptor " + std::to_string(fd) + ", which belongs to " +
+                                        known->buffer + ", was closed before the buffer was freed",
+                                freed, Earlier{"imported here", known->stack}});
+            }
+            state().borrowed.erase(fd);
+        }
     }
+    tellAll(lost);
 }
 
 void addFence(int fd, const std::string& buffer, const CallStack& stack) {
     const Hold hold;
     if (fd >= 0 && state().watching) {
-        state().fences[fd] = {buffer, stack, getpid()};
-        state().closed.erase(fd);
+        state().fences[fd] = {buffer, stack, getpid(), fileOf(fd)};
+        forgetCloser(fd);
     }
 }
 
@@ -235,7 +307,7 @@ void tellLeakedFences() {
         fences.swap(state().fences);
     }
     for (const auto& [fd, fence] : fences) {
-        if (fence.process != getpid() || fcntl(fd, F_GETFD) < 0) {
+        if (fence.process != getpid() || fcntl(fd, F_GETFD) < 0 || fileOf(fd) != fence.file) {
             continue;
         }
         Finding finding{"leaked-fence",

@@ -2,6 +2,8 @@
 #include <execinfo.h>
 #include <pthread.h>
 
+#include <cstdlib>
+
 #include "host/check/CheckedGralloc.h"
 #include "host/check/Descriptors.h"
 
@@ -14,6 +16,12 @@ CheckedGralloc& checker() {
     return checker;
 }
 
+void tellHeld() {
+    tellPendingCloses();
+    tellLeakedFences();
+    checker().tellLeaks();
+}
+
 __attribute__((constructor)) void begin() {
     // The first call loads the unwinder, which takes memory; later ones may be in a signal handler.
     void* frame = nullptr;
@@ -21,15 +29,14 @@ __attribute__((constructor)) void begin() {
     decorateGralloc(checker());
     tellStarted();
     watchDescriptors();
+    at_quick_exit(tellHeld);
     pthread_atfork([] { checker().mutex().lock(); }, [] { checker().mutex().unlock(); },
                    [] { checker().mutex().unlock(); });
 }
 
 // Behind all destructors of the program's static objects, which may free buffers.
 __attribute__((destructor)) void end() {
-    tellPendingCloses();
-    tellLeakedFences();
-    checker().tellLeaks();
+    tellHeld();
 }
 
 }  // namespace

@@ -13,7 +13,8 @@ namespace {
 using gralloc::Layout;
 using gralloc::Plane;
 
-constexpr int64_t kPeriod = 4096;
+// A prime: rows begin at ever other places of the pattern, whatever their stride.
+constexpr int64_t kPeriod = 4093;
 
 // No byte of it is one that pictures are cleared with: 0, 16, 128, 255.
 constexpr std::array<std::byte, kPeriod> makePattern() {
@@ -60,7 +61,15 @@ int64_t firstChanged(const std::byte* pixels, int64_t begin, int64_t end) {
 
 // Any byte that is written may be the pattern's by chance, one in 61.
 bool isWhole(int64_t changed, int64_t size) {
-    return changed > 0 && changed >= size - size / 8;
+    return changed > 0 && size - changed <= size / 16 + 3;
+}
+
+// So many bytes in a row are the pattern's for no other reason than that nobody wrote them.
+constexpr int64_t kUnwritten = 4;
+
+// Of so many gaps some may look unwritten by chance.
+int64_t missedByChance(int64_t gap, int64_t count) {
+    return gap >= kUnwritten ? 0 : gap == 1 ? count / 8 + 1 : count / 256 + 1;
 }
 
 bool isUniform(const std::byte* pixels, int64_t begin, int64_t end) {
@@ -68,11 +77,19 @@ bool isUniform(const std::byte* pixels, int64_t begin, int64_t end) {
                        [first = pixels[begin]](std::byte byte) { return byte == first; });
 }
 
+// The last one of a gap in which something changed.
+int64_t lastChanged(const std::byte* pixels, int64_t begin, int64_t end) {
+    while (begin < end && pixels[end - 1] == kPattern[static_cast<size_t>((end - 1) % kPeriod)]) {
+        --end;
+    }
+    return end - 1;
+}
+
 int64_t divideUp(int64_t value, int64_t divisor) {
     return (value + divisor - 1) / divisor;
 }
 
-// Formats whose planes cannot state a sample increment: so many bytes hold so many pixels.
+// Formats whose pixels come in groups: so many bytes hold so many. Their planes cannot state it.
 struct Packing {
     int32_t format;
     int64_t pixels;
@@ -82,32 +99,25 @@ constexpr Packing kPackings[] = {
         {0x14, 2, 4}, {0x24, 4, 5}, {0x25, 4, 5}, {0x26, 2, 3}, {0x111, 4, 5},
 };
 
+int64_t bytesOfSamples(const Plane& plane, int64_t width) {
+    const int64_t samples = std::max(plane.widthInSamples,
+                                     divideUp(width, std::max(1, plane.horizontalSubsampling)));
+    return divideUp(samples * plane.sampleIncrementInBits, 8);
+}
+
 // Odd dimensions are rounded up: whoever writes the last half sample writes no padding.
 int64_t bytesOfRow(const Plane& plane, int32_t format, int64_t width) {
-    if (plane.sampleIncrementInBits > 0) {
-        int64_t bits = 0;
-        for (const gralloc::Component& component : plane.components) {
-            bits = std::max<int64_t>(bits, component.offsetInBits + component.sizeInBits);
-        }
-        bits = bits > 0 ? std::min<int64_t>(bits, plane.sampleIncrementInBits)
-                        : plane.sampleIncrementInBits;
-        const int64_t samples = std::max(plane.widthInSamples,
-                                         divideUp(width, std::max(1, plane.horizontalSubsampling)));
-        return divideUp((samples - 1) * plane.sampleIncrementInBits + bits, 8);
-    }
     const auto packing = std::ranges::find(kPackings, format, &Packing::format);
-    return packing != std::end(kPackings) ? divideUp(width, packing->pixels) * packing->bytes
-                                          : plane.strideInBytes;
+    if (packing != std::end(kPackings)) {
+        return divideUp(width, packing->pixels) * packing->bytes;
+    }
+    return plane.sampleIncrementInBits > 0 ? bytesOfSamples(plane, width) : plane.strideInBytes;
 }
 
 }  // namespace
 
 int64_t Padding::Rows::gapEnd(int64_t row) const {
     return std::max(gapBegin(row), std::min(offset + (row + 1) * stride, end));
-}
-
-int64_t Padding::Rows::below() const {
-    return std::min(offset + count * stride, end);
 }
 
 Padding::Padding(const gralloc::Description& description, const Layout& layout)
@@ -128,28 +138,31 @@ Padding::Padding(const gralloc::Description& description, const Layout& layout)
 void Padding::add(const Plane& plane, int64_t index, const gralloc::Description& description,
                   int64_t bytesOfRow) {
     const int64_t end = std::min(plane.offsetInBytes + plane.totalSizeInBytes, mSize);
-    if (plane.strideInBytes <= 0 || end <= plane.offsetInBytes) {
+    const int64_t bytes = std::min(bytesOfRow, plane.strideInBytes);
+    if (plane.strideInBytes <= 0 || end < plane.offsetInBytes + bytes) {
         return;
     }
     if (!mRows.empty() && mRows.back().stride == plane.strideInBytes) {
         Rows& before = mRows.back();
         const int64_t distance = plane.offsetInBytes - before.offset;
         if (distance >= 0 && distance < before.stride) {
-            before.bytes = std::min(before.stride, std::max(before.bytes, distance + bytesOfRow));
+            const bool isInterleaved = distance * 8 < plane.sampleIncrementInBits;
+            before.bytes =
+                    std::min(before.stride,
+                             std::max(before.bytes, (isInterleaved ? 0 : distance) + bytesOfRow));
             before.end = std::max(before.end, end);
             return;
         }
     }
     const int64_t rows = divideUp(description.height, std::max(1, plane.verticalSubsampling));
-    const int64_t bytes = std::min(bytesOfRow, plane.strideInBytes);
-    const int64_t fitting =
-            (end - plane.offsetInBytes + plane.strideInBytes - 1) / plane.strideInBytes;
+    const int64_t fitting = (end - plane.offsetInBytes - bytes) / plane.strideInBytes + 1;
     Rows added{};
     added.plane = index;
     added.offset = plane.offsetInBytes;
     added.stride = plane.strideInBytes;
     added.bytes = bytes;
     added.count = std::min(rows, fitting);
+    added.below = std::min(plane.offsetInBytes + rows * plane.strideInBytes, end);
     added.end = end;
     added.verticalSubsampling = std::max(1, plane.verticalSubsampling);
     mRows.push_back(std::move(added));
@@ -179,7 +192,7 @@ void Padding::forEachGap(Visit&& visit) const {
         for (int64_t row = 0; row < rows.count && rows.bytes < rows.stride; ++row) {
             visit(rows.gapBegin(row), rows.gapEnd(row));
         }
-        visit(rows.below(), rows.end);
+        visit(rows.below, rows.end);
     }
     for (const Gap& tail : mTails) {
         visit(tail.begin, tail.end);
@@ -218,48 +231,63 @@ bool Padding::isLastRowPart(const Rows& rows, const std::byte* pixels) const {
     while (changed > 0 && now[changed - 1] == rows.lastRow[static_cast<size_t>(changed - 1)]) {
         --changed;
     }
-    return changed > 0 && changed < size - size / 16 - 1;
+    // Where rows as long as their pixels, one behind the other, would end.
+    const int64_t packedEnd = rows.bytes - (rows.count - 1) * (rows.stride - rows.bytes);
+    const bool isPacked = packedEnd < size && changed <= packedEnd && changed > packedEnd - 3;
+    return changed > 0 && (isPacked || changed < size - size / 16 - 1);
 }
 
+Padding::Touches Padding::touchesOf(const Rows& rows, const std::byte* pixels, int64_t first,
+                                    int64_t last) {
+    Touches touches;
+    const int64_t gap = rows.stride - rows.bytes;
+    int64_t missed = 0;
+    for (int64_t row = 0; row < rows.count && gap > 0; ++row) {
+        const int64_t begin = rows.gapBegin(row);
+        const int64_t end = rows.gapEnd(row);
+        const int64_t from = firstChanged(pixels, begin, end);
+        if (from < end) {
+            const int64_t until = lastChanged(pixels, begin, end) + 1;
+            touches.first = touches.first < 0 ? row : touches.first;
+            touches.last = row;
+            touches.missed = missed;
+            touches.count += 1;
+            touches.parts += from > begin || until < end ? 1 : 0;
+            touches.longParts += from >= begin + kUnwritten || until <= end - kUnwritten ? 1 : 0;
+        }
+        missed += from == end && begin < end && row >= first && row <= last ? 1 : 0;
+    }
+    return touches;
+}
+
+// Of gaps that are all touched none is missed; of those that are touched in part, the same bytes of
+// many are missed, or many bytes of one.
 Padding::Verdict Padding::judgeRows(const Rows& rows, const std::byte* pixels,
                                     const gralloc::Region& region) const {
-    const int64_t gap = rows.stride - rows.bytes;
     const bool isPartial = region.bottom > region.top;
     const int64_t first = isPartial ? region.top / rows.verticalSubsampling : 0;
     const int64_t last =
             std::min(rows.count,
                      isPartial ? divideUp(region.bottom, rows.verticalSubsampling) : rows.count) -
             1;
-    int64_t firstTouched = -1;
-    int64_t lastTouched = -1;
-    int64_t untouched = 0;  // rows of the region, or parts of rows, up to the last touched one
-    int64_t misses = 0;
-    for (int64_t row = 0; row < rows.count && gap > 0; ++row) {
-        const int64_t begin = rows.gapBegin(row);
-        const int64_t end = rows.gapEnd(row);
-        const int64_t changed = begin < end ? countChanged(pixels, begin, end) : 0;
-        if (changed > 0) {
-            firstTouched = firstTouched < 0 ? row : firstTouched;
-            lastTouched = row;
-            untouched = misses + (gap >= 4 && !isWhole(changed, end - begin) ? 1 : 0);
-        }
-        misses += row >= first && row <= last && !isWhole(changed, end - begin) ? 1 : 0;
-    }
-    if (firstTouched < 0) {
+    const Touches touches = touchesOf(rows, pixels, first, last);
+    if (touches.first < 0) {
         return {};
     }
-    const int64_t byChance = gap < 4 ? (last - first) / 16 : 0;
-    const bool endsEarly =
-            lastTouched < last - 1 ||
-            (lastTouched == last - 1 && (first < last && isLastRowPart(rows, pixels)));
-    const bool beginsElsewhere = firstTouched < first || lastTouched > last;
-    const bool isTorn = endsEarly || beginsElsewhere || untouched > byChance;
-    return {isTorn ? Pattern::Torn : Pattern::Alike, firstTouched};
+    const int64_t gap = rows.stride - rows.bytes;
+    const bool hasParts = touches.longParts > 0 || touches.parts > touches.count / 2 + 1;
+    const bool hasAll = touches.count >= rows.count - 1 - missedByChance(gap, rows.count);
+    const bool endsEarly = touches.last < last - 1 || (touches.last == last - 1 && first < last &&
+                                                       isLastRowPart(rows, pixels));
+    const bool beginsElsewhere = !hasAll && (touches.first < first || touches.last > last);
+    const bool isTorn = hasParts || endsEarly || beginsElsewhere ||
+                        touches.missed > missedByChance(gap, touches.count);
+    return {isTorn ? Pattern::Torn : Pattern::Alike, touches.first};
 }
 
 // Whether all rows below the picture were written over the width of the picture at least.
 bool Padding::isWrittenInRows(const Rows& rows, const std::byte* pixels) const {
-    for (int64_t begin = rows.below(); begin < rows.end; begin += rows.stride) {
+    for (int64_t begin = rows.below; begin < rows.end; begin += rows.stride) {
         const int64_t end = std::min(begin + rows.bytes, rows.end);
         if (!isWhole(countChanged(pixels, begin, end), end - begin)) {
             return false;
@@ -280,10 +308,10 @@ bool Padding::endsEarly(const Rows& rows, const std::byte* pixels) const {
 // them for the beginning of the next plane leaves the end of that one unwritten.
 std::optional<PaddingChange> Padding::judgeBelow(const Rows& rows, const Rows* next,
                                                  const std::byte* pixels) const {
-    if (countChanged(pixels, rows.below(), rows.end) == 0) {
+    if (countChanged(pixels, rows.below, rows.end) == 0) {
         return std::nullopt;
     }
-    const int64_t first = firstChanged(pixels, rows.below(), rows.end);
+    const int64_t first = firstChanged(pixels, rows.below, rows.end);
     const bool tears =
             !isWrittenInRows(rows, pixels) || (next != nullptr && endsEarly(*next, pixels));
     return PaddingChange{"plane " + std::to_string(rows.plane) + " row " +
@@ -295,8 +323,7 @@ std::optional<PaddingChange> Padding::judgeBelow(const Rows& rows, const Rows* n
 
 std::optional<PaddingChange> Padding::judgePlane(const Rows& rows, const Rows* next,
                                                  const std::byte* pixels,
-                                                 const gralloc::Region& region) const {
-    const Verdict verdict = judgeRows(rows, pixels, region);
+                                                 const Verdict& verdict) const {
     const std::string where = "plane " + std::to_string(rows.plane) + " row " +
                               std::to_string(verdict.firstRow) + ", behind the " +
                               std::to_string(rows.bytes) + " bytes of the row";
@@ -328,10 +355,10 @@ bool Padding::isAllTouched(const std::byte* pixels) const {
         const bool isMissed =
                 begin < end && !isWhole(countChanged(pixels, begin, end), end - begin);
         gaps += begin < end ? 1 : 0;
-        shortMisses += isMissed && end - begin < 4 ? 1 : 0;
-        longMissed = longMissed || (isMissed && end - begin >= 4);
+        shortMisses += isMissed && end - begin < kUnwritten ? 1 : 0;
+        longMissed = longMissed || (isMissed && end - begin >= kUnwritten);
     });
-    return !longMissed && shortMisses <= gaps / 16;
+    return !longMissed && shortMisses <= missedByChance(1, gaps);
 }
 
 std::optional<PaddingChange> Padding::findChange(const std::byte* pixels,
@@ -342,13 +369,18 @@ std::optional<PaddingChange> Padding::findChange(const std::byte* pixels,
             found = change;
         }
     };
+    bool isTorn = false;
     for (size_t i = 0; i < mRows.size(); ++i) {
-        keep(judgePlane(mRows[i], i + 1 < mRows.size() ? &mRows[i + 1] : nullptr, pixels, region));
+        const Verdict verdict = judgeRows(mRows[i], pixels, region);
+        isTorn = isTorn || verdict.pattern == Pattern::Torn;
+        const Rows* const next = i + 1 < mRows.size() ? &mRows[i + 1] : nullptr;
+        keep(judgePlane(mRows[i], next, pixels, verdict));
     }
     for (const Gap& tail : mTails) {
         keep(judgeTail(tail, pixels));
     }
-    if (found && found->tears && isAllTouched(pixels)) {
+    // As by a copy of a whole buffer: what lies between planes looks torn, but is only copied.
+    if (found && found->tears && !isTorn && isAllTouched(pixels)) {
         return PaddingChange{"all of the buffer", false};
     }
     return found;

@@ -40,21 +40,29 @@ class Padding {
         int64_t offset;
         int64_t stride;
         int64_t bytes;  // of a row that hold pixels, from `offset` on
-        int64_t count;
-        int64_t end;  // where the plane ends, beginning at the allocation
+        int64_t count;  // those that the plane holds whole: of odd heights the last may be cut
+        int64_t below;  // where no row is any more
+        int64_t end;    // where the plane ends, beginning at the allocation
         int verticalSubsampling;
         std::vector<std::byte> firstRow;  // as they were at fill()
         std::vector<std::byte> lastRow;
 
         int64_t gapBegin(int64_t row) const { return offset + row * stride + bytes; }
         int64_t gapEnd(int64_t row) const;
-        int64_t below() const;
     };
     struct Gap {
         int64_t begin;
         int64_t end;
     };
-    enum class Touch { None, Part, Whole };
+    // What became of the gaps behind the rows.
+    struct Touches {
+        int64_t first = -1;  // rows; -1 when nothing changed
+        int64_t last = -1;
+        int64_t count = 0;      // of touched gaps
+        int64_t missed = 0;     // rows of the region, up to the last touched one
+        int64_t parts = 0;      // gaps whose begin or end is untouched, perhaps by chance
+        int64_t longParts = 0;  // and certainly
+    };
     enum class Pattern { Untouched, Alike, Torn };
     struct Verdict {
         Pattern pattern = Pattern::Untouched;
@@ -65,6 +73,8 @@ class Padding {
              int64_t bytesOfRow);
     static std::vector<std::byte> copyOf(const std::byte* pixels, int64_t row, const Rows& rows);
     void addTails();
+    static Touches touchesOf(const Rows& rows, const std::byte* pixels, int64_t first,
+                             int64_t last);
     Verdict judgeRows(const Rows& rows, const std::byte* pixels,
                       const gralloc::Region& region) const;
     bool isLastRowPart(const Rows& rows, const std::byte* pixels) const;
@@ -73,8 +83,7 @@ class Padding {
     std::optional<PaddingChange> judgeBelow(const Rows& rows, const Rows* next,
                                             const std::byte* pixels) const;
     std::optional<PaddingChange> judgePlane(const Rows& rows, const Rows* next,
-                                            const std::byte* pixels,
-                                            const gralloc::Region& region) const;
+                                            const std::byte* pixels, const Verdict& verdict) const;
     std::optional<PaddingChange> judgeTail(const Gap& tail, const std::byte* pixels) const;
     bool isAllTouched(const std::byte* pixels) const;
     template <typename Visit>

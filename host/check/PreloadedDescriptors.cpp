@@ -2,6 +2,7 @@
 // closed and does nothing else; in a process without the checker it only hands the calls on.
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <linux/close_range.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -108,6 +109,31 @@ int dup2(int from, int to) {
 int dup3(int from, int to, int flags) {
     static auto* const real = next<int(int, int, int)>("dup3");
     return tellDuplicated(from, replacing(to, [&] { return real(from, to, flags); }));
+}
+
+int close_range(unsigned first, unsigned last, int flags) noexcept {
+    static auto* const real = next<int(unsigned, unsigned, int)>("close_range");
+    const DescriptorHooks* const hooks = watcher();
+    if (hooks != nullptr && first == last && flags == 0) {
+        return close(static_cast<int>(first));
+    }
+    const int result = real(first, last, flags);
+    // Other flags close nothing now.
+    if (hooks != nullptr && result == 0 && (flags & ~CLOSE_RANGE_UNSHARE) == 0) {
+        const Inside inside;
+        hooks->cleared(first, last);
+    }
+    return result;
+}
+
+void closefrom(int first) noexcept {
+    static auto* const real = next<void(int)>("closefrom");
+    const DescriptorHooks* const hooks = watcher();
+    real(first);
+    if (hooks != nullptr) {
+        const Inside inside;
+        hooks->cleared(first > 0 ? static_cast<unsigned>(first) : 0, ~0U);
+    }
 }
 
 }  // extern "C"

@@ -2,12 +2,16 @@
 
 #include <cxxabi.h>
 #include <dwarf.h>
+#include <link.h>
+#include <pthread.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <string_view>
 
 #include <elfutils/libdw.h>
@@ -204,6 +208,71 @@ bool isLibrary(const Frame& frame) {
     return beginsWithAny(fileName(frame), {"libzelkcam_grallocutils", "libplexa"});
 }
 
+// Names that were found once: looking them up reads whole files, and a place is often told of many
+// times. All are looked up again after a library was unloaded, as others may lie there now.
+class Names {
+  public:
+    std::vector<Frame> resolve(const CallStack& stack) {
+        const std::lock_guard guard(mMutex);
+        forgetUnloaded();
+        Session session;  // holds descriptors, so not longer than this
+        std::vector<Frame> frames;
+        bool exact = stack.beginsAtInstruction();
+        for (void* const pc : stack.frames()) {
+            const auto address = reinterpret_cast<Dwarf_Addr>(pc) - (exact ? 0 : 1);
+            const std::vector<Frame>& found = framesAt(address, &session);
+            frames.insert(frames.end(), found.begin(), found.end());
+            exact = false;
+            if (!found.empty() && found.back().function == "main") {
+                break;
+            }
+        }
+        return frames;
+    }
+
+    std::mutex& mutex() { return mMutex; }
+
+  private:
+    void forgetUnloaded() {
+        const auto read = [](dl_phdr_info* info, size_t, void* unloaded) {
+            *static_cast<unsigned long long*>(unloaded) = info->dlpi_subs;
+            return 1;
+        };
+        unsigned long long unloaded = 0;
+        dl_iterate_phdr(read, &unloaded);
+        if (unloaded != mUnloaded) {
+            mFrames.clear();
+            mUnloaded = unloaded;
+        }
+    }
+
+    const std::vector<Frame>& framesAt(Dwarf_Addr address, Session* session) {
+        const auto [known, isNew] = mFrames.try_emplace(address);
+        if (isNew && *session == nullptr) {
+            *session = openSession();
+        }
+        if (isNew && *session != nullptr) {
+            addFrames(session->get(), address, &known->second);
+        }
+        return known->second;
+    }
+
+    std::mutex mMutex;
+    unsigned long long mUnloaded = 0;
+    std::map<Dwarf_Addr, std::vector<Frame>> mFrames;
+};
+
+// Never destroyed: findings are told while the process ends.
+Names& names() {
+    static auto& names = *new Names;
+    return names;
+}
+
+__attribute__((constructor)) void keepAcrossForks() {
+    pthread_atfork([] { names().mutex().lock(); }, [] { names().mutex().unlock(); },
+                   [] { names().mutex().unlock(); });
+}
+
 // Published headers define much inline, which then is in the program's own code.
 bool isPublishedHeader(const Frame& frame) {
     return frame.file.find("/host/include/") != std::string::npos ||
@@ -214,21 +283,7 @@ bool isPublishedHeader(const Frame& frame) {
 }  // namespace
 
 std::vector<Frame> resolve(const CallStack& stack) {
-    std::vector<Frame> frames;
-    const Session session = openSession();
-    if (session == nullptr) {
-        return frames;
-    }
-    bool exact = stack.beginsAtInstruction();
-    for (void* const pc : stack.frames()) {
-        const auto address = reinterpret_cast<Dwarf_Addr>(pc);
-        addFrames(session.get(), exact ? address : address - 1, &frames);
-        exact = false;
-        if (frames.back().function == "main") {
-            break;
-        }
-    }
-    return frames;
+    return names().resolve(stack);
 }
 
 Owner ownerOf(const std::vector<Frame>& frames) {
