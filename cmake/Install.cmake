@@ -36,7 +36,7 @@ foreach(pair zelkcam_grallocutils:. zelkcam_host:. plexa:. zelkcam_mapper:.. zel
     set_target_properties(${target} PROPERTIES INSTALL_RPATH "${path}")
 endforeach()
 install(TARGETS grallocinfo RUNTIME COMPONENT tool)
-install(TARGETS zelkcam_mapper zelkcam_check zelkcam_check_descriptors
+install(TARGETS zelkcam_mapper zelkcam_check zelkcam_check_descriptors zelkcam_quirk_extension
     LIBRARY DESTINATION ${private_dir} COMPONENT library)
 
 # A client that calls the published functions links the host platform, too; one that defines such a

@@ -111,6 +111,11 @@ constexpr Rule kRules[] = {
              quirks->growingMetadata = true;
              return true;
          }},
+        {"failing-extension", false,
+         [](const Setting&, Quirks* quirks) {
+             quirks->extensionFails = true;
+             return true;
+         }},
 };
 
 bool apply(std::string_view text, Quirks* quirks) {

@@ -25,6 +25,8 @@ struct Quirks {
     // Unlocks give a release fence that signals so much later.
     std::optional<std::chrono::milliseconds> fenceTime;
     bool growingMetadata = false;
+    // The buffer-attribute extension is another library's, so a preloaded one takes its place.
+    bool extensionFails = false;
 };
 
 // How long a fence takes that is never signalled: programs wait for fences without limit.

@@ -1,5 +1,6 @@
 // The host's buffers with faults on demand in front. In a process whose environment asks for none,
 // nothing of it is ever called.
+#include <dlfcn.h>
 #include <sys/timerfd.h>
 #include <unistd.h>
 
@@ -18,6 +19,8 @@ using gralloc::Gralloc;
 using gralloc::ScopedFileDescriptor;
 
 constexpr char kQuirksVariable[] = "ZELKCAM_HOST_QUIRKS";
+// Defined by the library that fails in the extension's place.
+constexpr char kFailingExtension[] = "zelkcam_failingExtension";
 
 // Counts the calls of one kind.
 class Counted {
@@ -114,7 +117,10 @@ class QuirkyGralloc : public Gralloc {
 Quirks quirksOf(const char* text) {
     std::string problem;
     const auto quirks = parseQuirks(text, &problem);
-    if (!quirks) {
+    if (quirks && quirks->extensionFails && dlsym(RTLD_DEFAULT, kFailingExtension) == nullptr) {
+        problem = "failing-extension needs LD_PRELOAD=libzelkcam_quirk_extension.so";
+    }
+    if (!problem.empty()) {
         reportVariable(kQuirksVariable, text, problem.c_str());
         _exit(2);
     }

@@ -21,17 +21,16 @@ std::string environment(const char* variable) {
 }
 
 // Beside the host platform's library, or installed in the folder of what only that loads.
-std::string preloadedLibrary() {
-    constexpr char kName[] = "libzelkcam_check_descriptors.so";
+std::string pathOf(const std::string& name) {
     Dl_info info = {};
     const auto* const known = reinterpret_cast<const void*>(&zelkcam::host::sendHandle);
     if (dladdr(known, &info) == 0 || info.dli_fname == nullptr) {
-        return kName;
+        return name;
     }
     const std::string path = info.dli_fname;
     const std::string folder = path.substr(0, path.rfind('/') + 1);
-    const std::string beside = folder + kName;
-    return access(beside.c_str(), R_OK) == 0 ? beside : folder + "zelkcam/" + kName;
+    const std::string beside = folder + name;
+    return access(beside.c_str(), R_OK) == 0 ? beside : folder + "zelkcam/" + name;
 }
 
 std::string joinedBy(const std::string& first, const std::string& second, char between) {
@@ -48,6 +47,18 @@ std::vector<Json>* listFor(const Json& line, CheckResult& result) {
 
 }  // namespace
 
+// AddressSanitizer's library wants to be the first, which is of no use to it here: what we preload
+// replaces none of its functions.
+Variables preloading(const std::vector<std::string>& libraries) {
+    std::string paths = environment("LD_PRELOAD");
+    for (const std::string& library : libraries) {
+        paths = joinedBy(pathOf(library), paths, ':');
+    }
+    return {{"LD_PRELOAD", paths},
+            {"ASAN_OPTIONS",
+             joinedBy("verify_asan_link_order=0", environment("ASAN_OPTIONS"), ':')}};
+}
+
 CheckFile::CheckFile() : mPath(environment("TMPDIR")) {
     mPath = (mPath.empty() ? "/tmp" : mPath) + "/grallocinfo-check-XXXXXX";
     const int fd = mkstemp(mPath.data());
@@ -61,15 +72,10 @@ CheckFile::~CheckFile() {
     unlink(mPath.c_str());
 }
 
-// AddressSanitizer's library wants to be the first, which is of no use to it here: what we preload
-// replaces none of its functions.
 Variables CheckFile::variables(bool strict) const {
     return {{"ZELKCAM_HOST_CHECK", "1"},
             {"ZELKCAM_HOST_CHECK_REPORT", mPath},
-            {"ZELKCAM_HOST_CHECK_STRICT", strict ? "1" : "0"},
-            {"LD_PRELOAD", joinedBy(preloadedLibrary(), environment("LD_PRELOAD"), ':')},
-            {"ASAN_OPTIONS",
-             joinedBy("verify_asan_link_order=0", environment("ASAN_OPTIONS"), ':')}};
+            {"ZELKCAM_HOST_CHECK_STRICT", strict ? "1" : "0"}};
 }
 
 CheckResult CheckFile::read() const {

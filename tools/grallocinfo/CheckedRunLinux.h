@@ -9,6 +9,13 @@
 
 namespace grallocinfo {
 
+// See descriptors closed; take the buffer-attribute extension's place and fail.
+inline constexpr char kDescriptorsLibrary[] = "libzelkcam_check_descriptors.so";
+inline constexpr char kFailingExtensionLibrary[] = "libzelkcam_quirk_extension.so";
+
+// What the program's environment needs for these to be loaded before its own libraries.
+Variables preloading(const std::vector<std::string>& libraries);
+
 // What the processes of one run tell.
 struct CheckResult {
     std::vector<Json> findings;

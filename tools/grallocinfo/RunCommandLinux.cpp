@@ -141,6 +141,23 @@ void printRun(const Run& run, const RunOptions& options) {
     }
 }
 
+bool isExtensionToFail(const std::string& quirk) {
+    std::string problem;
+    const auto quirks = zelkcam::host::quirks::parseQuirks(quirk, &problem);
+    return quirks && quirks->extensionFails;
+}
+
+std::vector<std::string> preloadedLibraries(const RunOptions& options) {
+    std::vector<std::string> libraries;
+    if (options.check) {
+        libraries.emplace_back(kDescriptorsLibrary);
+    }
+    if (std::ranges::any_of(options.quirks, isExtensionToFail)) {
+        libraries.emplace_back(kFailingExtensionLibrary);
+    }
+    return libraries;
+}
+
 Variables variablesFor(const std::string& profile, const RunOptions& options) {
     Variables variables = {{kProfileVariable, profile}};
     std::string quirks;
@@ -149,6 +166,10 @@ Variables variablesFor(const std::string& profile, const RunOptions& options) {
     }
     if (!quirks.empty()) {
         variables.emplace_back(kQuirksVariable, quirks);
+    }
+    if (const auto libraries = preloadedLibraries(options); !libraries.empty()) {
+        const Variables more = preloading(libraries);
+        variables.insert(variables.end(), more.begin(), more.end());
     }
     return variables;
 }
