@@ -18,9 +18,12 @@ template <typename MapperType, typename AllocatorType, typename PixelFormat, typ
 class BackendBuffers : public Buffers {
   public:
     template <typename... Service>
-    explicit BackendBuffers(Service... service)
-        : mMapper(*new MapperType(service...)),
+    explicit BackendBuffers(std::string name, Service... service)
+        : mName(std::move(name)),
+          mMapper(*new MapperType(service...)),
           mAllocator(*new AllocatorType(service..., mMapper)) {}
+
+    std::string name() const override { return mName; }
 
     const native_handle* allocate(int32_t format, uint32_t width, uint32_t height,
                                   uint64_t usage) override {
@@ -42,8 +45,18 @@ class BackendBuffers : public Buffers {
         return static_cast<unsigned char*>(data);
     }
     int unlock(const native_handle* handle) override { return mMapper.unlock(handle); }
+    std::vector<PlaneLayout> planes(const native_handle* handle) override {
+        std::vector<PlaneLayout> planes;
+        mMapper.getPlaneLayouts(handle, &planes);
+        return planes;
+    }
+    int32_t lockPlanes(const native_handle* handle, uint64_t usage, int fence) override {
+        android_ycbcr planes;
+        return mMapper.lock(handle, usage, Rect{0, 0, 0, 0}, fence, &planes);
+    }
 
   private:
+    const std::string mName;
     const MapperType& mMapper;
     const AllocatorType& mAllocator;
 };
@@ -56,7 +69,7 @@ using HidlBuffers =
 // The facade allocates nothing for its clients.
 class FacadeBuffers : public AidlBuffers {
   public:
-    FacadeBuffers() : AidlBuffers(AllocatorAidl::createInstance()) {}
+    FacadeBuffers() : AidlBuffers("facade", AllocatorAidl::createInstance()) {}
     const native_handle* import(const native_handle* raw) override {
         return mFacade.importBuffer(raw) != 0 ? raw : nullptr;
     }
@@ -82,9 +95,9 @@ Buffers& buffersBy(const std::string& name) {
         return *new FacadeBuffers;
     }
     if (name == "hidl") {
-        return *new HidlBuffers;
+        return *new HidlBuffers("hidl");
     }
-    return *new AidlBuffers(AllocatorAidl::createInstance());
+    return *new AidlBuffers("aidl", AllocatorAidl::createInstance());
 }
 
 }  // namespace zelkcam::test

@@ -1,6 +1,7 @@
 // What grallocinfo run --check tells of programs with one fault, and of programs without.
 #include <cstdlib>
 #include <fstream>
+#include <sstream>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -14,21 +15,29 @@ using Json = nlohmann::json;
 
 struct Checked {
     int status = -1;
-    Json run;
+    Json runs;
+    std::string text;  // what people read
 };
+
+std::string takeFile(const std::string& path) {
+    std::ostringstream text;
+    text << std::ifstream(path).rdbuf();
+    remove(path.c_str());
+    return text.str();
+}
 
 // Runs one of the programs beside this one.
 Checked check(const std::string& command, const std::string& options = "") {
-    const std::string report = testing::TempDir() + "/check-" + std::to_string(getpid()) + ".json";
+    const std::string base = testing::TempDir() + "/check-" + std::to_string(getpid());
     const std::string line = std::string("cd ") + PROGRAMS +
-                             " && ulimit -c 0 && ./grallocinfo run" + " --check --report " +
-                             report + " " + options + " -- ./" + command + " >/dev/null 2>&1";
+                             " && ulimit -c 0 && ./grallocinfo run --check --report " + base +
+                             ".json " + options + " -- ./" + command + " >/dev/null 2>" + base;
     Checked checked;
     checked.status = WEXITSTATUS(system(line.c_str()));  // NOLINT(cert-env33-c): our own words
-    const Json document = Json::parse(std::ifstream(report), nullptr, false);
-    remove(report.c_str());
-    EXPECT_FALSE(document.is_discarded()) << command;
-    checked.run = document.is_discarded() ? Json() : document["runs"][0];
+    const Json document = Json::parse(takeFile(base + ".json"), nullptr, false);
+    checked.text = takeFile(base);
+    EXPECT_FALSE(document.is_discarded()) << command << ": " << checked.text;
+    checked.runs = document.is_discarded() ? Json::array({Json()}) : document["runs"];
     return checked;
 }
 
@@ -75,16 +84,18 @@ const Case kCases[] = {
         {"overrunOneRow", {"padding-overwritten"}, "locked here", "plane 1 row 17"},
         {"closeFenceOfLock", {"double-close"}, "closed here"},
         {"closeBuffersDescriptor", {"closed-borrowed"}, "imported here"},
+        {"closeBuffersDescriptorAfterFree", {"double-close"}, "closed here"},
         {"leakInChild", {"leaked-import"}, "allocated here"},
         {"dropFence", {"leaked-fence"}, nullptr, "the release fence", 0, "--quirk late-fence=0"},
 };
 
 void expectTold(const Case& fault, const Checked& checked) {
+    const Json& run = checked.runs[0];
     EXPECT_EQ(checked.status, 1);
-    EXPECT_EQ(checked.run["signal"], fault.signal != 0 ? Json(fault.signal) : Json());
-    EXPECT_EQ(checked.run["exit"], fault.signal != 0 ? Json() : Json(0));
-    ASSERT_EQ(kindsOf(checked.run), fault.kinds) << checked.run.dump(1);
-    const Json& first = checked.run["findings"][0];
+    EXPECT_EQ(run["signal"], fault.signal != 0 ? Json(fault.signal) : Json());
+    EXPECT_EQ(run["exit"], fault.signal != 0 ? Json() : Json(0));
+    ASSERT_EQ(kindsOf(run), fault.kinds) << run.dump(1);
+    const Json& first = run["findings"][0];
     EXPECT_TRUE(names(first["stack"], fault.function)) << first.dump(1);
     EXPECT_NE(first["message"].get<std::string>().find(fault.message), std::string::npos) << first;
     EXPECT_EQ(first.contains("previous"), fault.previous != nullptr);
@@ -103,7 +114,7 @@ TEST_P(Check, FindsEveryFaultInItsFunctionAndNothingElse) {
     const std::string way = GetParam();
     for (const Case& fault : kCases) {
         SCOPED_TRACE(fault.function);
-        // The facade takes no fence and gives none.
+        // The helper takes no fence, and waits for those that it gets itself.
         if (way == "facade" && std::string(fault.function).find("Fence") != std::string::npos) {
             continue;
         }
@@ -112,19 +123,40 @@ TEST_P(Check, FindsEveryFaultInItsFunctionAndNothingElse) {
 }
 
 TEST_P(Check, FindsNothingInProgramsThatOnlyLookFaulty) {
-    const Checked checked = check(std::string("proper ") + GetParam());
-    EXPECT_EQ(checked.status, 0);
-    EXPECT_EQ(checked.run["findings"], Json::array()) << checked.run.dump(1);
+    const Checked checked = check(std::string("proper ") + GetParam(), "--profile all");
+    EXPECT_EQ(checked.status, 0) << checked.text;
+    EXPECT_GE(checked.runs.size(), 5);
+    for (const Json& run : checked.runs) {
+        EXPECT_EQ(run["findings"], Json::array()) << run.dump(1);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(ByEveryWay, Check, testing::Values("facade", "aidl", "hidl"),
                          [](const auto& way) { return std::string(way.param); });
 
 TEST(CheckOptions, StrictCountsPaddingThatIsWrittenAlike) {
-    const Checked strict = check("proper aidl", "--strict");
+    const Checked strict = check("proper aidl writeWholeRows", "--strict");
     EXPECT_EQ(strict.status, 1);
-    for (const std::string& kind : kindsOf(strict.run)) {
-        EXPECT_EQ(kind, "padding-overwritten");
+    EXPECT_THAT(kindsOf(strict.runs[0]), testing::Each("padding-overwritten"));
+}
+
+// The device closes acquire fences and gives release fences.
+TEST(CheckOptions, CountsWhatTheLibraryDoesByContractAndPrintsItWhenAsked) {
+    const struct {
+        const char* program;
+        int count;
+        const char* line;
+    } cases[] = {{"handTheFenceOn", 6, "[strict] by contract, double-close: "},
+                 {"failToLockPlanes", 1, "[strict] by contract, leaked-fence: "}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.program);
+        const std::string command = std::string("proper aidl ") + c.program;
+        const Checked quiet = check(command, "--profile strict");
+        const Checked verbose = check(command, "--profile strict --verbose");
+        EXPECT_EQ(quiet.status, 0);
+        EXPECT_EQ(quiet.runs[0]["byContract"], c.count);
+        EXPECT_EQ(quiet.text.find(c.line), std::string::npos);
+        EXPECT_NE(verbose.text.find(c.line), std::string::npos) << verbose.text;
     }
 }
 

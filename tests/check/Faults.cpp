@@ -1,4 +1,5 @@
 // A program with one fault: misuse WAY FAULT. Each fault is in the function of its name.
+#include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -25,6 +26,14 @@ const native_handle* make(Buffers& buffers) {
 // A write that the compiler keeps.
 void touch(unsigned char* address) {
     *static_cast<volatile unsigned char*>(address) = 1;
+}
+
+// No fault: ends with 1 unless the fence of an unlock signals soon.
+void awaitFence(Buffers& buffers) {
+    const native_handle* const handle = make(buffers);
+    buffers.lock(handle, kRead);
+    pollfd fence{buffers.unlock(handle), POLLIN, 0};
+    exit(fence.fd >= 0 && poll(&fence, 1, 500) == 1 ? 0 : 1);
 }
 
 }  // namespace
@@ -144,6 +153,13 @@ FAULT closeBuffersDescriptor(Buffers& buffers) {
     buffers.free(handle);
 }
 
+FAULT closeBuffersDescriptorAfterFree(Buffers& buffers) {
+    const native_handle* const handle = make(buffers);
+    const int descriptor = handle->data[0];
+    buffers.free(handle);
+    close(descriptor);
+}
+
 FAULT dropFence(Buffers& buffers) {
     const native_handle* const handle = make(buffers);
     buffers.lock(handle, kRead);
@@ -185,8 +201,10 @@ const std::map<std::string, Fault> kFaults = {
         NAMED(overrunOneRow),
         NAMED(closeFenceOfLock),
         NAMED(closeBuffersDescriptor),
+        NAMED(closeBuffersDescriptorAfterFree),
         NAMED(leakInChild),
         NAMED(dropFence),
+        NAMED(awaitFence),
 };
 
 }  // namespace

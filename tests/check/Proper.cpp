@@ -1,4 +1,4 @@
-// Programs without a fault that look as if they had one: proper WAY PROGRAM.
+// Programs without a fault that look as if they had one: proper WAY [PROGRAM].
 #include <fcntl.h>
 #include <setjmp.h>
 #include <signal.h>
@@ -13,56 +13,70 @@
 #include <vector>
 
 #include "tests/check/Buffers.h"
-#include "utils/gralloc/IGrallocHelper.h"
+#include "tests/support/Peer.h"
 
 namespace zelkcam::test {
 
 namespace {
 
-constexpr uint32_t kWidth = 1921;
-constexpr uint32_t kHeight = 1083;
+constexpr uint32_t kWidth = 641;
+constexpr uint32_t kHeight = 363;
 
-struct Format {
-    int32_t code;
-    std::vector<size_t> bytesPerSixteenPixels;  // of each plane's row
-};
-const Format kFormats[] = {
-        {0x1, {64}},        {0x11, {16, 16}}, {0x1000, {16, 16}},      {0x14, {32}},
-        {0x20, {32}},       {0x25, {20}},     {0x36, {32, 32}},        {0x111, {20}},
-        {0x20203859, {16}}, {0x21, {16}},     {0x32315659, {16, 8, 8}}};
+constexpr int32_t kP010 = 0x36;  // of more than 8 bits
 
-zcam::GrallocStaticInfo layoutOf(int32_t format) {
-    zcam::GrallocStaticInfo info{};
-    const zcam::GrallocRequest request{static_cast<uint32_t>(kReadWrite), format, kWidth, kHeight};
-    NSCam::IGrallocHelper::singleton()->query(&request, &info);
-    return info;
+// Every format that a processor may look into, flexible ones too.
+constexpr int32_t kFormats[] = {0x1,   0x2,    0x3,        0x4,        0x5,       0x10, 0x11,
+                                0x14,  0x16,   0x20,       0x21,       0x22,      0x23, 0x24,
+                                0x25,  0x26,   0x2b,       0x36,       0x38,      0x39, 0x3a,
+                                0x111, 0x1000, 0x20203859, 0x20363159, 0x32315659};
+
+// Formats whose planes do not tell how far apart samples are.
+const std::map<int32_t, double> kBytesPerPixel = {
+        {0x24, 1.25}, {0x25, 1.25}, {0x26, 1.5}, {0x111, 1.25}};
+
+// Ends a lock; some devices give a fence, which is the caller's.
+void unlock(Buffers& buffers, const native_handle* handle) {
+    if (const int fence = buffers.unlock(handle); fence >= 0) {
+        close(fence);
+    }
+}
+
+// Some devices have no odd sizes of some formats.
+const native_handle* makeTricky(Buffers& buffers, int32_t format) {
+    const native_handle* const odd = buffers.allocate(format, kWidth, kHeight);
+    return odd != nullptr ? odd : buffers.allocate(format, kWidth + 1, kHeight + 1);
+}
+
+size_t bytesOfRow(const PlaneLayout& plane, int32_t format) {
+    const int64_t bytes = plane.widthInSamples * plane.sampleIncrementInBits / 8;
+    const auto packed = kBytesPerPixel.find(format);
+    return packed != kBytesPerPixel.end() ? static_cast<size_t>(kWidth * packed->second)
+                                          : static_cast<size_t>(bytes);
 }
 
 enum class Way { Exact, Rows, Cleared };
 
-void writePlane(unsigned char* plane, size_t size, size_t stride, size_t bytes, Way way) {
+void writePlane(unsigned char* plane, const PlaneLayout& layout, int32_t format, Way way) {
+    const auto stride = static_cast<size_t>(layout.strideInBytes);
     if (way == Way::Cleared) {
-        memset(plane, 16, size);
+        memset(plane, 16, static_cast<size_t>(layout.totalSizeInBytes));
         return;
     }
     const std::vector<unsigned char> row(stride, 77);
-    for (size_t y = 0; y < size / stride; ++y) {
-        memcpy(plane + y * stride, row.data(), way == Way::Exact ? bytes : stride);
+    for (int64_t y = 0; y < layout.heightInSamples; ++y) {
+        memcpy(plane + y * layout.strideInBytes, row.data(),
+               way == Way::Exact ? bytesOfRow(layout, format) : stride);
     }
 }
 
 void writeAllFormats(Buffers& buffers, Way way) {
-    for (const Format& format : kFormats) {
-        const zcam::GrallocStaticInfo info = layoutOf(format.code);
-        const native_handle* const handle = buffers.allocate(format.code, kWidth, kHeight);
-        unsigned char* plane = buffers.lock(handle, kReadWrite);
-        for (size_t i = 0; i < info.planes.size(); ++i) {
-            const size_t bytes = kWidth * format.bytesPerSixteenPixels[i] / 16;
-            writePlane(plane, info.planes[i].sizeInBytes, info.planes[i].rowStrideInBytes, bytes,
-                       way);
-            plane += info.planes[i].sizeInBytes;
+    for (const int32_t format : kFormats) {
+        const native_handle* const handle = makeTricky(buffers, format);
+        unsigned char* const pixels = buffers.lock(handle, kReadWrite);
+        for (const PlaneLayout& plane : buffers.planes(handle)) {
+            writePlane(pixels + plane.offsetInBytes, plane, format, way);
         }
-        buffers.unlock(handle);
+        unlock(buffers, handle);
         buffers.free(handle);
     }
 }
@@ -80,7 +94,7 @@ void clear(Buffers& buffers) {
 }
 
 const native_handle* make(Buffers& buffers) {
-    return buffers.allocate(kNv21, kWidth, kHeight);
+    return buffers.allocate(kNv21, 1000, 480);
 }
 
 void importTwice(Buffers& buffers) {
@@ -88,21 +102,27 @@ void importTwice(Buffers& buffers) {
     const native_handle* const again = buffers.import(handle);
     buffers.free(handle);
     buffers.lock(again, kReadWrite)[0] = 1;
-    buffers.unlock(again);
+    unlock(buffers, again);
     buffers.free(again);
 }
 
-// The child frees what it imported and ends without what its parent holds.
-void importInChild(Buffers& buffers) {
+// The child ends by exit(), without what its parent holds.
+int receiveInChild(Buffers& buffers, int socket) {
+    const auto received = host::receiveHandle(socket);
+    const native_handle* const imported = buffers.import(received.value);
+    native_handle_close(received.value);
+    native_handle_delete(received.value);
+    buffers.lock(imported, kReadWrite)[0] = 1;
+    unlock(buffers, imported);
+    buffers.free(imported);
+    exit(0);
+}
+
+void sendToChild(Buffers& buffers) {
     const native_handle* const handle = make(buffers);
-    if (const pid_t child = fork(); child == 0) {
-        const native_handle* const imported = buffers.import(handle);
-        buffers.lock(imported, kReadWrite)[0] = 1;
-        buffers.unlock(imported);
-        buffers.free(imported);
-        exit(0);
-    } else {
-        waitpid(child, nullptr, 0);
+    const Peer child = startPeer([&](int socket) { return receiveInChild(buffers, socket); });
+    if (host::sendHandle(child.socket.get(), handle) != 0 || child.wait() != 0) {
+        _exit(4);  // the child has nothing to be blamed for
     }
     buffers.free(handle);
 }
@@ -116,7 +136,7 @@ void readInManyThreads(Buffers& buffers) {
             for (int n = 0; n < 20; ++n) {
                 const unsigned char* const pixels = buffers.lock(handle, kRead);
                 sum += pixels[n];
-                buffers.unlock(handle);
+                unlock(buffers, handle);
             }
             return sum;
         });
@@ -133,9 +153,7 @@ void handTheFenceOn(Buffers& buffers) {
         buffers.lock(handle, kReadWrite, eventfd(1, 0));
         const int fence = buffers.unlock(handle);
         buffers.lock(handle, kRead, fence);
-        if (const int last = buffers.unlock(handle); last >= 0) {
-            close(last);
-        }
+        unlock(buffers, handle);
     }
     buffers.free(handle);
 }
@@ -144,9 +162,16 @@ void unlockInAnotherThread(Buffers& buffers) {
     const native_handle* const handle = make(buffers);
     buffers.lock(handle, kReadWrite)[0] = 1;
     std::thread([&] {
-        buffers.unlock(handle);
+        unlock(buffers, handle);
         buffers.free(handle);
     }).join();
+}
+
+// By contract the library drops the fence of the unlock.
+void failToLockPlanes(Buffers& buffers) {
+    const native_handle* const handle = buffers.allocate(kP010, 64, 64);
+    buffers.lockPlanes(handle, kRead, -1);
+    buffers.free(handle);
 }
 
 void nestLocks(Buffers& buffers) {
@@ -154,9 +179,9 @@ void nestLocks(Buffers& buffers) {
     unsigned char* const outer = buffers.lock(handle, kReadWrite);
     const unsigned char* const inner = buffers.lock(handle, kRead);
     outer[0] = inner[1];
-    buffers.unlock(handle);
+    unlock(buffers, handle);
     outer[0] = inner[2];
-    buffers.unlock(handle);
+    unlock(buffers, handle);
     buffers.free(handle);
 }
 
@@ -176,32 +201,55 @@ void freeInDestructor(Buffers& buffers) {
 }
 
 void freeByOtherMapper(Buffers& buffers) {
+    Buffers& other = buffersBy(buffers.name() == "hidl" ? "aidl" : "hidl");
     const native_handle* const handle = make(buffers);
-    buffersBy("hidl").lock(handle, kReadWrite)[0] = 1;
-    buffers.unlock(handle);
-    buffersBy("hidl").free(handle);
+    other.lock(handle, kReadWrite)[0] = 1;
+    unlock(buffers, handle);
+    other.free(handle);
 }
 
 void useManyBuffers(Buffers& buffers) {
     for (int i = 0; i < 2000; ++i) {
         const native_handle* const handle = buffers.allocate(kNv21, 64, 64);
         buffers.lock(handle, kReadWrite)[0] = 1;
-        buffers.unlock(handle);
+        unlock(buffers, handle);
         buffers.free(handle);
     }
 }
 
-// As programs do before they become another one.
-void closeAllThenRunShell(Buffers& buffers) {
+template <typename CloseAll>
+void becomeShell(Buffers& buffers, const CloseAll& closeAll) {
     const native_handle* const handle = make(buffers);
     if (fork() == 0) {
-        for (int fd = 3; fd < 256; ++fd) {
-            close(fd);
-        }
+        closeAll();
         execlp("sh", "sh", "-c", "true | true && exec true 3>&1", nullptr);
     }
     wait(nullptr);
     buffers.free(handle);
+}
+
+void closeAllThenRunShell(Buffers& buffers) {
+    becomeShell(buffers, [] {
+        for (int fd = 3; fd < 256; ++fd) {
+            close(fd);
+        }
+    });
+    becomeShell(buffers, [] { close_range(3, ~0U, 0); });
+    becomeShell(buffers, [] { closefrom(3); });
+}
+
+// A number that the library closed is somebody else's by now.
+void reuseNumber(Buffers& buffers) {
+    const native_handle* const handle = make(buffers);
+    buffers.lock(handle, kRead, eventfd(1, 0));
+    const int file = open("/dev/null", O_RDONLY);
+    const int fence = buffers.unlock(handle);
+    buffers.free(handle);
+    const int again = fcntl(file, F_DUPFD, 0);
+    close(fence);
+    close(file);
+    close(again);
+    fclose(fdopen(eventfd(1, 0), "r"));
 }
 
 sigjmp_buf gBack;
@@ -216,7 +264,7 @@ void handleOwnFaults(Buffers& buffers) {
         *reinterpret_cast<volatile int*>(8) = 1;
         _exit(3);  // nothing handled it
     }
-    buffers.unlock(handle);
+    unlock(buffers, handle);
     buffers.free(handle);
 }
 
@@ -226,11 +274,12 @@ using Program = void (*)(Buffers&);
     { #program, program }
 
 const std::map<std::string, Program> kPrograms = {
-        NAMED(writeExactly),         NAMED(writeWholeRows),        NAMED(clear),
-        NAMED(importTwice),          NAMED(importInChild),         NAMED(readInManyThreads),
-        NAMED(handTheFenceOn),       NAMED(unlockInAnotherThread), NAMED(nestLocks),
-        NAMED(freeInDestructor),     NAMED(freeByOtherMapper),     NAMED(useManyBuffers),
-        NAMED(closeAllThenRunShell), NAMED(handleOwnFaults),
+        NAMED(writeExactly),    NAMED(writeWholeRows),   NAMED(clear),
+        NAMED(importTwice),     NAMED(sendToChild),      NAMED(readInManyThreads),
+        NAMED(handTheFenceOn),  NAMED(failToLockPlanes), NAMED(unlockInAnotherThread),
+        NAMED(nestLocks),       NAMED(freeInDestructor), NAMED(freeByOtherMapper),
+        NAMED(useManyBuffers),  NAMED(reuseNumber),      NAMED(closeAllThenRunShell),
+        NAMED(handleOwnFaults),
 };
 
 }  // namespace
@@ -239,13 +288,15 @@ const std::map<std::string, Program> kPrograms = {
 
 int main(int argc, char** argv) {
     using namespace zelkcam::test;
-    if (argc != 2) {
-        fprintf(stderr, "usage: proper facade|aidl|hidl\n");
+    if (argc < 2) {
+        fprintf(stderr, "usage: proper facade|aidl|hidl [PROGRAM]\n");
         return 2;
     }
     Buffers& buffers = buffersBy(argv[1]);
     for (const auto& [name, program] : kPrograms) {
-        program(buffers);
+        if (argc == 2 || name == argv[2]) {
+            program(buffers);
+        }
     }
     return 0;
 }

@@ -15,10 +15,14 @@ struct Ended {
     milliseconds time;
 };
 
-// Queries a layout that takes an allocation, an import and a lock.
-Ended queryUnder(const std::string& quirk) {
-    const std::string line = std::string("cd ") + PROGRAMS + " && ./grallocinfo run --quirk " +
-                             quirk + " -- ./grallocinfo query YV12 64x64 >/dev/null 2>&1";
+// A layout that takes an allocation, an import, a lock and the extension.
+constexpr char kQuery[] = "grallocinfo query YV12 64x64";
+constexpr char kFence[] = "misuse aidl awaitFence";
+
+Ended runUnder(const std::string& quirk, const std::string& command) {
+    const std::string line = std::string("cd ") + PROGRAMS + " && ulimit -c 0 && " +
+                             "./grallocinfo run --quirk " + quirk + " -- ./" + command +
+                             " >/dev/null 2>&1";
     const auto start = std::chrono::steady_clock::now();
     const int status = WEXITSTATUS(system(line.c_str()));  // NOLINT(cert-env33-c): our own words
     return {status,
@@ -32,14 +36,20 @@ TEST(Quirks, FailWhatTheyNameAndNothingElse) {
         const char* quirk;
         int status;
         milliseconds least{0};
+        const char* command = kQuery;
     } cases[] = {{"refuse-allocation=1", 1},
                  {"refuse-allocation=2", 0},
                  {"refuse-import=1:BAD_BUFFER", 1},
                  {"refuse-import=2", 0},
+                 {"refuse-lock=1", 1},
+                 {"refuse-lock=2:BAD_VALUE", 0},
                  {"service-gone=1", 1},
+                 {"failing-extension", 1},
                  {"growing-metadata", 1},
                  {"slow-allocation=300", 0, milliseconds(300)},
                  {"late-fence=300", 0, milliseconds(300)},
+                 {"late-fence=300", 0, milliseconds(300), kFence},
+                 {"stuck-fence", 1, milliseconds(500), kFence},
                  {"slow-allocation=0,refuse-allocation=1", 1},
                  {"refuse-lock", 2},
                  {"refuse-lock=0", 2},
@@ -49,7 +59,7 @@ TEST(Quirks, FailWhatTheyNameAndNothingElse) {
                  {"late-fence=1,", 2}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.quirk);
-        const Ended ended = queryUnder(c.quirk);
+        const Ended ended = runUnder(c.quirk, c.command);
         EXPECT_EQ(ended.status, c.status);
         EXPECT_GE(ended.time, c.least);
     }
