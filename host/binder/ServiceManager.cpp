@@ -1,13 +1,16 @@
 // The service manager of this process: what was registered, and behind it the default services.
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <set>
 #include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include <android/binder_manager.h>
 
@@ -15,8 +18,33 @@
 #include "host/binder/DefaultServices.h"
 #include "host/sphal/VendorLibrary.h"
 
+// Who waits for an instance. Recursive, because a callback may end its own registration; who ends
+// it elsewhere waits until a callback that is running is back.
+struct AServiceManager_NotificationRegistration {
+    const std::string instance;
+    AServiceManager_onRegister onRegister;  // null once the registration has ended
+    void* const cookie;
+    std::recursive_mutex mutex{};
+
+    // Gives the callback one reference, which is then its own.
+    void tell(AIBinder* binder) {
+        const std::lock_guard lock(mutex);
+        if (onRegister != nullptr) {
+            zelkcam::host::retain(binder);
+            onRegister(instance.c_str(), binder, cookie);
+        }
+    }
+
+    void end() {
+        const std::lock_guard lock(mutex);
+        onRegister = nullptr;
+    }
+};
+
 namespace zelkcam::host {
 namespace {
+
+using Listener = std::shared_ptr<AServiceManager_NotificationRegistration>;
 
 std::atomic<DefaultAidlServices> gDefaultServices{nullptr};
 
@@ -36,19 +64,56 @@ class ServiceManager {
     void add(const std::string& instance, AIBinder* binder) {
         retain(binder);
         AIBinder* replaced = nullptr;
+        std::vector<Listener> listeners;
         {
             const std::lock_guard lock(mMutex);
             replaced = std::exchange(mRegistered[instance], binder);
+            listeners = mListeners;
         }
         mAdded.notify_all();
         if (replaced != nullptr) {
             release(replaced);
         }
+        for (const Listener& listener : listeners) {
+            if (listener->instance == instance) {
+                listener->tell(binder);
+            }
+        }
+    }
+
+    void listen(const Listener& listener) {
+        AIBinder* binder = nullptr;
+        {
+            const std::lock_guard lock(mMutex);
+            mListeners.push_back(listener);
+            binder = registeredLocked(listener->instance);
+        }
+        binder = binder != nullptr ? binder : findDefault(listener->instance);
+        if (binder != nullptr) {
+            listener->tell(binder);
+            release(binder);
+        }
+    }
+
+    void forget(AServiceManager_NotificationRegistration* registration) {
+        registration->end();
+        Listener forgotten;  // released when no lock is held
+        const std::lock_guard lock(mMutex);
+        const auto found = std::ranges::find_if(
+                mListeners, [&](const Listener& each) { return each.get() == registration; });
+        if (found != mListeners.end()) {
+            forgotten = std::move(*found);
+            mListeners.erase(found);
+        }
     }
 
     // The service with one strong reference for the caller, or null.
     AIBinder* check(const std::string& instance) {
-        AIBinder* binder = registered(instance);
+        AIBinder* binder = nullptr;
+        {
+            const std::lock_guard lock(mMutex);
+            binder = registeredLocked(instance);
+        }
         return binder != nullptr ? binder : findDefault(instance);
     }
 
@@ -88,8 +153,7 @@ class ServiceManager {
     }
 
   private:
-    AIBinder* registered(const std::string& instance) {
-        const std::lock_guard lock(mMutex);
+    AIBinder* registeredLocked(const std::string& instance) {
         const auto found = mRegistered.find(instance);
         if (found == mRegistered.end()) {
             return nullptr;
@@ -101,6 +165,7 @@ class ServiceManager {
     std::mutex mMutex;
     std::condition_variable mAdded;
     std::map<std::string, AIBinder*> mRegistered;  // owns one strong reference of each
+    std::vector<Listener> mListeners;
 };
 
 // How long, and how often, AServiceManager_getService asks.
@@ -171,15 +236,16 @@ AIBinder* AServiceManager_waitForService(const char* instance) {
 }
 
 AServiceManager_NotificationRegistration* AServiceManager_registerForServiceNotifications(
-        const char* instance, AServiceManager_onRegister onRegister, void* /*cookie*/) {
-    required(instance, "instance");
-    required(onRegister, "callback");
-    return nullptr;
+        const char* instance, AServiceManager_onRegister onRegister, void* cookie) {
+    const Listener listener(new AServiceManager_NotificationRegistration{
+            required(instance, "instance"), required(onRegister, "callback"), cookie});
+    ServiceManager::get().listen(listener);
+    return listener.get();
 }
 
 void AServiceManager_NotificationRegistration_delete(
         AServiceManager_NotificationRegistration* notification) {
-    required(notification, "registration");
+    ServiceManager::get().forget(required(notification, "registration"));
 }
 
 bool AServiceManager_isDeclared(const char* instance) {

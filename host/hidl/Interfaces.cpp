@@ -26,7 +26,7 @@ using zelkcam::host::ServiceRegistry;
 
 template <typename Interface>
 Return<sp<Interface>> castTo(const sp<IBase>& parent, bool emitError) {
-    const Return<bool> implements = hidlImplements(parent, Interface::descriptor);
+    const Return<bool> implements = hidlImplements(parent.get(), Interface::descriptor);
     if (!implements.isOk() && emitError) {
         return android::hardware::details::StatusOf<bool, sp<Interface>>(implements);
     }
@@ -88,18 +88,19 @@ sp<Interface> find(const std::string& name) {
     }
 
 // How implementations of a service's interface are found.
-#define ZELKCAM_DEFINE_SERVICE_OPERATIONS(I)                                                \
-    sp<I> I::tryGetService(const std::string& serviceName, bool) {                          \
-        return find<I>(serviceName);                                                        \
-    }                                                                                       \
-    sp<I> I::getService(const std::string& serviceName, bool) {                             \
-        return find<I>(serviceName);                                                        \
-    }                                                                                       \
-    status_t I::registerAsService(const std::string& serviceName) {                         \
-        return ServiceRegistry::instance().add(serviceName, this);                          \
-    }                                                                                       \
-    bool I::registerForNotifications(const std::string&, const sp<IServiceNotification>&) { \
-        return false;                                                                       \
+#define ZELKCAM_DEFINE_SERVICE_OPERATIONS(I)                                                 \
+    sp<I> I::tryGetService(const std::string& serviceName, bool) {                           \
+        return find<I>(serviceName);                                                         \
+    }                                                                                        \
+    sp<I> I::getService(const std::string& serviceName, bool) {                              \
+        return find<I>(serviceName);                                                         \
+    }                                                                                        \
+    status_t I::registerAsService(const std::string& serviceName) {                          \
+        return ServiceRegistry::instance().add(serviceName, this);                           \
+    }                                                                                        \
+    bool I::registerForNotifications(const std::string& serviceName,                         \
+                                     const sp<IServiceNotification>& notification) {         \
+        return ServiceRegistry::instance().listen(I::descriptor, serviceName, notification); \
     }
 
 namespace android {

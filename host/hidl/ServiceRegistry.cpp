@@ -10,6 +10,7 @@ using android::hardware::hidl_string;
 using android::hardware::hidl_vec;
 using android::hardware::Return;
 using android::hidl::base::V1_0::IBase;
+using android::hidl::manager::V1_0::IServiceNotification;
 
 std::atomic<DefaultHidlServices> gDefaultHidlServices{nullptr};
 
@@ -24,7 +25,7 @@ std::vector<std::string> interfacesOf(const HidlObject& object) {
 
 }  // namespace
 
-Return<bool> hidlImplements(const HidlObject& object, const char* descriptor) {
+Return<bool> hidlImplements(IBase* object, const char* descriptor) {
     if (object == nullptr) {
         return false;
     }
@@ -81,11 +82,44 @@ android::status_t ServiceRegistry::add(const std::string& name, const HidlObject
     // What is replaced is released when no lock is held: its destructor may ask the registry.
     std::vector<HidlObject> replaced;
     replaced.reserve(interfaces.size());
-    const std::lock_guard lock(mMutex);
+    std::vector<Listener> listeners;
+    {
+        const std::lock_guard lock(mMutex);
+        for (const std::string& descriptor : interfaces) {
+            replaced.push_back(std::exchange(mServices[Key(descriptor, name)], service));
+        }
+        listeners = mListeners;
+    }
     for (const std::string& descriptor : interfaces) {
-        replaced.push_back(std::exchange(mServices[Key(descriptor, name)], service));
+        tell(listeners, descriptor, name, false);
     }
     return android::OK;
+}
+
+bool ServiceRegistry::listen(const std::string& descriptor, const std::string& name,
+                             const android::sp<IServiceNotification>& notification) {
+    if (notification == nullptr) {
+        return false;
+    }
+    const Listener listener{Key(descriptor, name), notification};
+    {
+        const std::lock_guard lock(mMutex);
+        mListeners.push_back(listener);
+    }
+    for (const std::string& present : names(descriptor)) {
+        tell({listener}, descriptor, present, true);
+    }
+    return true;
+}
+
+void ServiceRegistry::tell(const std::vector<Listener>& listeners, const std::string& descriptor,
+                           const std::string& name, bool preexisting) {
+    for (const auto& [wanted, notification] : listeners) {
+        if (wanted.first == descriptor && (wanted.second.empty() || wanted.second == name)) {
+            // A listener that does not answer misses this one.
+            notification->onRegistration(descriptor, name, preexisting).isOk();
+        }
+    }
 }
 
 std::vector<std::string> ServiceRegistry::names(const std::string& descriptor) {

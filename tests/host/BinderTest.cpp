@@ -71,6 +71,29 @@ TEST(ServiceManager, WaitsUntilSomebodyRegisters) {
     EXPECT_EQ(2, references(binder));
 }
 
+TEST(ServiceManager, TellsWhoListensUntilTheRegistrationIsDeleted) {
+    const std::string name = nameOf("heard");
+    const SpAIBinder binder = SharedRefBase::make<Service>()->asBinder();
+    add(name, binder);
+    std::vector<SpAIBinder> told;
+    AServiceManager_NotificationRegistration* const registration =
+            AServiceManager_registerForServiceNotifications(
+                    name.c_str(),
+                    [](const char*, AIBinder* registered, void* cookie) {
+                        static_cast<std::vector<SpAIBinder>*>(cookie)->emplace_back(registered);
+                    },
+                    &told);
+    add(nameOf("unheard"), binder);
+    const SpAIBinder second = SharedRefBase::make<Service>()->asBinder();
+    add(name, second);
+    EXPECT_EQ(told, (std::vector<SpAIBinder>{binder, second}));
+    AServiceManager_NotificationRegistration_delete(registration);
+    add(name, binder);
+    EXPECT_EQ(told.size(), 2u);
+    told.clear();
+    EXPECT_EQ(references(second), 1) << "every reference was the callback's";
+}
+
 TEST(LocalInterface, LivesAsLongAsItsBinderAndNoLonger) {
     const int before = gLiving;
     std::shared_ptr<Service> service = SharedRefBase::make<Service>();

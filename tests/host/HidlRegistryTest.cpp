@@ -1,4 +1,5 @@
 // How HIDL services are registered and found, with a default of the test's own.
+#include <algorithm>
 #include <string>
 #include <thread>
 #include <vector>
@@ -73,6 +74,32 @@ TEST(HidlRegistry, KeepsWhatIsRegisteredAndReplacesIt) {
     ASSERT_EQ(second->registerAsService("replaced"), android::OK);
     EXPECT_EQ(kept.promote(), nullptr);
     EXPECT_EQ(IMapper::getService("replaced"), second);
+}
+
+// Notes what it is told.
+struct Listener : android::hidl::manager::V1_0::IServiceNotification {
+    Return<void> onRegistration(const hidl_string&, const hidl_string& name,
+                                bool preexisting) override {
+        told.push_back((preexisting ? "was there: " : "came: ") + std::string(name));
+        return android::hardware::Void();
+    }
+
+    std::vector<std::string> told;
+};
+
+TEST(HidlRegistry, TellsWhoListensWhatIsThereAndWhatComes) {
+    const sp<Mapper> mapper = new Mapper;
+    ASSERT_EQ(mapper->registerAsService("heard"), android::OK);
+    const sp<Listener> one = new Listener;
+    const sp<Listener> all = new Listener;
+    ASSERT_TRUE(IMapper::registerForNotifications("heard", one));
+    ASSERT_TRUE(IMapper::registerForNotifications("", all));
+    const std::vector<std::string> before = all->told;
+    EXPECT_EQ(std::count(before.begin(), before.end(), "was there: heard"), 1);
+    ASSERT_EQ(mapper->registerAsService("unheard"), android::OK);
+    ASSERT_EQ(mapper->registerAsService("heard"), android::OK);
+    EXPECT_EQ(one->told, (std::vector<std::string>{"was there: heard", "came: heard"}));
+    EXPECT_EQ(all->told.size(), before.size() + 2);
 }
 
 TEST(HidlRegistry, ThreadsAgreeOnTheDefaultUntilSomethingIsRegistered) {

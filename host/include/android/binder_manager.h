@@ -57,8 +57,10 @@ __attribute__((warn_unused_result))
 AIBinder* _Nullable AServiceManager_waitForService(const char* _Nonnull instance)
         __INTRODUCED_IN(31);
 
-// Notifications are not supported: the registration is null, and nothing is called back. A null
-// argument ends the process.
+// Calls back for every binder that is registered under the name, in the thread that registers it,
+// and at once for one that is there. The callback gets one reference, which it has to drop. The
+// registration is ended with AServiceManager_NotificationRegistration_delete; no call comes after
+// that. A null name, callback or registration ends the process.
 typedef void (*AServiceManager_onRegister)(const char* _Nonnull instance,
                                            AIBinder* _Nonnull registered, void* _Nullable cookie);
 struct AServiceManager_NotificationRegistration;

@@ -58,7 +58,8 @@
 // the registry keeps a strong reference. OK on success, UNKNOWN_ERROR for an empty name or when the
 // object does not answer which interfaces it has.
 //
-// registerForNotifications: not supported on the host platform, hence false.
+// registerForNotifications: calls back for every service of that name, or of any name if it is
+// empty: at once for what is there, and in the thread that registers another. False for null.
 #define ZELKCAM_HIDL_SERVICE_OPERATIONS(I)                                             \
     ZELKCAM_HIDL_FINDER(I, tryGetService)                                              \
     ZELKCAM_HIDL_FINDER(I, getService)                                                 \
