@@ -318,4 +318,7 @@ binder_status_t AIBinder_setExtension(AIBinder* binder, AIBinder* ext) {
 // How long an interface stays as it is matters to remote callers only.
 void AIBinder_markSystemStability(AIBinder* /*binder*/) {}
 
+// Declared instead of the one above for clients that are compiled as vendor code.
+extern "C" void AIBinder_markVendorStability(AIBinder* /*binder*/) {}
+
 void AIBinder_markVintfStability(AIBinder* /*binder*/) {}

@@ -1,7 +1,10 @@
 // What is left of serving HIDL calls where every call runs in its caller's thread.
+#include <sched.h>
 #include <stdlib.h>
 
 #include <atomic>
+#include <map>
+#include <mutex>
 
 #include <hidl/LegacySupport.h>
 
@@ -16,6 +19,31 @@ using zelkcam::host::ServiceRegistry;
 namespace {
 
 std::atomic<bool> isConfigured{false};
+
+// What was set for a service that no other process calls.
+struct Wishes {
+    SchedPrio priority{0, 0};
+    bool requestsSid = false;
+};
+
+// By weak pointer, so that an object at the address of a dead one starts afresh.
+class WishList {
+  public:
+    template <typename Use>
+    static auto use(const sp<IBase>& service, Use&& use) {
+        static auto& list = *new WishList;
+        const std::lock_guard lock(list.mMutex);
+        return use(list.mWishes[service]);
+    }
+
+  private:
+    std::mutex mMutex;
+    std::map<wp<IBase>, Wishes> mWishes;
+};
+
+bool isLocal(const sp<IBase>& service) {
+    return service != nullptr && !service->isRemote();
+}
 
 }  // namespace
 
@@ -42,24 +70,30 @@ status_t handleTransportPoll(int /*fd*/) {
 }
 
 bool setMinSchedulerPolicy(const sp<IBase>& service, int policy, int priority) {
-    if (service == nullptr || service->isRemote()) {
+    const bool isNormal = policy == SCHED_OTHER && priority >= -20 && priority <= 19;
+    const bool isRealTime =
+            (policy == SCHED_FIFO || policy == SCHED_RR) && priority >= 1 && priority <= 99;
+    if (!isLocal(service) || (!isNormal && !isRealTime)) {
         return false;
     }
-    const bool isNormal = policy == 0 && priority >= -20 && priority <= 19;
-    const bool isRealTime = (policy == 1 || policy == 2) && priority >= 1 && priority <= 99;
-    return isNormal || isRealTime;
+    WishList::use(service, [&](Wishes& wishes) { wishes.priority = {policy, priority}; });
+    return true;
 }
 
-SchedPrio getMinSchedulerPolicy(const sp<IBase>& /*service*/) {
-    return {0, 0};
+SchedPrio getMinSchedulerPolicy(const sp<IBase>& service) {
+    return WishList::use(service, [](const Wishes& wishes) { return wishes.priority; });
 }
 
-bool setRequestingSid(const sp<IBase>& service, bool /*requesting*/) {
-    return service != nullptr && !service->isRemote();
+bool setRequestingSid(const sp<IBase>& service, bool requesting) {
+    if (!isLocal(service)) {
+        return false;
+    }
+    WishList::use(service, [&](Wishes& wishes) { wishes.requestsSid = requesting; });
+    return true;
 }
 
-bool getRequestingSid(const sp<IBase>& /*service*/) {
-    return false;
+bool getRequestingSid(const sp<IBase>& service) {
+    return WishList::use(service, [](const Wishes& wishes) { return wishes.requestsSid; });
 }
 
 bool interfacesEqual(const sp<IBase>& left, const sp<IBase>& right) {
@@ -75,6 +109,10 @@ std::vector<std::string> getAllHalInstanceNames(const std::string& descriptor) {
 }
 
 namespace details {
+
+int32_t getPidIfSharable() {
+    return -1;
+}
 
 Return<bool> canCastInterface(IBase* object, const char* castTo, bool emitError) {
     Return<bool> implements = zelkcam::host::hidlImplements(object, castTo);

@@ -135,6 +135,15 @@ TEST(HidlVec, ResizedKeepsWhatFitsAndReleasedIsTheCallers) {
     EXPECT_EQ(released[1], 5);
 }
 
+TEST(HidlVec, WithoutElementsHasDataOnlyFromWhatAllocates) {
+    const hidl_vec<int> empty(0);
+    const hidl_vec<int> list = std::initializer_list<int>{};
+    EXPECT_NE(empty.data(), nullptr);
+    EXPECT_NE(list.data(), nullptr);
+    EXPECT_EQ(hidl_vec<int>(list).data(), nullptr);
+    EXPECT_EQ(hidl_vec<int>(std::vector<int>()).data(), nullptr);
+}
+
 Return<Error> failed() {
     return Status::fromStatusT(android::DEAD_OBJECT);
 }

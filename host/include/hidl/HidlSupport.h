@@ -165,15 +165,15 @@ struct hidl_vec {
     hidl_vec(size_t size) : hidl_vec() { resize(size); }
     hidl_vec(const hidl_vec<T>& other) : hidl_vec() { *this = other; }
     hidl_vec(hidl_vec<T>&& other) noexcept : hidl_vec() { *this = std::move(other); }
-    hidl_vec(const std::initializer_list<T> list) : hidl_vec(list.begin(), list.end()) {}
-    hidl_vec(const std::vector<T>& other) : hidl_vec(other.begin(), other.end()) {}
+    hidl_vec(const std::initializer_list<T> list) : hidl_vec() { *this = list; }
+    hidl_vec(const std::vector<T>& other) : hidl_vec() { *this = other; }
 
     template <typename InputIterator,
               typename = std::enable_if_t<std::is_convertible<
                       typename std::iterator_traits<InputIterator>::iterator_category,
                       std::input_iterator_tag>::value>>
     hidl_vec(InputIterator first, InputIterator last) : hidl_vec() {
-        copyFrom(first, last);
+        copyFrom(first, last, Empty::kAllocated);
     }
 
     ~hidl_vec() { freeBuffer(); }
@@ -193,16 +193,16 @@ struct hidl_vec {
     }
     hidl_vec& operator=(const hidl_vec& other) {
         if (this != &other) {
-            copyFrom(other.begin(), other.end());
+            copyFrom(other.begin(), other.end(), Empty::kNull);
         }
         return *this;
     }
     hidl_vec& operator=(const std::vector<T>& other) {
-        copyFrom(other.begin(), other.end());
+        copyFrom(other.begin(), other.end(), Empty::kNull);
         return *this;
     }
     hidl_vec& operator=(const std::initializer_list<T> list) {
-        copyFrom(list.begin(), list.end());
+        copyFrom(list.begin(), list.end(), Empty::kAllocated);
         return *this;
     }
 
@@ -232,7 +232,7 @@ struct hidl_vec {
     // referred to are copied first. This object goes on referring to them.
     T* releaseData() {
         if (!mOwnsBuffer && mBuffer != nullptr) {
-            copyFrom(begin(), end());
+            copyFrom(begin(), end(), Empty::kNull);
         }
         mOwnsBuffer = false;
         return mBuffer;
@@ -281,12 +281,15 @@ struct hidl_vec {
         return static_cast<uint32_t>(size);
     }
 
+    // What data() is without elements: it differs by where they come from.
+    enum class Empty { kNull, kAllocated };
+
     template <typename Iterator>
-    void copyFrom(Iterator first, Iterator last) {
+    void copyFrom(Iterator first, Iterator last, Empty empty) {
         const size_t size = static_cast<size_t>(std::distance(first, last));
         const uint32_t checked = checkedSize(size);
         // The source may refer into this object's own elements, which therefore go last.
-        T* copies = size != 0 ? new T[size]() : nullptr;
+        T* copies = size != 0 || empty == Empty::kAllocated ? new T[size]() : nullptr;
         std::copy(first, last, copies);
         freeBuffer();
         mBuffer = copies;

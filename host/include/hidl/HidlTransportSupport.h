@@ -6,6 +6,7 @@
 #include <hidl/HidlSupport.h>
 #include <hidl/HidlTransportUtils.h>
 #include <hidl/ServiceManagement.h>
+#include <log/log.h>
 
 namespace android::hardware {
 
@@ -20,7 +21,8 @@ int setupTransportPolling();
 status_t handleTransportPoll(int fd);
 
 // Policy 0 (normal) takes a priority of -20 to 19, 1 (FIFO) and 2 (round robin) take 1 to 99; true
-// for these. Nothing is kept, because the caller's own thread serves the call.
+// for these, false for a remote object. It is kept for the reader below and changes nothing else,
+// because the caller's own thread serves the call.
 bool setMinSchedulerPolicy(const sp<::android::hidl::base::V1_0::IBase>& service, int policy,
                            int priority);
 
@@ -28,10 +30,10 @@ struct SchedPrio {
     int sched_policy;
     int prio;
 };
-// Always {0, 0}.
+// As set; {0, 0} at first.
 SchedPrio getMinSchedulerPolicy(const sp<::android::hidl::base::V1_0::IBase>& service);
 
-// Accepted for a local object, and not kept either.
+// The same: accepted for a local object, false at first.
 bool setRequestingSid(const sp<::android::hidl::base::V1_0::IBase>& service, bool requesting);
 bool getRequestingSid(const sp<::android::hidl::base::V1_0::IBase>& service);
 

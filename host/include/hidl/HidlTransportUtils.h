@@ -7,6 +7,9 @@
 
 namespace android::hardware::details {
 
+// The process as debugging tools may be told of it: -1, as on a device for users.
+int32_t getPidIfSharable();
+
 // Whether the object's chain holds the interface; every object is an IBase. With emitError a call
 // that does not come through is reported as such instead of as false.
 Return<bool> canCastInterface(::android::hidl::base::V1_0::IBase* object, const char* castTo,
