@@ -13,12 +13,19 @@ namespace NSCam::GrallocMapperAidlV2 {
 inline constexpr char kLogTag[] = "ZelkCam/GrallocMapperAidlV2";
 inline constexpr char kSourcePath[] = "utils/gralloc/aidl/v2/mapper/mapper";
 
+// What is logged of a failure stays out of line: every call that goes well would save registers for
+// it.
+[[gnu::cold, gnu::noinline]] inline void tellNoThread() {
+    LOGE_AS("ipcFlushCommands", "get IPCThreadState singleton failed");
+}
+
 inline void flushThread() {
-    if (auto* const thread = android::hardware::IPCThreadState::self()) [[likely]] {
-        thread->flushCommands();
+    auto* const thread = android::hardware::IPCThreadState::self();
+    if (thread == nullptr) [[unlikely]] {
+        tellNoThread();
         return;
     }
-    LOGE_AS("ipcFlushCommands", "get IPCThreadState singleton failed");
+    thread->flushCommands();
 }
 
 // How every mapper call is made: the thread's binder commands go out before the answer is looked

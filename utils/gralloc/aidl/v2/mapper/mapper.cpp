@@ -38,6 +38,15 @@ std::optional<android_ycbcr> describeYcbcr(const std::vector<PlaneLayout>& plane
     return ycbcr;
 }
 
+[[gnu::cold, gnu::noinline]] void tellFailure(const char* function, const native_handle* buffer,
+                                              AIMapper_Error error) {
+    LOGE_AS(function, "%s(%p) failed with %d", function, buffer, error);
+}
+
+[[gnu::cold, gnu::noinline]] void tellLockFailure(AIMapper_Error error) {
+    LOGE_AS("lock", "IMapper->lock error happen, err=%u", static_cast<unsigned int>(error));
+}
+
 }  // namespace
 
 std::vector<uint8_t> zeroedBytes(size_t size) {
@@ -97,7 +106,7 @@ int32_t MapperV5::importBuffer(const native_handle* rawHandle,
 int32_t MapperV5::freeBuffer(const native_handle* buffer) const {
     const AIMapper_Error error = callAndFlush(mMapper->v5.freeBuffer, buffer);
     if (error != AIMAPPER_ERROR_NONE) {
-        LOGE("freeBuffer(%p) failed with %d", buffer, error);
+        tellFailure("freeBuffer", buffer, error);
     }
     return error;
 }
@@ -109,7 +118,7 @@ int32_t MapperV5::lock(const native_handle* buffer, uint64_t cpuUsage, const ARe
     const AIMapper_Error error =
             callAndFlush(mMapper->v5.lock, buffer, cpuUsage, accessRegion, acquireFence, outData);
     if (error != AIMAPPER_ERROR_NONE) {
-        LOGE("IMapper->lock error happen, err=%u", static_cast<unsigned int>(error));
+        tellLockFailure(error);
     }
     return error;
 }
@@ -168,7 +177,7 @@ int MapperV5::unlock(const native_handle* buffer) const {
     int releaseFence = -1;
     const AIMapper_Error error = callAndFlush(mMapper->v5.unlock, buffer, &releaseFence);
     if (error != AIMAPPER_ERROR_NONE) {
-        LOGE("unlock(%p) failed with %d", buffer, error);
+        tellFailure("unlock", buffer, error);
     }
     return releaseFence;
 }
