@@ -46,6 +46,11 @@ constexpr std::array kShapes{
 };
 static_assert(NSCam::gralloc::ascendingByCode(kShapes));
 
+size_t planeCount(const FormatShape& shape) {
+    return static_cast<size_t>(std::ranges::count_if(
+            shape.planes, [](const PlaneShape& plane) { return !plane.components.empty(); }));
+}
+
 // Without a shape every row counts as picture.
 PlaneGeometry placed(const zcam::GrallocStaticInfo::Plane& plane, uint64_t offset) {
     PlaneGeometry geometry;
@@ -90,10 +95,11 @@ BufferGeometry geometryOf(const zcam::GrallocStaticInfo& layout,
     BufferGeometry buffer;
     buffer.allocationSize = allocationSize;
     const FormatShape* const shape = NSCam::gralloc::findCode<kShapes>(layout.format);
-    buffer.pictureKnown = shape && shape->planes[0].bitsPerSample != 0;
+    const bool isKnown = shape && planeCount(*shape) == layout.planes.size();
+    buffer.pictureKnown = isKnown && shape->planes[0].bitsPerSample != 0;
     for (size_t i = 0; i < layout.planes.size(); ++i) {
         buffer.planes.push_back(placed(layout.planes[i], buffer.planesEnd));
-        if (shape && i < shape->planes.size()) {
+        if (isKnown) {
             markPicture(buffer.planes.back(), shape->planes[i], layout);
         }
         buffer.planesEnd += layout.planes[i].sizeInBytes;

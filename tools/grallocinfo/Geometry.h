@@ -3,7 +3,7 @@
 
 #include <cstdint>
 #include <optional>
-#include <string_view>
+#include <string>
 #include <vector>
 
 #include "utils/gralloc/IGrallocInfoProvider.h"
@@ -17,8 +17,8 @@ inline constexpr int32_t kNv12 = 0x1000;
 // stride padding; behind the picture's rows come rows of vertical padding, and behind the last
 // whole row `tailBytes` that make no row.
 struct PlaneGeometry {
-    std::string_view components;  // "Y", "CrCb", "RGBA"; empty for a format that is not known
-    uint64_t offset = 0;          // from the start of the buffer
+    std::string components;  // "Y", "CrCb", "RGBA"; empty for a format that is not known
+    uint64_t offset = 0;     // from the start of the buffer
     uint64_t size = 0;
     uint64_t rowStride = 0;  // at least 1
     uint64_t rows = 0;       // whole rows in `size`
@@ -33,7 +33,7 @@ struct PlaneGeometry {
 
 struct BufferGeometry {
     std::vector<PlaneGeometry> planes;
-    uint64_t planesEnd = 0;  // the sum of the planes' sizes
+    uint64_t planesEnd = 0;  // the first byte behind all planes
     // What the buffer really occupies, when that was measured: planes and a tail, if any.
     std::optional<uint64_t> allocationSize;
     // Whether the format's picture part is known, so that padding can be told from picture.

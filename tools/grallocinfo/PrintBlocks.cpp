@@ -99,7 +99,7 @@ size_t BlockDrawing::cellsOf(const Regions& regions, uint64_t part, uint64_t who
 
 std::string BlockDrawing::labelOf(size_t index) const {
     const PlaneGeometry& plane = mBuffer.planes[index];
-    return "plane " + std::to_string(index) + " " + std::string(plane.components) + " at " +
+    return "plane " + std::to_string(index) + " " + plane.components + " at " +
            std::to_string(plane.offset);
 }
 

@@ -71,10 +71,13 @@ double rowsOf(const PlaneGeometry& plane) {
 
 Scale scaleOf(const BufferGeometry& buffer) {
     const double widest = double(widestRow(buffer));
-    double rows = double(buffer.tail()) / widest;
+    double unused = double(buffer.totalBytes());
+    double rows = 0;
     for (const PlaneGeometry& plane : buffer.planes) {
+        unused -= double(plane.size);
         rows += rowsOf(plane);
     }
+    rows += std::max(0.0, unused) / widest;
     return {kPictureWidth / widest, std::min(kTallestRow, kPictureHeight / std::max(rows, 1e-9))};
 }
 
@@ -84,14 +87,15 @@ class SvgPage {
     explicit SvgPage(const BufferGeometry& buffer) : mBuffer(buffer), mScale(scaleOf(buffer)) {}
 
     void print(std::ostream& out, const std::string& title, const std::string& subtitle);
+    void printInPage(std::ostream& out);
 
   private:
     void printHeader(std::ostream& out, const std::string& title) const;
-    void printPatterns();
+    void printBuffer();
     void printPlane(size_t index);
     void printPlaneAreas(const PlaneGeometry& plane, const std::string& colour,
                          const std::string& suffix);
-    void printBufferTail();
+    void printUnused(const char* kind, uint64_t offset, uint64_t bytes, const char* title);
     void printLegend();
     void describe(Point corner, const std::vector<std::string>& lines, const std::string& colour);
     void printOffset(double top, uint64_t offset);
@@ -147,7 +151,7 @@ std::vector<std::string> descriptionOf(const PlaneGeometry& plane, size_t index,
                                        bool pictureKnown) {
     std::vector<std::string> lines;
     lines.push_back("plane " + std::to_string(index) +
-                    (plane.components.empty() ? "" : ": " + std::string(plane.components)));
+                    (plane.components.empty() ? "" : ": " + plane.components));
     lines.push_back(counted(plane.size, "byte") + " from offset " + std::to_string(plane.offset));
     lines.push_back(counted(plane.rows, "row") + ", row stride " +
                     counted(plane.rowStride, "byte"));
@@ -167,17 +171,35 @@ std::vector<std::string> descriptionOf(const PlaneGeometry& plane, size_t index,
 void SvgPage::print(std::ostream& out, const std::string& title, const std::string& subtitle) {
     printText("title", kMargin, 36, title);
     printText("note", kMargin, 58, subtitle);
-    printPatterns();
+    printSvgPatterns(mBody);
+    printBuffer();
+    printHeader(out, title);
+    out << mBody.str() << "</svg>\n";
+}
+
+void SvgPage::printInPage(std::ostream& out) {
+    constexpr double kTop = kPictureTop - kMargin;
+    printBuffer();
+    out << "<svg class=\"planes\" viewBox=\"0 " << number(kTop) << " " << number(kPageWidth) << " "
+        << number(mBottom + kMargin - kTop) << "\">\n"
+        << mBody.str() << "</svg>\n";
+}
+
+void SvgPage::printBuffer() {
+    uint64_t end = 0;
     for (size_t i = 0; i < mBuffer.planes.size(); ++i) {
+        const PlaneGeometry& plane = mBuffer.planes[i];
+        if (plane.offset > end) {
+            printUnused("gap", end, plane.offset - end, "between the planes");
+        }
         printPlane(i);
+        end = plane.offset + plane.size;
     }
     if (mBuffer.tail() > 0) {
-        printBufferTail();
+        printUnused("buffer-tail", mBuffer.planesEnd, mBuffer.tail(), "tail of the buffer");
     }
     printOffset(mY, mBuffer.totalBytes());
     printLegend();
-    printHeader(out, title);
-    out << mBody.str() << "</svg>\n";
 }
 
 void SvgPage::printHeader(std::ostream& out, const std::string& title) const {
@@ -191,27 +213,6 @@ void SvgPage::printHeader(std::ostream& out, const std::string& title) const {
         << " .offset { font-family: monospace; text-anchor: end; font-size: 12px; }"
         << " .leader { stroke: #9aa1ab; fill: none; } .outline { fill: none; }</style>\n"
         << "<rect width=\"100%\" height=\"100%\" fill=\"white\"/>\n";
-}
-
-// One set of patterns a plane: padding keeps its plane's colour.
-void SvgPage::printPatterns() {
-    struct Pattern {
-        const char* name;
-        const char* path;
-    };
-    static constexpr Pattern kPatterns[] = {
-            {"stride", "M0 6L6 0"}, {"vertical", "M0 3H6M3 0V6"}, {"tail", "M2 3H4M3 2V4"}};
-    mBody << "<defs>\n";
-    for (size_t i = 0; i < kPlaneColours.size(); ++i) {
-        for (const Pattern& pattern : kPatterns) {
-            mBody << "<pattern id=\"" << pattern.name << i
-                  << "\" width=\"6\" height=\"6\" patternUnits=\"userSpaceOnUse\">"
-                  << "<rect width=\"6\" height=\"6\" fill=\"" << kPlaneColours[i]
-                  << "\" fill-opacity=\"0.2\"/><path d=\"" << pattern.path << "\" stroke=\""
-                  << kPlaneColours[i] << "\"/></pattern>\n";
-        }
-    }
-    mBody << "</defs>\n";
 }
 
 void SvgPage::printPlane(size_t index) {
@@ -248,16 +249,16 @@ void SvgPage::printPlaneAreas(const PlaneGeometry& plane, const std::string& col
     printOutline({kPictureLeft, mY, width, height}, colour);
 }
 
-// What the buffer holds behind its last plane.
-void SvgPage::printBufferTail() {
-    const double rows = double(mBuffer.tail()) / double(widestRow(mBuffer));
+// What the buffer holds between planes, or behind the last one.
+void SvgPage::printUnused(const char* kind, uint64_t offset, uint64_t bytes, const char* title) {
+    const double rows = double(bytes) / double(widestRow(mBuffer));
     const Box box{kPictureLeft, mY, kPictureWidth, rows * mScale.pixelsPerRow};
-    mBody << "<g class=\"buffer-tail\" data-size=\"" << mBuffer.tail() << "\">\n";
+    mBody << "<g class=\"" << kind << "\" data-size=\"" << bytes << "\">\n";
     printPadding("tail", box, kTailFill, kTailFill);
     printOutline(box, kTailFill);
-    printOffset(mY, mBuffer.planesEnd);
-    describe({kPictureLeft + kPictureWidth, mY},
-             {"tail of the buffer", counted(mBuffer.tail(), "byte") + " in no plane"}, kTailFill);
+    printOffset(mY, offset);
+    describe({kPictureLeft + kPictureWidth, mY}, {title, counted(bytes, "byte") + " in no plane"},
+             kTailFill);
     mBody << "</g>\n";
     mY += box.height;
 }
@@ -358,6 +359,31 @@ void SvgPage::printText(const char* kind, double x, double y, const std::string&
 }
 
 }  // namespace
+
+// One set of patterns a plane: padding keeps its plane's colour.
+void printSvgPatterns(std::ostream& out) {
+    struct Pattern {
+        const char* name;
+        const char* path;
+    };
+    static constexpr Pattern kPatterns[] = {
+            {"stride", "M0 6L6 0"}, {"vertical", "M0 3H6M3 0V6"}, {"tail", "M2 3H4M3 2V4"}};
+    out << "<defs>\n";
+    for (size_t i = 0; i < kPlaneColours.size(); ++i) {
+        for (const Pattern& pattern : kPatterns) {
+            out << "<pattern id=\"" << pattern.name << i
+                << "\" width=\"6\" height=\"6\" patternUnits=\"userSpaceOnUse\">"
+                << "<rect width=\"6\" height=\"6\" fill=\"" << kPlaneColours[i]
+                << "\" fill-opacity=\"0.2\"/><path d=\"" << pattern.path << "\" stroke=\""
+                << kPlaneColours[i] << "\"/></pattern>\n";
+        }
+    }
+    out << "</defs>\n";
+}
+
+void printSvgInPage(std::ostream& out, const BufferGeometry& buffer) {
+    SvgPage(buffer).printInPage(out);
+}
 
 void printSvg(std::ostream& out, const BufferGeometry& buffer, const std::string& title,
               const std::string& subtitle) {

@@ -14,4 +14,9 @@ namespace grallocinfo {
 void printSvg(std::ostream& out, const BufferGeometry& buffer, const std::string& title,
               const std::string& subtitle);
 
+// The same within a page of HTML: its style names the colours of text and lines, and it holds
+// printSvgPatterns in an element before the first picture.
+void printSvgInPage(std::ostream& out, const BufferGeometry& buffer);
+void printSvgPatterns(std::ostream& out);
+
 }  // namespace grallocinfo

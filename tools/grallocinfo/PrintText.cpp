@@ -97,7 +97,7 @@ struct GeometryRow {
 };
 
 constexpr GeometryRow kGeometryRows[] = {
-        {"holds", false, [](const PlaneGeometry& plane) { return std::string(plane.components); }},
+        {"holds", false, [](const PlaneGeometry& plane) { return plane.components; }},
         {"offset", false, [](const PlaneGeometry& plane) { return std::to_string(plane.offset); }},
         {"size", false, [](const PlaneGeometry& plane) { return std::to_string(plane.size); }},
         {"row stride", false,
