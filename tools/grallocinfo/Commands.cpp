@@ -42,6 +42,11 @@ void addJson(CLI::App& command, bool& json) {
     command.add_flag("--json", json, "Print one JSON document instead of text");
 }
 
+void addHtml(CLI::App& command, std::string& path) {
+    addFile(command, "--html", path, "Write a page for a browser; - is standard output")
+            ->excludes("--json");
+}
+
 void addVerbose(CLI::App& command, bool& verbose) {
     command.add_flag("--verbose", verbose, "Let the library's own log lines through");
 }

@@ -46,6 +46,8 @@ CLI::Option* addFile(CLI::App& command, const std::string& name, std::string& pa
 // The options that several commands share.
 void addUsage(CLI::App& command, std::string& usage);
 void addJson(CLI::App& command, bool& json);
+// Behind addJson: a document and a page do not go together.
+void addHtml(CLI::App& command, std::string& path);
 void addVerbose(CLI::App& command, bool& verbose);
 
 }  // namespace grallocinfo

@@ -12,6 +12,7 @@
 #include "tools/grallocinfo/LibraryLog.h"
 #include "tools/grallocinfo/Output.h"
 #include "tools/grallocinfo/ProfileDiff.h"
+#include "tools/grallocinfo/ProfilePage.h"
 
 namespace grallocinfo {
 
@@ -23,7 +24,7 @@ constexpr char kDiffExamples[] =
         "  grallocinfo diff phone.json host.json --json\n"
         "  grallocinfo diff golden.json this-build.json --exit-code || echo 'a layout moved'\n"
         "  adb shell grallocinfo formats --json | grallocinfo diff - host.json\n"
-        "  grallocinfo diff default phone-profile.json\n"
+        "  grallocinfo diff default phone-profile.json --html devices.html\n"
         "The files are what 'grallocinfo formats --json' printed, for one size and usage, or "
         "device\n"
         "profiles, of which the most surprising difference comes first.";
@@ -39,6 +40,7 @@ constexpr const char* kRequest[] = {"width", "height", "usage"};
 struct DiffOptions {
     std::string left;
     std::string right;
+    std::string html;
     bool json = false;
     bool exitCode = false;
 };
@@ -90,7 +92,7 @@ bool isCode(const Json& value) {
     return value.is_number_integer() && value == value.get<int32_t>();
 }
 
-Formats formatsOf(const Json& document, const std::string& path) {
+Formats formatsIn(const Json& document, const std::string& path) {
     Formats formats;
     for (const Json& format : document["formats"]) {
         if (!format.is_object() || !isCode(format.value("format", Json()))) {
@@ -203,6 +205,19 @@ Json comparisonDocument(const Comparison& comparison) {
     return document;
 }
 
+std::vector<ProfileDifference> differencesOf(const Comparison& comparison) {
+    std::vector<ProfileDifference> differences;
+    for (const Difference& one : comparison.differences) {
+        ProfileDifference difference;
+        difference.subject = describeFormat(one.formatName, one.format);
+        difference.what = one.field.substr(1);
+        difference.left = valueText(one.left);
+        difference.right = valueText(one.right);
+        differences.push_back(difference);
+    }
+    return differences;
+}
+
 // Whether a name or file is a device profile, not a format list.
 bool isProfile(const std::string& nameOrFile) {
     std::string error;
@@ -219,8 +234,12 @@ zelkcam::profile::Profile profileOf(const std::string& nameOrFile) {
 }
 
 size_t diffProfiles(const DiffOptions& options) {
-    const auto differences = compareProfiles(profileOf(options.left), profileOf(options.right));
-    if (options.json) {
+    const auto left = profileOf(options.left);
+    const auto right = profileOf(options.right);
+    const auto differences = compareProfiles(left, right);
+    if (!options.html.empty()) {
+        writeFile(options.html, [&](std::ostream& out) { printDifferencePage(out, left, right); });
+    } else if (options.json) {
         writeDocument(differencesDocument(differences));
     } else {
         printDifferences(std::cout, differences);
@@ -233,8 +252,12 @@ size_t diffFormats(const DiffOptions& options) {
     const Json right = readFile(options.right);
     requireSameRequest(left, right);
     const Comparison comparison =
-            compare(formatsOf(left, options.left), formatsOf(right, options.right));
-    if (options.json) {
+            compare(formatsIn(left, options.left), formatsIn(right, options.right));
+    if (!options.html.empty()) {
+        writeFile(options.html, [&](std::ostream& out) {
+            printDifferencePage(out, options.left, options.right, differencesOf(comparison));
+        });
+    } else if (options.json) {
         writeDocument(comparisonDocument(comparison));
     } else {
         printComparison(std::cout, comparison);
@@ -263,6 +286,7 @@ void addDiff(CLI::App& program) {
             "What 'formats --json' printed, or a profile's name or file; - is standard input");
     addText(*command, "B.json", options->right, "The same of another device or build");
     addJson(*command, options->json);
+    addHtml(*command, options->html);
     command->add_flag("--exit-code", options->exitCode,
                       "Exit with 1 if something moved, with 0 only if nothing did");
     command->footer(kDiffExamples);

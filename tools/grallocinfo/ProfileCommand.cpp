@@ -17,6 +17,7 @@
 #include "tools/grallocinfo/Library.h"
 #include "tools/grallocinfo/LibraryLog.h"
 #include "tools/grallocinfo/Output.h"
+#include "tools/grallocinfo/ProfilePage.h"
 #include "tools/grallocinfo/ProfileText.h"
 #include "tools/grallocinfo/Table.h"
 
@@ -31,6 +32,7 @@ constexpr char kProfileExamples[] =
         "Examples:\n"
         "  grallocinfo profile record -o phone.json\n"
         "  grallocinfo profile show phone.json\n"
+        "  grallocinfo profile show phone.json --html phone.html\n"
         "  grallocinfo run --profile phone.json -- ./camera_test";
 
 // What the library names, then the published formats beyond it, the important first.
@@ -45,6 +47,7 @@ struct RecordOptions {
 
 struct ShowOptions {
     std::string profile;
+    std::string html;
     bool json = false;
 };
 
@@ -137,7 +140,9 @@ Profile loadProfile(const std::string& nameOrFile) {
 void runShow(const ShowOptions& options) {
     const Profile profile = loadProfile(options.profile);
     openLibraryLog(false);
-    if (options.json) {
+    if (!options.html.empty()) {
+        writeFile(options.html, [&](std::ostream& out) { printProfilePage(out, profile); });
+    } else if (options.json) {
         writeDocument(profileDocument(profile));
     } else {
         printProfile(std::cout, profile);
@@ -168,6 +173,7 @@ void addShow(CLI::App& group) {
     CLI::App* const command = group.add_subcommand("show", "Print the rules of a profile");
     addText(*command, "PROFILE", options->profile, "A profile's name or file");
     addJson(*command, options->json);
+    addHtml(*command, options->html);
     command->callback([options] { runShow(*options); });
 }
 

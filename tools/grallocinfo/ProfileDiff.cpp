@@ -7,9 +7,10 @@
 #include <utility>
 
 #include "profile/Evaluate.h"
-#include "profile/Words.h"
 #include "tools/grallocinfo/Failure.h"
 #include "tools/grallocinfo/Library.h"
+#include "tools/grallocinfo/ProfileLayouts.h"
+#include "tools/grallocinfo/ProfileText.h"
 
 namespace grallocinfo {
 
@@ -23,9 +24,6 @@ using zelkcam::profile::Reply;
 using zelkcam::profile::Request;
 using zelkcam::profile::Traits;
 
-// What camera code asks for.
-constexpr uint64_t kUsages[] = {0,       0x33,    0x3,     0x20000, 0x20003, 0x60000,
-                                0x10000, 0x30000, 0x10003, 0x100,   0x800,   0x4000};
 constexpr std::pair<uint32_t, uint32_t> kSizes[] = {{640, 480},   {1280, 720},  {1920, 1080},
                                                     {3840, 2160}, {4000, 3000}, {1922, 1082},
                                                     {321, 241},   {176, 144}};
@@ -152,8 +150,8 @@ void FormatComparison::compare(const Request& request) {
 
 void FormatComparison::run() {
     for (const auto& [width, height] : kSizes) {
-        for (const uint64_t usage : kUsages) {
-            compare({mFormat, usage, width, height});
+        for (const CommonUsage& usage : kCommonUsages) {
+            compare({mFormat, usage.bits, width, height});
         }
     }
 }
@@ -168,28 +166,15 @@ void FormatComparison::addTo(std::vector<ProfileDifference>& differences) const 
 
 void addTraits(const Traits& left, const Traits& right,
                std::vector<ProfileDifference>& differences) {
-    const auto add = [&](const char* what, const std::string& from, const std::string& to) {
-        constexpr int kTrait = 110;
-        if (from != to) {
-            differences.push_back({kTrait, "traits", what, from, to, "", 0, 0});
+    constexpr int kTrait = 110;
+    const auto from = describe(left);
+    const auto to = describe(right);
+    for (size_t i = 0; i < from.size(); ++i) {
+        if (from[i].second != to[i].second) {
+            differences.push_back(
+                    {kTrait, "traits", from[i].first, from[i].second, to[i].second, "", 0, 0});
         }
-    };
-    const auto& fences = zelkcam::profile::kAcquireFences;
-    const auto number = [](int64_t value) { return std::to_string(value); };
-    add("usage 0", number(left.zeroUsage), number(right.zeroUsage));
-    add("acquire fence", std::string(fences.of(left.acquireFence)),
-        std::string(fences.of(right.acquireFence)));
-    add("waits for it", number(left.waitsForAcquireFence), number(right.waitsForAcquireFence));
-    add("release fence", number(left.releaseFence), number(right.releaseFence));
-    add("usage bits refused", hex(left.refusedUsage), hex(right.refusedUsage));
-    add("layers", number(left.maxLayers), number(right.maxLayers));
-    add("reserved region", number(left.maxReservedSize), number(right.maxReservedSize));
-    add("lock without usage", number(left.lockWithoutUsage), number(right.lockWithoutUsage));
-    add("lock with other bits", number(left.lockWithOtherUsage), number(right.lockWithOtherUsage));
-    add("nested lock", number(left.nestedLock), number(right.nestedLock));
-    add("foreign handle", number(left.foreignHandle), number(right.foreignHandle));
-    add("flush without lock", number(left.unlockedFlush), number(right.unlockedFlush));
-    add("reread without lock", number(left.unlockedReread), number(right.unlockedReread));
+    }
 }
 
 }  // namespace

@@ -107,22 +107,25 @@ std::string nameOf(int32_t format) {
     return describeFormat(formatName(format), format);
 }
 
-// Calls `visit` with a label and a text for every quantity that a rule states.
-template <typename Visit>
-void forEachFormula(const Rule& rule, const Visit& visit) {
+void addFormula(std::string label, const Quantity& quantity, std::vector<LabelledText>& formulas) {
+    if (!quantity.empty()) {
+        formulas.emplace_back(std::move(label), describe(quantity));
+    }
+}
+
+// What a rule states of every quantity.
+std::vector<LabelledText> formulasOf(const Rule& rule) {
+    std::vector<LabelledText> formulas;
     for (const auto& [name, member] : kRuleQuantities) {
-        if (!(rule.*member).empty()) {
-            visit(std::string(name), describe(rule.*member));
-        }
+        addFormula(std::string(name), rule.*member, formulas);
     }
     for (size_t i = 0; i < rule.planes.size(); ++i) {
         for (const auto& [name, member] : kPlaneQuantities) {
-            if (!(rule.planes[i].*member).empty()) {
-                visit("plane " + std::to_string(i) + " " + std::string(name),
-                      describe(rule.planes[i].*member));
-            }
+            addFormula("plane " + std::to_string(i) + " " + std::string(name),
+                       rule.planes[i].*member, formulas);
         }
     }
+    return formulas;
 }
 
 std::string shapeText(const Shape& shape) {
@@ -137,64 +140,39 @@ std::string shapeText(const Shape& shape) {
     return text;
 }
 
-void printRule(std::ostream& out, const Rule& rule, const Profile& profile) {
-    out << "  " << conditionsOf(rule) << ": ";
-    if (rule.answer != kGranted) {
-        out << "refused with " << rule.answer << " (" << evidenceOf(rule) << ")\n";
-        return;
-    }
-    out << shapeText(profile.shapes[rule.shape]) << " (" << evidenceOf(rule) << ")\n";
-    forEachFormula(rule, [&](const std::string& label, const std::string& text) {
+void printRule(std::ostream& out, const RuleText& rule) {
+    out << "  " << rule.conditions << ": " << rule.outcome << " (" << rule.evidence << ")\n";
+    for (const auto& [label, text] : rule.formulas) {
         out << "    " << label << ": " << text << '\n';
-    });
+    }
+}
+
+std::string refusalText(int32_t answer) {
+    return "refused with " + std::to_string(answer);
 }
 
 void printTraits(std::ostream& out, const Traits& traits) {
-    const auto orGranted = [](int32_t answer) {
-        return answer == kGranted ? std::string("granted")
-                                  : "refused with " + std::to_string(answer);
-    };
-    out << "usage bits refused  " << hex(traits.refusedUsage) << '\n'
-        << "usage 0             " << orGranted(traits.zeroUsage) << '\n'
-        << "layers              up to " << traits.maxLayers << '\n'
-        << "reserved region     up to " << traits.maxReservedSize << " bytes\n"
-        << "acquire fence       "
-        << (traits.waitsForAcquireFence ? "waited for, " : "not waited for, ")
-        << zelkcam::profile::kAcquireFences.of(traits.acquireFence) << '\n'
-        << "release fence       " << (traits.releaseFence ? "given" : "none") << '\n'
-        << "lock without usage  " << traits.lockWithoutUsage << ", with other bits "
-        << traits.lockWithOtherUsage << ", nested " << traits.nestedLock << ", foreign handle "
-        << traits.foreignHandle << '\n'
-        << "not locked          flush " << traits.unlockedFlush << ", reread "
-        << traits.unlockedReread << '\n';
-}
-
-void printLocks(std::ostream& out, const std::vector<LockRule>& locks) {
-    for (const LockRule& rule : locks) {
-        const std::string usage = usageText(rule.usage);
-        out << "lock, " << (usage.empty() ? "else" : usage);
-        for (const int32_t format : rule.formats) {
-            out << ", " << nameOf(format);
-        }
-        out << ": reading " << rule.answer.read << ", writing " << rule.answer.write << '\n';
+    constexpr size_t kLabelWidth = 22;
+    for (auto [label, text] : describe(traits)) {
+        label.resize(kLabelWidth, ' ');
+        out << label << text << '\n';
     }
 }
 
 Json ruleDocument(const Rule& rule, const Profile& profile) {
+    const RuleText described = describe(rule, profile);
     Json object;
-    object["when"] = conditionsOf(rule);
+    object["when"] = described.conditions;
     if (rule.answer != kGranted) {
         object["refusal"] = rule.answer;
     } else {
-        object["becomes"] = shapeText(profile.shapes[rule.shape]);
+        object["becomes"] = described.outcome;
         Json formulas = Json::object();
-        bool open = false;
-        forEachFormula(rule, [&](const std::string& label, const std::string& text) {
+        for (const auto& [label, text] : described.formulas) {
             formulas[label] = text;
-            open = open || text.find("(?)") != std::string::npos;
-        });
+        }
         object["formulas"] = formulas;
-        object["partlyGuessed"] = open || (rule.evidence && rule.evidence->exceptions > 0);
+        object["partlyGuessed"] = described.isPartlyGuessed;
     }
     if (rule.evidence) {
         object["samples"] = rule.evidence->samples;
@@ -236,6 +214,55 @@ std::string evidenceOf(const Rule& rule) {
                              samples + ", the others are replayed; what was not asked is a guess";
 }
 
+RuleText describe(const Rule& rule, const Profile& profile) {
+    RuleText text{conditionsOf(rule), refusalText(rule.answer), {}, evidenceOf(rule)};
+    if (rule.answer != kGranted) {
+        return text;
+    }
+    text.outcome = shapeText(profile.shapes[rule.shape]);
+    text.formulas = formulasOf(rule);
+    text.isPartlyGuessed = (rule.evidence && rule.evidence->exceptions > 0) ||
+                           std::ranges::any_of(text.formulas, [](const LabelledText& formula) {
+                               return formula.second.find("(?)") != std::string::npos;
+                           });
+    return text;
+}
+
+std::vector<LabelledText> describe(const Traits& traits) {
+    const auto unless = [](int32_t good, int32_t answer) {
+        return answer == good ? "granted" : refusalText(answer);
+    };
+    const auto number = [](int64_t value) { return std::to_string(value); };
+    return {{"usage bits refused", hex(traits.refusedUsage)},
+            {"usage 0", unless(kGranted, traits.zeroUsage)},
+            {"layers", "up to " + number(traits.maxLayers)},
+            {"reserved region", "up to " + number(traits.maxReservedSize) + " bytes"},
+            {"acquire fence",
+             std::string(zelkcam::profile::kAcquireFences.of(traits.acquireFence))},
+            {"waits for it", traits.waitsForAcquireFence ? "yes" : "no"},
+            {"release fence", traits.releaseFence ? "given" : "none"},
+            {"lock without usage", unless(0, traits.lockWithoutUsage)},
+            {"lock with other bits", unless(0, traits.lockWithOtherUsage)},
+            {"nested lock", unless(0, traits.nestedLock)},
+            {"foreign handle", unless(0, traits.foreignHandle)},
+            {"flush without lock", unless(0, traits.unlockedFlush)},
+            {"reread without lock", unless(0, traits.unlockedReread)}};
+}
+
+std::vector<LabelledText> describe(const std::vector<LockRule>& locks) {
+    std::vector<LabelledText> lines;
+    for (const LockRule& rule : locks) {
+        const std::string usage = usageText(rule.usage);
+        std::string label = "lock, " + (usage.empty() ? "else" : usage);
+        for (const int32_t format : rule.formats) {
+            label += ", " + nameOf(format);
+        }
+        lines.emplace_back(label, "reading " + std::to_string(rule.answer.read) + ", writing " +
+                                          std::to_string(rule.answer.write));
+    }
+    return lines;
+}
+
 void printProfile(std::ostream& out, const Profile& profile) {
     out << profile.name << '\n';
     for (const std::string* const line :
@@ -246,11 +273,13 @@ void printProfile(std::ostream& out, const Profile& profile) {
     }
     out << '\n';
     printTraits(out, profile.traits);
-    printLocks(out, profile.locks);
+    for (const auto& [label, text] : describe(profile.locks)) {
+        out << label << ": " << text << '\n';
+    }
     for (const FormatRules& format : profile.formats) {
         out << '\n' << nameOf(format.format) << '\n';
         for (const Rule& rule : format.rules) {
-            printRule(out, rule, profile);
+            printRule(out, describe(rule, profile));
         }
     }
 }

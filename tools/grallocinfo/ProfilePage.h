@@ -1,0 +1,24 @@
+// Device profiles as pages for a browser.
+#pragma once
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "profile/Profile.h"
+#include "tools/grallocinfo/ProfileDiff.h"
+
+namespace grallocinfo {
+
+// The rules of a profile, what it answers to common requests, and pictures of the planes.
+void printProfilePage(std::ostream& out, const zelkcam::profile::Profile& profile);
+
+// Two profiles side by side, the most surprising difference first.
+void printDifferencePage(std::ostream& out, const zelkcam::profile::Profile& left,
+                         const zelkcam::profile::Profile& right);
+
+// Differences of anything else; `left` and `right` are what they are between.
+void printDifferencePage(std::ostream& out, const std::string& left, const std::string& right,
+                         const std::vector<ProfileDifference>& differences);
+
+}  // namespace grallocinfo
