@@ -29,11 +29,15 @@ struct Wishes {
 // By weak pointer, so that an object at the address of a dead one starts afresh.
 class WishList {
   public:
-    template <typename Use>
-    static auto use(const sp<IBase>& service, Use&& use) {
+    static WishList& instance() {
         static auto& list = *new WishList;
-        const std::lock_guard lock(list.mMutex);
-        return use(list.mWishes[service]);
+        return list;
+    }
+
+    template <typename Use>
+    auto use(const sp<IBase>& service, Use&& use) {
+        const std::lock_guard lock(mMutex);
+        return use(mWishes[service]);
     }
 
   private:
@@ -76,24 +80,27 @@ bool setMinSchedulerPolicy(const sp<IBase>& service, int policy, int priority) {
     if (!isLocal(service) || (!isNormal && !isRealTime)) {
         return false;
     }
-    WishList::use(service, [&](Wishes& wishes) { wishes.priority = {policy, priority}; });
+    WishList::instance().use(service, [&](Wishes& wishes) {
+        wishes.priority = {policy, priority};
+    });
     return true;
 }
 
 SchedPrio getMinSchedulerPolicy(const sp<IBase>& service) {
-    return WishList::use(service, [](const Wishes& wishes) { return wishes.priority; });
+    return WishList::instance().use(service, [](const Wishes& wishes) { return wishes.priority; });
 }
 
 bool setRequestingSid(const sp<IBase>& service, bool requesting) {
     if (!isLocal(service)) {
         return false;
     }
-    WishList::use(service, [&](Wishes& wishes) { wishes.requestsSid = requesting; });
+    WishList::instance().use(service, [&](Wishes& wishes) { wishes.requestsSid = requesting; });
     return true;
 }
 
 bool getRequestingSid(const sp<IBase>& service) {
-    return WishList::use(service, [](const Wishes& wishes) { return wishes.requestsSid; });
+    return WishList::instance().use(service,
+                                    [](const Wishes& wishes) { return wishes.requestsSid; });
 }
 
 bool interfacesEqual(const sp<IBase>& left, const sp<IBase>& right) {

@@ -76,6 +76,18 @@ TEST(HidlRegistry, KeepsWhatIsRegisteredAndReplacesIt) {
     EXPECT_EQ(IMapper::getService("replaced"), second);
 }
 
+TEST(HidlTransport, RemembersWhatIsSetForOneService) {
+    namespace hardware = android::hardware;
+    const sp<IBase> service = new Mapper;
+    EXPECT_TRUE(hardware::setMinSchedulerPolicy(service, SCHED_FIFO, 99));
+    EXPECT_FALSE(hardware::setMinSchedulerPolicy(service, SCHED_FIFO, 100));
+    EXPECT_FALSE(hardware::setMinSchedulerPolicy(service, SCHED_OTHER, -21));
+    EXPECT_EQ(hardware::getMinSchedulerPolicy(service).prio, 99);
+    EXPECT_EQ(hardware::getMinSchedulerPolicy(new Mapper).prio, 0);
+    EXPECT_TRUE(hardware::setRequestingSid(service, true));
+    EXPECT_TRUE(hardware::getRequestingSid(service));
+}
+
 // Notes what it is told.
 struct Listener : android::hidl::manager::V1_0::IServiceNotification {
     Return<void> onRegistration(const hidl_string&, const hidl_string& name,
