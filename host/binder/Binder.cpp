@@ -197,7 +197,7 @@ bool AIBinder_isHandlingTransaction() {
     return false;
 }
 
-// Whose calls are never remote has nothing to set.
+// They concern remote callers only, of which there are none.
 void AIBinder_setRequestingSid(AIBinder* /*binder*/, bool /*requestingSid*/) {}
 
 void AIBinder_setMinSchedulerPolicy(AIBinder* /*binder*/, int /*policy*/, int /*priority*/) {}
@@ -315,7 +315,7 @@ binder_status_t AIBinder_setExtension(AIBinder* binder, AIBinder* ext) {
     return STATUS_OK;
 }
 
-// How long an interface stays as it is matters to remote callers only.
+// Stability is a promise to remote callers.
 void AIBinder_markSystemStability(AIBinder* /*binder*/) {}
 
 // Declared instead of the one above for clients that are compiled as vendor code.

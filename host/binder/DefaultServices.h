@@ -1,4 +1,4 @@
-// How the service manager comes to the services that answer when nobody registered others.
+// Where the service manager finds the services that answer when no others were registered.
 #pragma once
 
 #include <string>

@@ -139,7 +139,7 @@ bool takeAllFds(msghdr& message, ReceivedFds& fds) {
 }
 
 // Fills `bytes`. Descriptors are accepted with the first read only, and only when `fds` is given:
-// without a control buffer the kernel drops what comes and says so by MSG_CTRUNC.
+// without a control buffer the kernel drops what arrives and reports that as MSG_CTRUNC.
 int receiveAll(int socket, std::span<std::byte> bytes, ReceivedFds* fds) {
     ControlBuffer control;
     while (!bytes.empty()) {

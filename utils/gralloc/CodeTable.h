@@ -20,7 +20,7 @@ constexpr const Row* findRow(const Row* row, size_t count, const Key& key, Key R
     return count != 0 && row->*member == key ? row : nullptr;
 }
 
-// Whether the rows of a table stand in ascending order of their codes, no code twice.
+// Whether the rows of a table are in ascending order of their codes, no code twice.
 template <typename Row, size_t Rows>
 consteval bool ascendingByCode(const std::array<Row, Rows>& table) {
     return std::adjacent_find(table.begin(), table.end(), [](const Row& left, const Row& right) {

@@ -79,7 +79,7 @@ class TransportListener {
 };
 
 // Listens at `path`, which only the same user may then connect to. A socket file that a dead server
-// left behind is replaced; anything else that stands there is left alone and answered with
+// left behind is replaced; anything else at that path is left alone and answered with
 // -EADDRINUSE. -ENAMETOOLONG above 107 bytes, -EINVAL for an empty path or one with a NUL in it.
 TransportResult<TransportListener> listenAt(const std::string& path);
 
