@@ -110,12 +110,15 @@ int64_t Evaluation::base(const Term& term, size_t self) {
 }
 
 int64_t Evaluation::value(const Term& term, size_t self) {
-    const int64_t scaled = mMath.multiply(base(term, self), term.times);
-    const int64_t divided = (term.up ? mMath.add(scaled, term.per - 1) : scaled) / term.per;
     const bool other = mChoice == Choice::kOther;
+    const int64_t whole =
+            mMath.alignUp(base(term, self), other && term.orUnit ? term.orUnit : term.unit);
+    const int64_t scaled = mMath.multiply(whole, term.times);
+    const int64_t divided = (term.up ? mMath.add(scaled, term.per - 1) : scaled) / term.per;
     int64_t sum = mMath.add(divided, other && term.plusOpen ? term.orPlus : term.plus);
-    if (term.tailRows != 0) {
-        sum = mMath.add(sum, mMath.multiply(term.tailRows, mNumbers.planes[0].row));
+    const int64_t tailRows = other && term.plusOpen ? term.orTailRows : term.tailRows;
+    if (tailRows != 0) {
+        sum = mMath.add(sum, mMath.multiply(tailRows, mNumbers.planes[0].row));
     }
     if (term.header) {
         sum = mMath.add(sum, mHeader);

@@ -110,10 +110,13 @@ std::optional<Term> withConstant(const Series& target, const Option& option, con
         return std::nullopt;
     }
     term.align = fitting.front();
-    const int64_t low = slack.most - term.align + 1;
+    // No device takes something away where it might add nothing.
+    const int64_t low =
+            std::max<int64_t>(slack.most - term.align + 1, slack.least >= 0 ? 0 : INT64_MIN);
     term.plus = roundest(low, slack.least);
     term.plusOpen = true;
     term.orPlus = term.plus == low ? slack.least : low;
+    term.orTailRows = term.tailRows;
     return term;
 }
 
@@ -131,6 +134,22 @@ std::optional<Term> fitOne(const Series& target, const Option& option, const Cho
     return std::nullopt;
 }
 
+// Another unit that explains the samples as well, by a formula that is the same otherwise.
+void noteOtherUnit(const Series& target, const std::vector<Option>& options, const Chosen& chosen,
+                   Effort effort, Term& term) {
+    for (const Option& option : options) {
+        if (option.term.unit <= term.unit || option.term.base != term.base ||
+            option.term.times != term.times || option.term.per != term.per) {
+            continue;
+        }
+        if (const auto other = fitOne(target, option, chosen, effort)) {
+            term.orUnit = other->unit;
+            term.orAlign = other->align;
+            return;
+        }
+    }
+}
+
 std::optional<Term> fitAny(const Series& target, const std::vector<Option>& options,
                            const Chosen& chosen, Effort most) {
     for (const Effort effort : {Effort::kExact, Effort::kAligned, Effort::kPlus}) {
@@ -138,7 +157,10 @@ std::optional<Term> fitAny(const Series& target, const std::vector<Option>& opti
             break;
         }
         for (const Option& option : options) {
-            if (const auto term = fitOne(target, option, chosen, effort)) {
+            if (auto term = fitOne(target, option, chosen, effort)) {
+                if (term->unit != 1) {
+                    noteOtherUnit(target, options, chosen, effort, *term);
+                }
                 return term;
             }
         }
@@ -205,9 +227,11 @@ bool Zones::explains(const Term& term, int64_t from, int64_t to) const {
         Term plain = term;
         plain.plus = option.term.plus;
         plain.align = option.term.align;
+        plain.orUnit = option.term.orUnit;
         plain.orAlign = option.term.orAlign;
         plain.plusOpen = option.term.plusOpen;
         plain.orPlus = option.term.orPlus;
+        plain.orTailRows = option.term.orTailRows;
         if (!(plain == option.term)) {
             continue;
         }
@@ -295,9 +319,6 @@ std::optional<Quantity> fit(const Series& target, const std::vector<Option>& opt
     }
     std::optional<Quantity> best;
     for (const Axis axis : {Axis::kWidth, Axis::kHeight, Axis::kArea}) {
-        if (axis == Axis::kArea && best) {
-            break;
-        }
         const auto zones = Zones(target, options, sizes.on(axis)).split(axis);
         if (zones && (!best || zones->size() < best->size())) {
             best = zones;

@@ -15,20 +15,29 @@ struct Ratio {
 // Bytes of a pixel where the planes do not tell.
 constexpr Ratio kBytesPerPixel[] = {{1, 1}, {2, 1}, {4, 1}, {3, 1}, {8, 1}, {5, 4},
                                     {3, 2}, {6, 1}, {5, 3}, {4, 3}, {1, 2}, {1, 4}};
-// Alignments of pixels that the row's bytes are counted from.
-constexpr int64_t kPixelAlignments[] = {2, 4, 8, 16, 32, 64, 128, 256, 12, 24, 48, 96, 6, 10, 20};
-constexpr int64_t kRowAlignments[] = {2, 4, 8, 16, 32, 64, 128, 256, 12, 24, 48, 96};
+// Units of pixels that a row's bytes are counted in.
+constexpr int64_t kUnits[] = {2, 4,  8,  16, 32, 64, 128, 256, 12,  24,  48, 96,
+                              6, 10, 20, 40, 80, 36, 72,  144, 192, 160, 320};
+constexpr int64_t kRowAlignments[] = {1, 2, 4, 8, 16, 32, 64, 128, 256, 12, 24, 48, 96, 6, 10, 20};
 
 struct Block {
     int64_t width;
     int64_t height;
 };
-// Blocks that compression and tiling work on.
+// Blocks that tiling works on.
 constexpr Block kBlocks[] = {{1, 1},   {16, 16},   {32, 8},  {8, 8},   {4, 4},    {16, 4},
                              {32, 32}, {64, 4},    {64, 16}, {64, 64}, {128, 32}, {16, 1},
                              {32, 1},  {64, 1},    {1, 2},   {1, 16},  {1, 32},   {64, 32},
                              {128, 1}, {128, 128}, {256, 1}, {256, 16}};
+// Sides of the blocks that compression works on, the likelier first.
+constexpr int64_t kSides[] = {16, 32, 8, 64, 4, 128, 256};
+// What chroma adds to the first plane, and how rows of bytes are rounded.
+constexpr Ratio kChroma[] = {{1, 1}, {3, 2}, {2, 1}};
+constexpr int64_t kRowBytes[] = {1,    2,  4,  8,   16, 32, 64, 128, 256, 512,
+                                 1024, 48, 96, 192, 10, 20, 40, 80,  384};
 constexpr int64_t kHeaderBytes[] = {16, 32, 8, 4, 1, 2, 64};
+// Pixels that a header's bytes are for.
+constexpr int64_t kHeaderPixels[] = {256, 64, 16, 1024, 4096};
 constexpr int64_t kHeaderAlignments[] = {1, 4096, 1024, 64, 128, 256, 512, 65536};
 
 int64_t alignUp(int64_t value, int64_t alignment) {
@@ -47,7 +56,7 @@ Option scaled(const Series& base, Term term, Ratio ratio, bool up) {
     Option option{term, {}};
     option.values.reserve(base.size());
     for (const int64_t value : base) {
-        const int64_t product = value * ratio.times;
+        const int64_t product = alignUp(value, term.unit) * ratio.times;
         option.values.push_back((term.up ? product + ratio.per - 1 : product) / ratio.per);
     }
     return option;
@@ -64,6 +73,37 @@ bool isConstant(const Series& series) {
 
 Quantity oneTerm(const Term& term) {
     return {Case{.term = term}};
+}
+
+// How much of a pixel, at most, `target` leaves beside `values`; nothing if they exceed it.
+Ratio moreThan(const Series& values, const Series& target, const Series& pixels) {
+    Ratio least{INT32_MAX, 1};
+    for (size_t i = 0; i < values.size(); ++i) {
+        const Ratio left{target[i] - values[i], pixels[i]};
+        if (left.times <= 0) {
+            return {0, 1};
+        }
+        if (static_cast<double>(left.times) * static_cast<double>(least.per) <
+            static_cast<double>(least.times) * static_cast<double>(left.per)) {
+            least = left;
+        }
+    }
+    return least;
+}
+
+// The largest of the ratios that no target falls short of.
+Ratio likeliest(const std::vector<Ratio>& ratios, const Series& base, const Series& target) {
+    Ratio best{1, 1};
+    for (const Ratio& ratio : ratios) {
+        const bool fits = std::equal(base.begin(), base.end(), target.begin(),
+                                     [&](int64_t value, int64_t wanted) {
+                                         return value * ratio.times <= wanted * ratio.per;
+                                     });
+        if (fits && ratio.times * best.per > best.times * ratio.per) {
+            best = ratio;
+        }
+    }
+    return best;
 }
 
 class RuleFitter {
@@ -93,7 +133,14 @@ class RuleFitter {
     bool fitArea(const Series& target, Quantity& quantity, const std::vector<Ratio>& ratios);
     bool fitHeader(const Series& target, Quantity& quantity, const Block& block,
                    const std::vector<Ratio>& ratios);
+    bool fitHeaderOf(const Series& target, Quantity& quantity, Option header,
+                     const Option& payload);
     void fitFirstRow();
+    void addUnits(Ratio ratio, std::vector<Option>& options) const;
+    bool fitWithoutPlanes(const Series& target);
+    bool fitUntold(const Series& target, int64_t divisor, const Series& row, const Term& rowTerm,
+                   Ratio chroma);
+    void fitTail(const Series& target, const Series& total);
     void fitFirstSize();
     void fitNextRow(size_t plane);
     void fitNextSize(size_t plane);
@@ -165,7 +212,7 @@ Series RuleFitter::valuesOf(const Quantity& quantity, const Series& base) const 
 }
 
 bool RuleFitter::fitRowByPixels(const Series& target, const std::vector<Ratio>& ratios) {
-    for (const int64_t alignment : kPixelAlignments) {
+    for (const int64_t alignment : kUnits) {
         Series pixels;
         pixels.reserve(mSizes.width.size());
         for (const int64_t width : mSizes.width) {
@@ -176,14 +223,17 @@ bool RuleFitter::fitRowByPixels(const Series& target, const std::vector<Ratio>& 
         for (const Ratio& ratio : ratios) {
             options.push_back(scaled(pixels, {.base = Base::kAlignedWidth}, ratio, false));
         }
-        if (const auto found = fit(target, options, mSizes, Effort::kAligned)) {
+        const auto found = fit(target, options, mSizes, Effort::kAligned);
+        if (found && mRule.alignedWidth.empty()) {
             mRule.alignedWidth = oneTerm({.base = Base::kWidth, .align = alignment});
             mAlignedWidth = pixels;
             mRule.planes[0].row = *found;
-            return true;
+        } else if (found == mRule.planes[0].row) {
+            mRule.alignedWidth.front().term.orAlign = alignment;
+            break;
         }
     }
-    return false;
+    return !mRule.alignedWidth.empty();
 }
 
 void RuleFitter::fitFirstRow() {
@@ -207,7 +257,15 @@ void RuleFitter::fitFirstRow() {
         return;
     }
     if (!fitRowByPixels(target, ratios)) {
+        addUnits(increment > 0 ? ratios.front() : likeliest(ratios, mSizes.width, target), options);
         settle(target, options, row);
+    }
+}
+
+// Rows of whole units, for devices that round to other units by size.
+void RuleFitter::addUnits(Ratio ratio, std::vector<Option>& options) const {
+    for (const int64_t unit : kUnits) {
+        options.push_back(scaled(mSizes.width, {.base = Base::kWidth, .unit = unit}, ratio, true));
     }
 }
 
@@ -236,8 +294,7 @@ bool RuleFitter::fitRowsOfFirst(const Series& size, Effort most) {
 bool RuleFitter::fitHiddenRows(const Series& size) {
     const Series row = ofPlane(0, &PlaneNumbers::row);
     for (const Effort effort : {Effort::kAligned, Effort::kPlus}) {
-        for (size_t k = 0; k <= std::size(kRowAlignments); ++k) {
-            const int64_t alignment = k == 0 ? 1 : kRowAlignments[k - 1];
+        for (const int64_t alignment : kRowAlignments) {
             Series rows;
             Series bytes;
             for (size_t i = 0; i < size.size(); ++i) {
@@ -284,26 +341,38 @@ void RuleFitter::takeBlock(const Block& block) {
 bool RuleFitter::fitHeader(const Series& target, Quantity& quantity, const Block& block,
                            const std::vector<Ratio>& ratios) {
     const Series pixels = area(block);
-    for (const int64_t bytes : kHeaderBytes) {
-        for (const int64_t alignment : kHeaderAlignments) {
-            const Ratio ratio = reduced(bytes, block.width * block.height);
-            Option header = scaled(pixels, {.base = Base::kArea}, ratio, true);
-            header.term.align = alignment;
-            std::vector<Option> options;
-            for (const Ratio& payload : ratios) {
-                Option option =
-                        scaled(pixels, {.base = Base::kArea, .header = true}, payload, true);
-                for (size_t i = 0; i < option.values.size(); ++i) {
-                    option.values[i] += alignUp(header.values[i], alignment);
+    for (const Ratio& payload : ratios) {
+        const Option plain = scaled(pixels, {.base = Base::kArea, .header = true}, payload, true);
+        const Ratio most = moreThan(plain.values, target, pixels);
+        for (const int64_t per : kHeaderPixels) {
+            for (const int64_t bytes : kHeaderBytes) {
+                const Ratio ratio = reduced(bytes, per);
+                if (per <= block.width * block.height &&
+                    ratio.times * most.per <= most.times * ratio.per &&
+                    fitHeaderOf(target, quantity,
+                                scaled(pixels, {.base = Base::kArea}, ratio, true), plain)) {
+                    takeBlock(block);
+                    return true;
                 }
-                options.push_back(option);
             }
-            if (const auto found = fit(target, options, mSizes, Effort::kAligned)) {
-                mRule.header = oneTerm(header.term);
-                quantity = *found;
-                takeBlock(block);
-                return true;
-            }
+        }
+    }
+    return false;
+}
+
+// A header so large, in each alignment that occurs.
+bool RuleFitter::fitHeaderOf(const Series& target, Quantity& quantity, Option header,
+                             const Option& payload) {
+    for (const int64_t alignment : kHeaderAlignments) {
+        Option option = payload;
+        for (size_t i = 0; i < option.values.size(); ++i) {
+            option.values[i] += alignUp(header.values[i], alignment);
+        }
+        if (const auto found = fit(target, {option}, mSizes, Effort::kAligned)) {
+            header.term.align = alignment;
+            mRule.header = oneTerm(header.term);
+            quantity = *found;
+            return true;
         }
     }
     return false;
@@ -333,9 +402,11 @@ bool RuleFitter::fitArea(const Series& target, Quantity& quantity,
             return true;
         }
     }
-    for (const Block& block : kBlocks) {
-        if (block.width * block.height > 1 && fitHeader(target, quantity, block, ratios)) {
-            return true;
+    for (const int64_t width : kSides) {
+        for (const int64_t height : kSides) {
+            if (fitHeader(target, quantity, {width, height}, ratios)) {
+                return true;
+            }
         }
     }
     return false;
@@ -353,7 +424,11 @@ void RuleFitter::fitFirstSize() {
     for (size_t i = 0; i < size.size(); ++i) {
         bytes.push_back(row[i] * mSizes.height[i]);
     }
-    settle(size, {plain(bytes, {.base = Base::kPlane})}, quantity);
+    std::vector<Option> options{plain(bytes, {.base = Base::kPlane})};
+    for (const Ratio& ratio : kBytesPerPixel) {
+        options.push_back(scaled(area({1, 1}), {.base = Base::kArea}, ratio, true));
+    }
+    settle(size, options, quantity);
 }
 
 void RuleFitter::fitNextRow(size_t plane) {
@@ -372,10 +447,8 @@ void RuleFitter::fitNextRow(size_t plane) {
     for (const Ratio other : kBytesPerPixel) {
         options.push_back(scaled(mSizes.width, {.base = Base::kWidth}, other, true));
     }
+    addUnits(ratio, options);
     settle(target, options, mRule.planes[plane].row);
-    if (mRule.planes[plane].row == oneTerm({.base = Base::kRow})) {
-        mRule.planes[plane].row = oneTerm({.base = Base::kRow});
-    }
 }
 
 bool RuleFitter::fitRowsOfNext(size_t plane, const Series& size) {
@@ -528,8 +601,92 @@ void RuleFitter::fitStrides() {
     }
 }
 
+// The size of a buffer whose planes the device keeps to itself: that of one plane of whole rows,
+// and more for chroma.
+bool RuleFitter::fitWithoutPlanes(const Series& target) {
+    int64_t divisor = 0;
+    for (const int64_t size : target) {
+        divisor = std::gcd(divisor, size);
+    }
+    for (const Ratio& chroma : kChroma) {
+        for (const Ratio& pixel : kBytesPerPixel) {
+            for (const int64_t align : kRowBytes) {
+                const Series row = scaled(mSizes.width, {.base = Base::kWidth}, pixel, true).values;
+                if (fitUntold(target, divisor, row,
+                              {.base = Base::kWidth,
+                               .up = pixel.per != 1,
+                               .times = pixel.times,
+                               .per = pixel.per,
+                               .align = align},
+                              chroma)) {
+                    return true;
+                }
+            }
+        }
+    }
+    return false;
+}
+
+bool RuleFitter::fitUntold(const Series& target, int64_t divisor, const Series& row,
+                           const Term& rowTerm, Ratio chroma) {
+    for (const int64_t tail : {0, 1, 2, 8}) {
+        for (const int64_t rows : kRowAlignments) {
+            Option option{{.base = Base::kTotal, .tailRows = tail}, {}};
+            int64_t least = INT64_MAX;
+            int64_t most = 0;
+            for (size_t i = 0; i < target.size() && (i == 0 || most - least < divisor); ++i) {
+                const int64_t bytes = alignUp(row[i], rowTerm.align);
+                const int64_t plane = bytes * alignUp(mSizes.height[i], rows);
+                option.values.push_back(plane * chroma.times / chroma.per + tail * bytes);
+                least = std::min(least, target[i] - option.values.back());
+                most = std::max(most, target[i] - option.values.back());
+            }
+            const bool possible = least >= 0 && most - least < divisor;
+            const auto found =
+                    possible ? fit(target, {option}, mSizes, Effort::kPlus) : std::nullopt;
+            if (found) {
+                mRule.alignedHeight = oneTerm({.base = Base::kHeight, .align = rows});
+                PlaneRule& plane = mRule.planes.emplace_back();
+                plane.row = oneTerm(rowTerm);
+                plane.size =
+                        oneTerm({.base = Base::kPlane, .times = chroma.times, .per = chroma.per});
+                mRule.allocationSize = *found;
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+// Rows behind the planes: what explains the size, or explains it as well as a constant does.
+void RuleFitter::fitTail(const Series& target, const Series& total) {
+    Quantity& size = mRule.allocationSize;
+    for (const int64_t tail : {1, 2, 4, 8, 16, 32}) {
+        if (!size.empty() && !size.front().term.plusOpen) {
+            return;
+        }
+        Option option = plain(total, {.base = Base::kTotal, .tailRows = tail});
+        for (size_t i = 0; i < total.size(); ++i) {
+            option.values[i] += tail * mAnswers[i]->numbers.planes[0].row;
+        }
+        const auto found = fit(target, {option}, mSizes, Effort::kPlus);
+        if (found && size.empty()) {
+            size = *found;
+        } else if (found) {
+            Term& term = size.front().term;
+            term.orTailRows = tail;
+            term.orPlus = found->front().term.plus;
+            term.orAlign = found->front().term.align;
+            return;
+        }
+    }
+}
+
 void RuleFitter::fitSize() {
     const Series target = collect([](const Answer& answer) { return answer.numbers.size; });
+    if (mShape.planes.empty() && fitWithoutPlanes(target)) {
+        return;
+    }
     std::vector<Option> options;
     const size_t planes = mShape.planes.size();
     const auto endOf = [](const Answer& answer, size_t plane) {
@@ -550,22 +707,12 @@ void RuleFitter::fitSize() {
     }
     if (const auto found = fit(target, options, mSizes, Effort::kPlus)) {
         mRule.allocationSize = *found == oneTerm({.base = Base::kTotal}) ? Quantity() : *found;
-        return;
     }
-    for (const int64_t tail : {1, 2, 4, 8, 16, 32}) {
-        if (planes == 0) {
-            break;
-        }
-        Option option = plain(total, {.base = Base::kTotal, .tailRows = tail});
-        for (size_t i = 0; i < total.size(); ++i) {
-            option.values[i] += tail * mAnswers[i]->numbers.planes[0].row;
-        }
-        if (const auto found = fit(target, {option}, mSizes, Effort::kPlus)) {
-            mRule.allocationSize = *found;
-            return;
-        }
+    if (planes != 0) {
+        fitTail(target, total);
     }
-    if (!fitArea(target, mRule.allocationSize, areaRatios())) {
+    if (mRule.allocationSize.empty() && target != total &&
+        !fitArea(target, mRule.allocationSize, areaRatios())) {
         settle(target, options, mRule.allocationSize);
     }
 }

@@ -111,9 +111,9 @@ enum class Base : uint8_t {
     kTotal,  // first byte behind all planes
 };
 
-// One formula: the base times `times`, divided by `per` and rounded (down unless `up`), plus
-// `plus` and `tailRows` rows of the first plane and, if asked for, the header; rounded up to
-// `align`.
+// One formula: the base in whole `unit`s, times `times`, divided by `per` and rounded (down unless
+// `up`), plus `plus` and `tailRows` rows of the first plane and, if asked for, the header; rounded
+// up to `align`.
 //
 // Where samples leave several values open, the others are kept: a request for which they make a
 // difference is answered by a guess.
@@ -122,17 +122,20 @@ struct Term {
     uint8_t plane = 0;
     bool up = false;
     bool header = false;
+    int64_t unit = 1;
     int64_t times = 1;
     int64_t per = 1;
     int64_t plus = 0;
     int64_t tailRows = 0;
     int64_t align = 1;
-    int64_t orAlign = 0;  // 0: nothing is open
-    int64_t orPlus = 0;   // meaningful with plusOpen
+    int64_t orUnit = 0;   // 0: nothing is open
+    int64_t orAlign = 0;  // likewise
+    int64_t orPlus = 0;   // meaningful with plusOpen, and so are the rows
+    int64_t orTailRows = 0;
     bool plusOpen = false;
 
     bool operator==(const Term&) const = default;
-    bool open() const { return orAlign != 0 || plusOpen; }
+    bool open() const { return orUnit != 0 || orAlign != 0 || plusOpen; }
 };
 
 enum class Axis : uint8_t { kWidth, kHeight, kArea };

@@ -3,15 +3,12 @@
 #include <set>
 #include <tuple>
 
-#include <nlohmann/json.hpp>
-
 #include "profile/Json.h"
+#include "profile/Value.h"
 #include "profile/Words.h"
 
 namespace zelkcam::profile {
 namespace {
-
-using nlohmann::json;
 
 // Where a document is wrong, and why.
 struct BadProfile {
@@ -33,47 +30,50 @@ constexpr size_t kMaxAnswers = 65536;
 // One value of the document and the way to it. The way costs text only when something is wrong.
 class Node {
   public:
-    explicit Node(const json& value) : mValue(value) {}
-    Node(const json& value, const Node* parent, std::string_view key)
-        : mValue(value), mParent(parent), mKey(key) {}
-    Node(const json& value, const Node* parent, size_t index)
-        : mValue(value), mParent(parent), mIndex(index) {}
+    explicit Node(const Document& document) : mDocument(document), mValue(document.root()) {}
+    Node(const Value& value, const Node* parent, std::string_view key)
+        : mDocument(parent->mDocument), mValue(value), mParent(parent), mKey(key) {}
+    Node(const Value& value, const Node* parent, size_t index)
+        : mDocument(parent->mDocument), mValue(value), mParent(parent), mIndex(index) {}
 
     [[noreturn]] void fail(const std::string& why) const { throw BadProfile{path(), why}; }
 
-    bool has(std::string_view key) const { return object().contains(key); }
+    bool has(std::string_view key) const { return find(key) != nullptr; }
     Node at(std::string_view key) const {
-        const auto found = object().find(key);
-        if (found == object().end()) {
+        const Value* const found = find(key);
+        if (found == nullptr) {
             fail("\"" + std::string(key) + "\" is missing");
         }
         return {*found, this, key};
     }
     Node at(size_t index) const {
-        if (index >= mValue.size()) {
-            fail("more than " + std::to_string(mValue.size()) + " elements expected");
+        if (index >= mValue.count) {
+            fail("more than " + std::to_string(mValue.count) + " elements expected");
         }
-        return {mValue[index], this, index};
+        return {mDocument.children(mValue)[index], this, index};
     }
 
     size_t count(size_t most) const {
-        if (!mValue.is_array()) {
+        if (!isArray()) {
             fail("an array expected");
         }
-        if (mValue.size() > most) {
+        if (mValue.count > most) {
             fail("at most " + std::to_string(most) + " elements expected, not " +
-                 std::to_string(mValue.size()));
+                 std::to_string(mValue.count));
         }
-        return mValue.size();
+        return mValue.count;
     }
-    bool isArray() const { return mValue.is_array(); }
-    bool isString() const { return mValue.is_string(); }
+    bool isArray() const { return mValue.kind == Kind::kArray; }
+    bool isString() const { return mValue.kind == Kind::kText; }
 
     // Only what is named may stand in an object: a misspelt word would count for nothing.
     void allow(std::initializer_list<std::string_view> words) const;
 
     int64_t integer(int64_t least, int64_t most) const {
-        const int64_t number = signedNumber();
+        if (mValue.kind != Kind::kInteger) {
+            fail("a whole number expected");
+        }
+        const int64_t number = mValue.number;
         if (number < least || number > most) {
             fail("a number from " + std::to_string(least) + " to " + std::to_string(most) +
                  " expected, not " + std::to_string(number));
@@ -81,16 +81,16 @@ class Node {
         return number;
     }
     bool boolean() const {
-        if (!mValue.is_boolean()) {
+        if (mValue.kind != Kind::kBoolean) {
             fail("true or false expected");
         }
-        return mValue.get<bool>();
+        return mValue.number != 0;
     }
-    const std::string& text(size_t most = kMaxText) const {
-        if (!mValue.is_string() || mValue.get_ref<const std::string&>().size() > most) {
+    std::string text(size_t most = kMaxText) const {
+        if (!isString() || mValue.count > most) {
             fail("a text of at most " + std::to_string(most) + " bytes expected");
         }
-        return mValue.get_ref<const std::string&>();
+        return std::string(mDocument.text(mValue));
     }
     uint64_t bits() const;
 
@@ -104,18 +104,21 @@ class Node {
     }
 
   private:
-    const json& object() const {
-        if (!mValue.is_object()) {
+    std::span<const Value> members() const {
+        if (mValue.kind != Kind::kObject) {
             fail("an object expected");
         }
-        return mValue;
+        return mDocument.children(mValue);
     }
-    int64_t signedNumber() const {
-        if (!mValue.is_number_integer() ||
-            (mValue.is_number_unsigned() && mValue.get<uint64_t>() > INT64_MAX)) {
-            fail("a whole number expected");
+    // The last of a name counts.
+    const Value* find(std::string_view key) const {
+        const auto all = members();
+        for (size_t i = all.size(); i >= 2; i -= 2) {
+            if (mDocument.text(all[i - 2]) == key) {
+                return &all[i - 1];
+            }
         }
-        return mValue.get<int64_t>();
+        return nullptr;
     }
     std::string path() const {
         if (mParent == nullptr) {
@@ -124,30 +127,33 @@ class Node {
         return mParent->path() + "/" + (mKey.empty() ? std::to_string(mIndex) : std::string(mKey));
     }
 
-    const json& mValue;
+    const Document& mDocument;
+    const Value& mValue;
     const Node* mParent = nullptr;
     std::string_view mKey;
     size_t mIndex = 0;
 };
 
 void Node::allow(std::initializer_list<std::string_view> words) const {
-    for (const auto& [key, value] : object().items()) {
+    const auto all = members();
+    for (size_t i = 0; i < all.size(); i += 2) {
+        const std::string_view key = mDocument.text(all[i]);
         bool known = false;
         for (const std::string_view word : words) {
             known = known || word == key;
         }
         if (!known) {
-            fail("\"" + key.substr(0, kMaxText) + "\" is not known here");
+            fail("\"" + std::string(key.substr(0, kMaxText)) + "\" is not known here");
         }
     }
 }
 
 // "0x20033", or a number.
 uint64_t Node::bits() const {
-    if (!mValue.is_string()) {
+    if (!isString()) {
         return static_cast<uint64_t>(integer(0, INT64_MAX));
     }
-    const std::string& digits = text(18);
+    const std::string digits = text(18);
     const bool good = digits.size() > 2 && digits.starts_with("0x") &&
                       digits.find_first_not_of("0123456789abcdef", 2) == std::string::npos;
     if (!good) {
@@ -218,7 +224,7 @@ uint32_t fourcc(const Node& node) {
     if (!node.isString()) {
         return static_cast<uint32_t>(node.integer(0, UINT32_MAX));
     }
-    const std::string& name = node.text(4);
+    const std::string name = node.text(4);
     if (name.size() != 4) {
         node.fail("four characters expected");
     }
@@ -231,24 +237,29 @@ uint32_t fourcc(const Node& node) {
 
 Term readTerm(const Node& node, bool amongCases) {
     if (amongCases) {
-        node.allow({"of", "plane", "up", "header", "times", "per", "plus", "tailRows", "align",
-                    "orAlign", "orPlus", "upTo", "sure", "next"});
+        node.allow({"of", "plane", "up", "header", "unit", "times", "per", "plus", "tailRows",
+                    "align", "orUnit", "orTailRows", "orAlign", "orPlus", "upTo", "sure", "next"});
     } else {
-        node.allow({"of", "plane", "up", "header", "times", "per", "plus", "tailRows", "align",
-                    "orAlign", "orPlus"});
+        node.allow({"of", "plane", "up", "header", "unit", "times", "per", "plus", "tailRows",
+                    "align", "orUnit", "orTailRows", "orAlign", "orPlus"});
     }
     Term term;
     term.base = node.at("of").word(kBases);
     term.plane = static_cast<uint8_t>(integerOr(node, "plane", 0, kMaxPlanes - 1, 0));
     term.up = booleanOr(node, "up", false);
     term.header = booleanOr(node, "header", false);
+    term.unit = integerOr(node, "unit", 1, kMaxAlignment, 1);
     term.times = integerOr(node, "times", 1, kMaxFactor, 1);
     term.per = integerOr(node, "per", 1, kMaxFactor, 1);
     term.plus = integerOr(node, "plus", -kMaxNumber, kMaxNumber, 0);
     term.tailRows = integerOr(node, "tailRows", 0, kMaxFactor, 0);
     term.align = integerOr(node, "align", 1, kMaxAlignment, 1);
+    term.orUnit = integerOr(node, "orUnit", 0, kMaxAlignment, 0);
     term.orAlign = integerOr(node, "orAlign", 0, kMaxAlignment, 0);
     term.plusOpen = node.has("orPlus");
+    if (term.plusOpen) {
+        term.orTailRows = integerOr(node, "orTailRows", 0, kMaxFactor, term.tailRows);
+    }
     term.orPlus = integerOr(node, "orPlus", -kMaxNumber, kMaxNumber, 0);
     return term;
 }
@@ -358,7 +369,7 @@ void requireKnown(const Node& node, const Quantity& quantity, std::initializer_l
             node.fail("\"" + std::string(kBases.of(one.term.base)) +
                       "\" is not known when this is counted");
         }
-        if (one.term.tailRows != 0 && one.term.base != Base::kTotal &&
+        if ((one.term.tailRows != 0 || one.term.orTailRows != 0) && one.term.base != Base::kTotal &&
             one.term.base != Base::kEnd) {
             node.fail("\"tailRows\" belongs behind planes");
         }
@@ -722,13 +733,14 @@ std::optional<Profile> readJson(std::string_view text, std::string* error) {
         *error = "a document of at most " + std::to_string(kMaxDocumentSize) + " bytes expected";
         return std::nullopt;
     }
+    const auto document = Document::parse(text, error);
+    if (!document) {
+        return std::nullopt;
+    }
     try {
-        const json document = json::parse(text);
-        return readProfile(Node(document));
+        return readProfile(Node(*document));
     } catch (const BadProfile& bad) {
         *error = (bad.where.empty() ? "" : "at " + bad.where + ": ") + bad.why;
-    } catch (const json::exception& bad) {
-        *error = bad.what();
     }
     return std::nullopt;
 }

@@ -46,15 +46,18 @@ constexpr uint64_t kUsages[] = {
 constexpr Size kCommonSizes[] = {{66, 34}, {1922, 1082}, {4098, 18}};
 
 // One dimension at a time. A row of one pixel shows an alignment at its widest; the numbers beside
-// powers of two show where a device begins to do otherwise; the last are what cameras have.
+// powers of two show where a device begins to do otherwise;
 constexpr uint32_t kSweepHeight = 34;
 constexpr uint32_t kWidths[] = {1,    2,    18,   33,   130,  258,  514,  640,  770,  1026, 1280,
                                 1538, 1920, 2046, 2048, 2050, 3840, 4094, 4096, 4098, 8192, 8194};
 constexpr uint32_t kSweepWidth = 66;
-constexpr uint32_t kHeights[] = {1,   2,   17,   18,   66,   130,  258,  480, 514,
-                                 720, 770, 1026, 1080, 2048, 2050, 4096, 4098};
-constexpr Size kPictures[] = {{640, 480},   {1280, 720},  {1920, 1080},
-                              {3840, 2160}, {4000, 3000}, {4032, 3024}};
+constexpr uint32_t kHeights[] = {1,   2,    17,   18,   66,   130,  258,  480,  514, 720,
+                                 770, 1026, 1080, 2048, 2050, 4096, 4098, 5002, 8194};
+// What cameras have, and large sizes that are whole units of nothing: some devices round a row by
+// the number of rows, and rows by their length.
+constexpr Size kPictures[] = {{640, 480},   {1280, 720},  {1920, 1080}, {3840, 2160}, {4000, 3000},
+                              {4032, 3024}, {1282, 722},  {1026, 1090}, {770, 2050},  {2050, 2050},
+                              {2562, 1442}, {3842, 2162}, {514, 4098},  {1030, 3074}};
 
 class Recording {
   public:

@@ -66,6 +66,7 @@ Json termOf(const Term& term) {
     if (term.base == Base::kEnd || term.base == Base::kStart) {
         object["plane"] = term.plane;
     }
+    putUnless(object, "unit", term.unit, plain.unit);
     putUnless(object, "times", term.times, plain.times);
     putUnless(object, "per", term.per, plain.per);
     putUnless(object, "up", term.up, plain.up);
@@ -73,9 +74,11 @@ Json termOf(const Term& term) {
     putUnless(object, "tailRows", term.tailRows, plain.tailRows);
     putUnless(object, "header", term.header, plain.header);
     putUnless(object, "align", term.align, plain.align);
+    putUnless(object, "orUnit", term.orUnit, plain.orUnit);
     putUnless(object, "orAlign", term.orAlign, plain.orAlign);
     if (term.plusOpen) {
         object["orPlus"] = term.orPlus;
+        putUnless(object, "orTailRows", term.orTailRows, term.tailRows);
     }
     return object;
 }

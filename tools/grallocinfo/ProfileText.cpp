@@ -55,6 +55,9 @@ std::string baseText(const Term& term) {
 
 std::string termText(const Term& term) {
     std::string text = baseText(term);
+    if (term.unit != 1) {
+        text += " in " + std::to_string(term.unit) + "s";
+    }
     if (term.times != 1) {
         text += " x " + std::to_string(term.times);
     }
