@@ -45,7 +45,19 @@ std::optional<PixelFormat> chosenFormat(const Buffer& buffer) {
     return formatOfFourcc(*fourcc).value_or(*requested);
 }
 
+// What an allocator keeps of an attribute that no standard metadata carries, as the extension's
+// vendor metadata: four plain bytes. Most mappers have none.
+std::optional<uint32_t> readKept(const Buffer& buffer, plexa_attribute_t attribute) {
+    uint32_t value = 0;
+    const int32_t size =
+            buffer.mapper.getMetadata(buffer.handle, {kTypeName, attribute}, &value, sizeof(value));
+    return size == sizeof(value) ? std::optional(value) : std::nullopt;
+}
+
 std::optional<uint64_t> readFormat(const Buffer& buffer) {
+    if (const auto kept = readKept(buffer, PLEXA_GET_FORMAT)) {
+        return *kept;
+    }
     const auto format = chosenFormat(buffer);
     if (!format) {
         return std::nullopt;
@@ -61,9 +73,8 @@ std::optional<uint64_t> readUsage(const Buffer& buffer) {
     return static_cast<uint32_t>(*usage);
 }
 
-// No standard metadata carries the flags.
-std::optional<uint64_t> noFlags(const Buffer&) {
-    return 0;
+std::optional<uint64_t> readFlags(const Buffer& buffer) {
+    return readKept(buffer, PLEXA_GET_BUFFER_FLAGS).value_or(0);
 }
 
 struct Number {
@@ -79,7 +90,7 @@ constexpr Number kNumbers[] = {
         {PLEXA_GET_ALLOC_SIZE, readUnsigned<StandardMetadataType::ALLOCATION_SIZE>},
         {PLEXA_GET_FORMAT, readFormat},
         {PLEXA_GET_USAGE, readUsage},
-        {PLEXA_GET_BUFFER_FLAGS, noFlags},
+        {PLEXA_GET_BUFFER_FLAGS, readFlags},
 };
 
 }  // namespace

@@ -13,7 +13,8 @@ namespace zelkcam::plexa {
 using NumberReader = std::optional<uint64_t> (*)(const Buffer& buffer);
 
 // The reader of a numeric attribute (plexa_attribute_t), null for any other code. Each makes one
-// metadata read; an implementation-defined or flexible format makes a second for its fourcc.
+// metadata read. A format that the mapper keeps no vendor metadata of makes a second, and an
+// implementation-defined or flexible one a third for its fourcc.
 NumberReader numberReader(int attribute);
 
 }  // namespace zelkcam::plexa

@@ -7,8 +7,6 @@
 namespace zelkcam::plexa {
 namespace {
 
-constexpr char kTypeName[] = "zelkcam.plexa.BufferAttribute";
-
 constinit NoteTable gNoteTable;
 
 // The two errors with which a mapper refuses metadata that it does not have.

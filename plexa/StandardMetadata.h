@@ -20,6 +20,9 @@ struct Buffer {
     buffer_handle_t handle;
 };
 
+// The vendor metadata that belongs to the extension, by attribute and operation codes.
+inline constexpr char kTypeName[] = "zelkcam.plexa.BufferAttribute";
+
 // Holds every encoding but that of many planes.
 inline constexpr size_t kFirstRead = 512;
 // What a mapper may ask for at most: some hundreds of planes, more than any format has.

@@ -10,6 +10,7 @@
 #include <android/log.h>
 
 #include "host/sync/Fence.h"
+#include "platform/plexa.h"
 
 namespace zelkcam::host::gralloc {
 namespace {
@@ -246,6 +247,9 @@ int32_t ImportedBuffer::getMetadata(std::string_view typeName, int64_t type, voi
     if (settable >= 0) {
         return cell(static_cast<size_t>(settable)).read(destination, room);
     }
+    if (typeName == kPlexaTypeName) {
+        return getAttribute(type, destination, room);
+    }
     if (typeName != kStandardTypeName || type < 1 || type > kLastStandardType) {
         return -AIMAPPER_ERROR_UNSUPPORTED;
     }
@@ -259,6 +263,19 @@ int32_t ImportedBuffer::getMetadata(std::string_view typeName, int64_t type, voi
         std::memcpy(destination, value.data(), value.size());
     }
     return static_cast<int32_t>(value.size());
+}
+
+// The attributes of the extension that no standard metadata carries.
+int32_t ImportedBuffer::getAttribute(int64_t attribute, void* destination, size_t room) const {
+    if (attribute != PLEXA_GET_FORMAT && attribute != PLEXA_GET_BUFFER_FLAGS) {
+        return -AIMAPPER_ERROR_UNSUPPORTED;
+    }
+    const uint32_t value =
+            attribute == PLEXA_GET_FORMAT ? static_cast<uint32_t>(mLayout.format) : mLayout.flags;
+    if (room >= sizeof(value)) {
+        std::memcpy(destination, &value, sizeof(value));
+    }
+    return sizeof(value);
 }
 
 AIMapper_Error ImportedBuffer::setMetadata(std::string_view typeName, int64_t type,

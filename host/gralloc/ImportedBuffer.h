@@ -67,6 +67,7 @@ class ImportedBuffer {
     void retire();
 
   private:
+    int32_t getAttribute(int64_t attribute, void* destination, size_t room) const;
     struct DeleteHandle {
         void operator()(native_handle_t* handle) const { native_handle_delete(handle); }
     };

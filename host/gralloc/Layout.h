@@ -67,6 +67,7 @@ struct Layout {
     int32_t format = 0;  // the concrete one that the requested one became
     uint32_t fourcc = 0;
     uint64_t modifier = 0;        // DRM's; 0 is linear
+    uint32_t flags = 0;           // of the buffer-attribute extension
     uint32_t stride = 0;          // what STRIDE metadata answers
     uint32_t answeredStride = 0;  // what the allocator answers
     uint64_t allocationSize = 0;  // what ALLOCATION_SIZE answers

@@ -55,9 +55,9 @@ TEST_F(AttributeTest, EachComesFromOneReadInFourBytes) {
             {PLEXA_GET_STRIDE, 1984, {"getStandardMetadata 23 512"}},
             {PLEXA_GET_VERTICAL_STRIDE, 1088, {"getStandardMetadata 15 512"}},
             {PLEXA_GET_ALLOC_SIZE, 0xc0000000, {"getStandardMetadata 10 512"}},
-            {PLEXA_GET_FORMAT, 0x11, {"getStandardMetadata 6 512"}},
+            {PLEXA_GET_FORMAT, 0x11, {"getMetadata 15", "getStandardMetadata 6 512"}},
             {PLEXA_GET_USAGE, 0x80020033, {"getStandardMetadata 9 512"}},
-            {PLEXA_GET_BUFFER_FLAGS, 0, {}},
+            {PLEXA_GET_BUFFER_FLAGS, 0, {"getMetadata 52"}},
             {PLEXA_GET_ION_FD, 41, {}},
     };
     for (const auto& expected : kCases) {
@@ -89,9 +89,21 @@ TEST_F(AttributeTest, AFormatLeftToTheAllocatorComesFromTheFourcc) {
     describe<Type::PIXEL_FORMAT_REQUESTED>(PixelFormat::IMPLEMENTATION_DEFINED);
     journal().take();
     read(PLEXA_GET_FORMAT);
-    EXPECT_EQ(journal().take(), (Calls{"getStandardMetadata 6 512", "getStandardMetadata 7 512"}));
+    EXPECT_EQ(journal().take(),
+              (Calls{"getMetadata 15", "getStandardMetadata 6 512", "getStandardMetadata 7 512"}));
     mapperScript().metadata.erase(7);
     EXPECT_EQ(read(PLEXA_GET_FORMAT), std::nullopt);
+}
+
+TEST_F(AttributeTest, WhatTheMapperKeepsForTheExtensionCountsFirst) {
+    const std::vector<uint8_t> bytes = {0x04, 0x0c, 0xa3, 0x7f, 0};
+    for (const int attribute : {PLEXA_GET_FORMAT, PLEXA_GET_BUFFER_FLAGS}) {
+        auto& kept = mapperScript().notes.values[{"zelkcam.plexa.BufferAttribute", attribute}];
+        kept.assign(bytes.begin(), bytes.end() - 1);
+        EXPECT_EQ(read(attribute), 0x7fa30c04u);
+        kept = bytes;
+        EXPECT_EQ(read(attribute), attribute == PLEXA_GET_FORMAT ? 0x11u : 0u) << "no 32 bits";
+    }
 }
 
 TEST_F(AttributeTest, RowsAreThoseThatTheFirstPlaneHasRoomFor) {
