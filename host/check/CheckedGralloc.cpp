@@ -9,6 +9,7 @@
 #include <aidl/android/hardware/graphics/common/PixelFormat.h>
 
 #include "host/check/Descriptors.h"
+#include "host/check/Symbols.h"
 
 namespace zelkcam::host::check {
 namespace {
@@ -314,6 +315,14 @@ void CheckedGralloc::checkWrites(const Import& import, const std::vector<HeldLoc
     }
 }
 
+// The library unlocks after a lock for a layout, whether that succeeded or not.
+void CheckedGralloc::tellUnlock(const Import& import, const CallStack& stack) {
+    Finding finding{"unlock-without-lock", import.name + " was unlocked although it was not locked",
+                    stack, Earlier{"imported here", import.imported}};
+    finding.weight = isUnlockOfLayoutQuery(resolve(stack)) ? Weight::ByContract : Weight::Finding;
+    tell(finding);
+}
+
 AIMapper_Error CheckedGralloc::unlock(buffer_handle_t handle,
                                       gralloc::ScopedFileDescriptor* releaseFence) {
     const ImportPointer import = lookUp(handle, "unlocked");
@@ -332,8 +341,7 @@ AIMapper_Error CheckedGralloc::unlock(buffer_handle_t handle,
     if (error == AIMAPPER_ERROR_NONE) {
         addFence(releaseFence->get(), import->name, stack);
     } else if (ended.empty()) {
-        tell({"unlock-without-lock", import->name + " was unlocked although it was not locked",
-              stack, Earlier{"imported here", import->imported}});
+        tellUnlock(*import, stack);
     }
     return error;
 }

@@ -80,6 +80,7 @@ class CheckedGralloc : public gralloc::Gralloc {
     void admitWriters(const Import& import, const std::vector<HeldLock>& ended);
     void checkWrites(const Import& import, const std::vector<HeldLock>& locks,
                      const CallStack& stack) const;
+    static void tellUnlock(const Import& import, const CallStack& stack);
     void tellPadding(const Import& import, const HeldLock& lock, const CallStack& stack) const;
     void forget(const ImportPointer& import, const CallStack& stack);
 

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <map>
 #include <mutex>
@@ -94,6 +95,16 @@ std::pair<dev_t, ino_t> fileOf(int fd) {
     struct stat status = {};
     fstat(fd, &status);
     return {status.st_dev, status.st_ino};
+}
+
+// Unless it is known to be closed, or another file.
+bool isStill(int fd, const Known& known) {
+    struct stat status = {};
+    if (fstat(fd, &status) != 0) {
+        return errno != EBADF;
+    }
+    return known.file == std::pair<dev_t, ino_t>() ||
+           known.file == std::pair(status.st_dev, status.st_ino);
 }
 
 const Known* findOwn(const std::map<int, Known>& known, int fd) {
@@ -271,7 +282,7 @@ void removeBorrowed(const native_handle_t& handle, const CallStack& freed) {
         for (int i = 0; i < handle.numFds; ++i) {
             const int fd = handle.data[i];
             const Known* const known = findOwn(state().borrowed, fd);
-            if (known != nullptr && fileOf(fd) != known->file) {
+            if (known != nullptr && !isStill(fd, *known)) {
                 lost.push_back({"closed-borrowed",
                                 "descriptor " + std::to_string(fd) + ", which belongs to " +
                                         known->buffer + ", was closed before the buffer was freed",
@@ -307,7 +318,7 @@ void tellLeakedFences() {
         fences.swap(state().fences);
     }
     for (const auto& [fd, fence] : fences) {
-        if (fence.process != getpid() || fcntl(fd, F_GETFD) < 0 || fileOf(fd) != fence.file) {
+        if (fence.process != getpid() || !isStill(fd, fence)) {
             continue;
         }
         Finding finding{"leaked-fence",

@@ -129,13 +129,35 @@ Scopes scopesAround(Dwarf_Die* unit, Dwarf_Addr address) {
     return scopes;
 }
 
+// The compilation that `address` is in, or null. Not every compiler writes the index that answers
+// this at once.
+Dwarf_Die* unitAround(Dwfl_Module* module, Dwarf_Addr address, Dwarf_Addr* bias) {
+    Dwarf_Die* unit = dwfl_module_addrdie(module, address, bias);
+    if (unit != nullptr) {
+        return unit;
+    }
+    do {
+        unit = dwfl_module_nextcu(module, unit, bias);
+    } while (unit != nullptr && dwarf_haspc(unit, address - *bias) <= 0);
+    return unit;
+}
+
+void moveToLine(Dwarf_Die* unit, Dwarf_Addr address, Frame* frame) {
+    Dwarf_Line* const line = dwarf_getsrc_die(unit, address);
+    if (line != nullptr) {
+        frame->file = text(dwarf_linesrc(line, nullptr, nullptr));
+        dwarf_lineno(line, &frame->line);
+    }
+}
+
 // Adds a frame for every function, inlined or not, that `address` is in.
 bool addFunctions(Dwfl_Module* module, Dwarf_Addr address, Frame frame, std::vector<Frame>* out) {
     Dwarf_Addr bias = 0;
-    Dwarf_Die* const unit = dwfl_module_addrdie(module, address, &bias);
+    Dwarf_Die* const unit = unitAround(module, address, &bias);
     if (unit == nullptr) {
         return false;
     }
+    moveToLine(unit, address - bias, &frame);
     const Scopes scopes = scopesAround(unit, address - bias);
     for (int i = 0; i < scopes.count; ++i) {
         Dwarf_Die* const scope = scopes.dies.get() + i;
@@ -170,10 +192,6 @@ void addFrames(Dwfl* session, Dwarf_Addr address, std::vector<Frame>* out) {
     const char* name =
             dwfl_module_info(module, nullptr, &start, nullptr, nullptr, nullptr, &file, nullptr);
     frame.module = text(file != nullptr ? file : name);
-    Dwfl_Line* const line = dwfl_module_getsrc(module, address);
-    if (line != nullptr) {
-        frame.file = text(dwfl_lineinfo(line, nullptr, &frame.line, nullptr, nullptr, nullptr));
-    }
     if (addFunctions(module, address, frame, out)) {
         return;
     }
@@ -301,6 +319,13 @@ Owner ownerOf(const std::vector<Frame>& frames) {
 bool isUnlockInsideLock(const std::vector<Frame>& frames) {
     return std::ranges::any_of(frames, [](const Frame& frame) {
         return isLibrary(frame) && frame.function.ends_with("::lock");
+    });
+}
+
+bool isUnlockOfLayoutQuery(const std::vector<Frame>& frames) {
+    return std::ranges::any_of(frames, [](const Frame& frame) {
+        return isLibrary(frame) &&
+               (frame.function.ends_with("::gQueryYCbCr") || frame.function.ends_with("::query"));
     });
 }
 

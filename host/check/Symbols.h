@@ -28,6 +28,9 @@ Owner ownerOf(const std::vector<Frame>& frames);
 // Whether the library itself unlocked, inside one of its locks.
 bool isUnlockInsideLock(const std::vector<Frame>& frames);
 
+// Whether the library itself unlocked, while it looked for a layout.
+bool isUnlockOfLayoutQuery(const std::vector<Frame>& frames);
+
 // Without the innermost frames that are the library's and the platform's, so that the program's own
 // call comes first. Whole when nothing else is in it.
 std::vector<Frame> programFrames(std::vector<Frame> frames);
