@@ -1,5 +1,8 @@
 // What grallocinfo run --check tells of programs with one fault, and of programs without.
+#include <sys/stat.h>
+
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -26,12 +29,12 @@ std::string takeFile(const std::string& path) {
     return text.str();
 }
 
-// Runs one of the programs beside this one.
+// Runs one of the programs beside this one, given by the words of its command line.
 Checked check(const std::string& command, const std::string& options = "") {
     const std::string base = testing::TempDir() + "/check-" + std::to_string(getpid());
     const std::string line = std::string("cd ") + PROGRAMS +
                              " && ulimit -c 0 && ./grallocinfo run --check --report " + base +
-                             ".json " + options + " -- ./" + command + " >/dev/null 2>" + base;
+                             ".json " + options + " -- " + command + " >/dev/null 2>" + base;
     Checked checked;
     checked.status = WEXITSTATUS(system(line.c_str()));  // NOLINT(cert-env33-c): our own words
     const Json document = Json::parse(takeFile(base + ".json"), nullptr, false);
@@ -84,6 +87,8 @@ const Case kCases[] = {
         {"overrunOneRow", {"padding-overwritten"}, "locked here", "plane 1 row 17"},
         {"closeFenceOfLock", {"double-close"}, "closed here"},
         {"closeBuffersDescriptor", {"closed-borrowed"}, "imported here"},
+        {"closeBuffersDescriptorInside", {"closed-borrowed"}, "imported here"},
+        {"replaceBuffersDescriptor", {"closed-borrowed"}, "imported here"},
         {"closeBuffersDescriptorAfterFree", {"double-close"}, "closed here"},
         {"leakInChild", {"leaked-import"}, "allocated here"},
         {"dropFence", {"leaked-fence"}, nullptr, "the release fence", 0, "--quirk late-fence=0"},
@@ -118,12 +123,12 @@ TEST_P(Check, FindsEveryFaultInItsFunctionAndNothingElse) {
         if (way == "facade" && std::string(fault.function).find("Fence") != std::string::npos) {
             continue;
         }
-        expectTold(fault, check("misuse " + way + " " + fault.function, fault.options));
+        expectTold(fault, check("./misuse " + way + " " + fault.function, fault.options));
     }
 }
 
 TEST_P(Check, FindsNothingInProgramsThatOnlyLookFaulty) {
-    const Checked checked = check(std::string("proper ") + GetParam(), "--profile all");
+    const Checked checked = check(std::string("./proper ") + GetParam(), "--profile all");
     EXPECT_EQ(checked.status, 0) << checked.text;
     EXPECT_GE(checked.runs.size(), 5);
     for (const Json& run : checked.runs) {
@@ -135,7 +140,7 @@ INSTANTIATE_TEST_SUITE_P(ByEveryWay, Check, testing::Values("facade", "aidl", "h
                          [](const auto& way) { return std::string(way.param); });
 
 TEST(CheckOptions, StrictCountsPaddingThatIsWrittenAlike) {
-    const Checked strict = check("proper aidl writeWholeRows", "--strict");
+    const Checked strict = check("./proper aidl writeWholeRows", "--strict");
     EXPECT_EQ(strict.status, 1);
     EXPECT_THAT(kindsOf(strict.runs[0]), testing::Each("padding-overwritten"));
 }
@@ -150,7 +155,7 @@ TEST(CheckOptions, CountsWhatTheLibraryDoesByContractAndPrintsItWhenAsked) {
                  {"failToLockPlanes", 1, "[strict] by contract, leaked-fence: "}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.program);
-        const std::string command = std::string("proper aidl ") + c.program;
+        const std::string command = std::string("./proper aidl ") + c.program;
         const Checked quiet = check(command, "--profile strict");
         const Checked verbose = check(command, "--profile strict --verbose");
         EXPECT_EQ(quiet.status, 0);
@@ -158,6 +163,57 @@ TEST(CheckOptions, CountsWhatTheLibraryDoesByContractAndPrintsItWhenAsked) {
         EXPECT_EQ(quiet.text.find(c.line), std::string::npos);
         EXPECT_NE(verbose.text.find(c.line), std::string::npos) << verbose.text;
     }
+}
+
+// What a device does with a handle that was never imported is a question of the recording.
+TEST(CheckedCommands, AreCleanButForTheHandleThatARecordingMakesUp) {
+    const std::string folder = testing::TempDir() + "/check-commands-" + std::to_string(getpid());
+    const std::string file = folder + "/file";
+    const struct {
+        std::string command;
+        std::vector<std::string> kinds;
+    } cases[] = {
+            {"./grallocinfo query YV12 641x363 --svg " + file, {}},
+            {"./grallocinfo formats 64x64", {}},
+            {"./grallocinfo list formats", {}},
+            {"./grallocinfo info", {}},
+            {"./grallocinfo run --profile aligned-128 -- ./grallocinfo query 0x23 64x64", {}},
+            {"head -c 6144 /dev/zero > " + file + " && ./grallocinfo view " + file +
+                     " YCrCb_420_SP 64x64 -o " + file + ".png",
+             {}},
+            {"./grallocinfo share YCBCR_P010 321x183 " + folder +
+                     "/socket --once & "
+                     "until ./grallocinfo attach " +
+                     folder + "/socket --fill bars --png " + file + "; do sleep 0.1; done; wait",
+             {}},
+            {"./camera_client " + file + ".png", {}},
+            {"ZELKCAM_ULOG_LEVEL=5 ./camera_client " + file + ".png 2>&1 | ./grallocinfo watch",
+             {}},
+            {"./grallocinfo profile record -o " + file, {"raw-handle"}},
+    };
+    ASSERT_EQ(mkdir(folder.c_str(), 0700), 0);
+    for (const auto& c : cases) {
+        const Checked checked = check("sh -c '" + c.command + "'");
+        EXPECT_EQ(checked.runs[0]["exit"], 0) << c.command << checked.text;
+        EXPECT_EQ(kindsOf(checked.runs[0]), c.kinds) << c.command << checked.text;
+    }
+    EXPECT_EQ(check("./camera_client " + file + ".png", "--profile all").status, 0);
+    std::filesystem::remove_all(folder);
+}
+
+// Nothing is left behind, whatever the platform refuses. A lock that is refused while a layout is
+// looked for ends the process, by contract.
+TEST(CheckedCommands, AreCleanWhateverIsRefused) {
+    const std::string picture = testing::TempDir() + "/check-" + std::to_string(getpid()) + ".png";
+    for (const std::string quirk : {"refuse-allocation", "refuse-import", "refuse-lock"}) {
+        for (int call = 1; call <= 3; ++call) {
+            const std::string options = "--quirk " + quirk + "=" + std::to_string(call);
+            const Checked checked = check("./camera_client " + picture, options);
+            EXPECT_EQ(checked.runs[0]["findings"], Json::array()) << options << checked.text;
+            EXPECT_EQ(checked.runs[0]["signal"].is_null(), options != "--quirk refuse-lock=1");
+        }
+    }
+    remove(picture.c_str());
 }
 
 }  // namespace zelkcam::test

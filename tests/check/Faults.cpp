@@ -153,6 +153,18 @@ FAULT closeBuffersDescriptor(Buffers& buffers) {
     buffers.free(handle);
 }
 
+FAULT closeBuffersDescriptorInside(Buffers& buffers) {
+    const native_handle* const handle = make(buffers);
+    fclose(fdopen(handle->data[0], "r"));
+    buffers.free(handle);
+}
+
+FAULT replaceBuffersDescriptor(Buffers& buffers) {
+    const native_handle* const handle = make(buffers);
+    dup2(STDERR_FILENO, handle->data[0]);
+    buffers.free(handle);
+}
+
 FAULT closeBuffersDescriptorAfterFree(Buffers& buffers) {
     const native_handle* const handle = make(buffers);
     const int descriptor = handle->data[0];
@@ -201,6 +213,8 @@ const std::map<std::string, Fault> kFaults = {
         NAMED(overrunOneRow),
         NAMED(closeFenceOfLock),
         NAMED(closeBuffersDescriptor),
+        NAMED(closeBuffersDescriptorInside),
+        NAMED(replaceBuffersDescriptor),
         NAMED(closeBuffersDescriptorAfterFree),
         NAMED(leakInChild),
         NAMED(dropFence),
