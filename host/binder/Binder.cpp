@@ -319,6 +319,7 @@ binder_status_t AIBinder_setExtension(AIBinder* binder, AIBinder* ext) {
 void AIBinder_markSystemStability(AIBinder* /*binder*/) {}
 
 // Declared instead of the one above for clients that are compiled as vendor code.
+// NOLINTNEXTLINE(readability-identifier-naming): the published name
 extern "C" void AIBinder_markVendorStability(AIBinder* /*binder*/) {}
 
 void AIBinder_markVintfStability(AIBinder* /*binder*/) {}
