@@ -53,16 +53,17 @@ TEST(MapperProvider, PassesTheCallsOfTheTableOnToTheOneObject) {
     ASSERT_EQ(provider.load(&again), AIMAPPER_ERROR_NONE);
     EXPECT_EQ(mapper, again);
     EXPECT_EQ(mapper->version, AIMAPPER_VERSION_5);
-    mapper->v5.freeBuffer(nullptr);
+    const native_handle_t buffer{};
+    mapper->v5.freeBuffer(&buffer);
     EXPECT_EQ(gReached, "freeBuffer");
-    mapper->v5.flushLockedBuffer(nullptr);
+    mapper->v5.flushLockedBuffer(&buffer);
     EXPECT_EQ(gReached, "flushLockedBuffer");
-    mapper->v5.rereadLockedBuffer(nullptr);
+    mapper->v5.rereadLockedBuffer(&buffer);
     EXPECT_EQ(gReached, "rereadLockedBuffer");
     void* data = nullptr;
-    EXPECT_EQ(mapper->v5.lock(nullptr, AIMAPPER_ERROR_BAD_VALUE, {1, 2, 3, 4}, -1, &data),
+    EXPECT_EQ(mapper->v5.lock(&buffer, AIMAPPER_ERROR_BAD_VALUE, {1, 2, 3, 4}, -1, &data),
               AIMAPPER_ERROR_BAD_VALUE);
-    EXPECT_EQ(mapper->v5.getStandardMetadata(nullptr, 1, data, 77), 77);
+    EXPECT_EQ(mapper->v5.getStandardMetadata(&buffer, 1, data, 77), 77);
     static vendor::mapper::IMapperProvider<ProvidedMapper> second;
     EXPECT_DEATH(second.load(&again), "has a mapper already");
 }
