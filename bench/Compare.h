@@ -107,6 +107,7 @@ void registerBufferOperations();
 void registerCacheHits();
 void registerCacheMisses();
 void registerCheckedFrame();
+void registerProfileLoad();
 void registerFirstCall();
 void registerHdrMetadata();
 void registerLogStatements();

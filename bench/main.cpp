@@ -30,6 +30,7 @@ int main(int argc, char** argv) {
     zelkcam::bench::registerHdrMetadata();
     zelkcam::bench::registerFirstCall();
     zelkcam::bench::registerCheckedFrame();
+    zelkcam::bench::registerProfileLoad();
 
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
