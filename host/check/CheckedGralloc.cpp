@@ -191,8 +191,9 @@ AIMapper_Error CheckedGralloc::freeBuffer(buffer_handle_t handle) {
               Earlier{"locked here", locks.front().stack}});
     }
     for (HeldLock& lock : locks) {
-        GuardedMapping::retire(std::move(lock.mapping), "freed here", stack);
+        GuardedMapping::retire(std::move(lock.mapping), "freed here", stack, nullptr);
     }
+    import->pages.drop();
     removeBorrowed(*import->handle, stack);
     return mNext.freeBuffer(import->next);
 }
@@ -248,7 +249,7 @@ void* CheckedGralloc::hold(Import& import, bool writes, const Region& region, vo
     HeldLock lock{nullptr, nullptr, static_cast<std::byte*>(pixels), region, CallStack::here()};
     lock.mapping =
             GuardedMapping::map(import.handle->data[gralloc::kPixelFd], buffer->layout().pixelBytes,
-                                writes, import.name, lock.stack);
+                                writes, import.name, lock.stack, &import.pages);
     if (lock.mapping == nullptr) {
         return nullptr;
     }
@@ -335,7 +336,7 @@ AIMapper_Error CheckedGralloc::unlock(buffer_handle_t handle,
     checkWrites(*import, ended, stack);
     admitWriters(*import, ended);
     for (HeldLock& lock : ended) {
-        GuardedMapping::retire(std::move(lock.mapping), "unlocked here", stack);
+        GuardedMapping::retire(std::move(lock.mapping), "unlocked here", stack, &import->pages);
     }
     const AIMapper_Error error = mNext.unlock(import->next, releaseFence);
     if (error == AIMAPPER_ERROR_NONE) {

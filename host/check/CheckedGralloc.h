@@ -63,6 +63,7 @@ class CheckedGralloc : public gralloc::Gralloc {
         CallStack imported;
         CallStack freed;
         bool isFreed = false;
+        ParkedPages pages;
         std::vector<HeldLock> locks;
         size_t openLocks = 0;  // of them; the mappings of all stay until the last is unlocked
     };

@@ -76,7 +76,7 @@ class Hold {
 // Not what the checker does itself, and not what a child of vfork() does: it runs in the memory of
 // its parent, with descriptors of its own.
 bool isWatched() {
-    return !tlsBusy && !isTelling() && state().process == getpid();
+    return !tlsBusy && !isOwnWork() && state().process == getpid();
 }
 
 CallStack* closerOf(int fd) {

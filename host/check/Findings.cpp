@@ -111,8 +111,7 @@ bool isToldEnough(const Finding& finding) {
     return ++told[{finding.kind, {frames.begin(), frames.end()}}] > kToldOfOnePlace;
 }
 
-// Naming a stack opens and closes files, which the checker must not look at.
-thread_local bool tlsTelling = false;
+thread_local bool tlsOwnWork __attribute__((tls_model("initial-exec"))) = false;
 
 __attribute__((constructor)) void keepAcrossForks() {
     pthread_atfork([] { tellingMutex().lock(); }, [] { tellingMutex().unlock(); },
@@ -128,8 +127,16 @@ void tellStarted() {
     }
 }
 
-bool isTelling() {
-    return tlsTelling;
+OwnWork::OwnWork() : mIsNested(tlsOwnWork) {
+    tlsOwnWork = true;
+}
+
+OwnWork::~OwnWork() {
+    tlsOwnWork = mIsNested;
+}
+
+bool isOwnWork() {
+    return tlsOwnWork;
 }
 
 void tell(const Finding& finding) {
@@ -137,22 +144,8 @@ void tell(const Finding& finding) {
     if (isToldEnough(finding)) {
         return;
     }
-    tlsTelling = true;
+    const OwnWork own;
     publish(toJson(finding, resolve(finding.stack)), finding.weight);
-    tlsTelling = false;
-}
-
-void tellFromSignal(const Finding& finding) {
-    const auto run = [](void* argument) -> void* {
-        tell(*static_cast<const Finding*>(argument));
-        return nullptr;
-    };
-    pthread_t thread{};
-    if (pthread_create(&thread, nullptr, run, const_cast<Finding*>(&finding)) == 0) {
-        pthread_join(thread, nullptr);
-    } else {
-        tell(finding);
-    }
 }
 
 bool isStrict() {

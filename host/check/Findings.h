@@ -38,12 +38,21 @@ void tellStarted();
 // Safe from any thread; slow. Not for signal handlers.
 void tell(const Finding& finding);
 
-// Whether the calling thread is inside tell().
-bool isTelling();
+// As long as one lives, what the calling thread does is the checker's own work, which nobody is
+// blamed for: names are looked up in files, for example.
+class OwnWork {
+  public:
+    OwnWork();
+    ~OwnWork();
+    OwnWork(const OwnWork&) = delete;
+    OwnWork& operator=(const OwnWork&) = delete;
 
-// tell() on a stack and a thread of its own, for a signal handler that interrupted neither this
-// checker nor the memory allocator.
-void tellFromSignal(const Finding& finding);
+  private:
+    bool mIsNested;
+};
+
+// Whether the calling thread does the checker's own work.
+bool isOwnWork();
 
 // Whether the environment asks that notes of padding be findings (ZELKCAM_HOST_CHECK_STRICT).
 bool isStrict();

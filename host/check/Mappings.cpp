@@ -50,10 +50,46 @@ std::byte* reserve(uint64_t size) {
     return address != MAP_FAILED ? static_cast<std::byte*>(address) : nullptr;
 }
 
+// Filled at once: page by page it would take several times as long.
+bool mapOver(std::byte* data, uint64_t size, int access, int fd) {
+    return mmap(data, size, access, MAP_SHARED | MAP_FIXED | MAP_POPULATE, fd, 0) != MAP_FAILED;
+}
+
 }  // namespace
 
+void ParkedPages::take(std::byte* from, uint64_t size) {
+    const std::lock_guard guard(registry().mutex);
+    if (mAddress != nullptr) {
+        return;
+    }
+    void* const parked = mremap(from, size, size, MREMAP_MAYMOVE | MREMAP_DONTUNMAP);
+    if (parked != MAP_FAILED) {
+        mAddress = static_cast<std::byte*>(parked);
+        mSize = size;
+    }
+}
+
+bool ParkedPages::moveTo(std::byte* to, uint64_t size, int access) {
+    const std::lock_guard guard(registry().mutex);
+    if (mAddress == nullptr || mSize != size ||
+        mremap(mAddress, size, size, MREMAP_MAYMOVE | MREMAP_FIXED, to) == MAP_FAILED) {
+        return false;
+    }
+    mAddress = nullptr;
+    return mprotect(to, size, access) == 0;
+}
+
+void ParkedPages::drop() {
+    const std::lock_guard guard(registry().mutex);
+    if (mAddress != nullptr) {
+        munmap(mAddress, mSize);
+        mAddress = nullptr;
+    }
+}
+
 std::shared_ptr<GuardedMapping> GuardedMapping::map(int fd, uint64_t size, bool writable,
-                                                    std::string buffer, const CallStack& locked) {
+                                                    std::string buffer, const CallStack& locked,
+                                                    ParkedPages* pages) {
     std::shared_ptr<GuardedMapping> mapping(new GuardedMapping);
     mapping->mWritable = writable;
     mapping->mSize = size;
@@ -64,10 +100,9 @@ std::shared_ptr<GuardedMapping> GuardedMapping::map(int fd, uint64_t size, bool 
     if (mapping->mReserved == nullptr) {
         return nullptr;
     }
-    // Filled at once: page by page it would take several times as long.
     std::byte* const data = mapping->mReserved + kGuardSize;
     const int access = writable ? PROT_READ | PROT_WRITE : PROT_READ;
-    if (mmap(data, size, access, MAP_SHARED | MAP_FIXED | MAP_POPULATE, fd, 0) == MAP_FAILED) {
+    if (!pages->moveTo(data, roundToPages(size), access) && !mapOver(data, size, access, fd)) {
         return nullptr;
     }
     mapping->mData = data;
@@ -83,7 +118,10 @@ GuardedMapping::~GuardedMapping() {
 }
 
 void GuardedMapping::retire(std::shared_ptr<GuardedMapping> mapping, const char* what,
-                            const CallStack& stack) {
+                            const CallStack& stack, ParkedPages* pages) {
+    if (pages != nullptr) {
+        pages->take(mapping->mData, roundToPages(mapping->mSize));
+    }
     std::shared_ptr<GuardedMapping> oldest;  // goes after the guard, with its system call
     const std::lock_guard guard(registry().mutex);
     if (mmap(mapping->mReserved, mapping->mReservedSize, PROT_NONE,
@@ -180,14 +218,28 @@ void callBefore(int signal, siginfo_t* info, void* context) {
     }
 }
 
+struct Fault {
+    std::byte* address;
+    CallStack stack;
+};
+
+// On a thread of its own: a signal handler must not ask for memory.
+void* tellFault(void* argument) {
+    const Fault& fault = *static_cast<const Fault*>(argument);
+    if (const auto finding = FaultFinder::find(fault.address, fault.stack)) {
+        tell(*finding);
+    }
+    return nullptr;
+}
+
 void onFault(int signal, siginfo_t* info, void* context) {
     // Sent by a process, not by an access.
     if (info->si_code > 0) {
         void* const pc = programCounter(*static_cast<ucontext_t*>(context));
-        const CallStack stack = CallStack::ofSignal(pc);
-        const auto finding = FaultFinder::find(static_cast<std::byte*>(info->si_addr), stack);
-        if (finding) {
-            tellFromSignal(*finding);
+        Fault fault{static_cast<std::byte*>(info->si_addr), CallStack::ofSignal(pc)};
+        pthread_t thread{};
+        if (pthread_create(&thread, nullptr, tellFault, &fault) == 0) {
+            pthread_join(thread, nullptr);
         }
     }
     callBefore(signal, info, context);
@@ -196,8 +248,7 @@ void onFault(int signal, siginfo_t* info, void* context) {
 }  // namespace
 
 void watchFaults() {
-    static auto& mutex = *new std::mutex;
-    const std::lock_guard guard(mutex);
+    const std::lock_guard guard(registry().mutex);
     for (const int signal : {SIGSEGV, SIGBUS}) {
         struct sigaction now = {};
         sigaction(signal, nullptr, &now);

@@ -17,6 +17,8 @@
 #include <elfutils/libdw.h>
 #include <elfutils/libdwfl.h>
 
+#include "host/check/Findings.h"
+
 namespace zelkcam::host::check {
 namespace {
 
@@ -231,6 +233,7 @@ bool isLibrary(const Frame& frame) {
 class Names {
   public:
     std::vector<Frame> resolve(const CallStack& stack) {
+        const OwnWork own;  // closes files
         const std::lock_guard guard(mMutex);
         forgetUnloaded();
         Session session;  // holds descriptors, so not longer than this
@@ -286,7 +289,8 @@ Names& names() {
     return names;
 }
 
-__attribute__((constructor)) void keepAcrossForks() {
+// Before the others: names are looked up while findings are told, so this is locked last.
+__attribute__((constructor(200))) void keepAcrossForks() {
     pthread_atfork([] { names().mutex().lock(); }, [] { names().mutex().unlock(); },
                    [] { names().mutex().unlock(); });
 }
