@@ -178,7 +178,8 @@ bool addFunctions(Dwfl_Module* module, Dwarf_Addr address, Frame frame, std::vec
 
 std::string placeIn(const std::string& module, Dwarf_Addr offset) {
     char place[32];
-    std::snprintf(place, sizeof(place), "+0x%llx", static_cast<unsigned long long>(offset));
+    static_cast<void>(std::snprintf(place, sizeof(place), "+0x%llx",
+                                    static_cast<unsigned long long>(offset)));
     return module.substr(module.rfind('/') + 1) + place;
 }
 
