@@ -15,6 +15,10 @@ foreach(component ${CPACK_COMPONENTS_ALL})
     # Debian's Android libraries lie in a private folder, as their own packages' users know.
     file(WRITE ${share}/lintian/overrides/${name}
         "${name}: custom-library-search-path\n")
+    if(component STREQUAL library)
+        # CPack's own scripts call ldconfig, beside the trigger that Debian wants.
+        file(APPEND ${share}/lintian/overrides/${name} "${name}: maintscript-calls-ldconfig\n")
+    endif()
     file(GLOB texts ${share}/doc/${name}/changelog ${share}/man/man1/*.1)
     execute_process(COMMAND gzip -9nf ${texts} COMMAND_ERROR_IS_FATAL ANY)
     file(GLOB_RECURSE files ${share}/doc/* ${share}/lintian/* ${share}/man/*)
