@@ -10,8 +10,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstring>
+#include <iostream>
 #include <string>
 #include <vector>
 
@@ -90,7 +90,7 @@ bool savePng(const char* path, const std::vector<uint8_t>& rgb) {
 }
 
 int fail(const char* what) {
-    fprintf(stderr, "camera_client: %s\n", what);
+    std::cerr << "camera_client: " << what << "\n";
     return 1;
 }
 

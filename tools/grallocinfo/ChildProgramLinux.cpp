@@ -47,6 +47,7 @@ class KeyboardSignalsIgnored {
         setenv(name.c_str(), value.c_str(), 1);
     }
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (const std::string& word : words) {
         arguments.push_back(const_cast<char*>(word.c_str()));
     }
