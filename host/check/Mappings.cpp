@@ -34,7 +34,7 @@ Registry& registry() {
     return registry;
 }
 
-__attribute__((constructor)) void keepAcrossForks() {
+__attribute__((constructor)) void keepRegistryAcrossForks() {
     pthread_atfork([] { registry().mutex.lock(); }, [] { registry().mutex.unlock(); },
                    [] { registry().mutex.unlock(); });
 }
