@@ -15,6 +15,5 @@ struct DescriptorHooks {
 
 // Defined by the preloaded library; found by name, as most programs run without it. `hooks` live as
 // long as the process.
-// NOLINTNEXTLINE(readability-identifier-naming): C knows no namespace but the prefix
 extern "C" void zelkcam_watchDescriptors(const DescriptorHooks* hooks);
 inline constexpr char kWatchDescriptors[] = "zelkcam_watchDescriptors";

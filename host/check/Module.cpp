@@ -29,7 +29,7 @@ __attribute__((constructor)) void begin() {
     decorateGralloc(checker());
     tellStarted();
     watchDescriptors();
-    at_quick_exit(tellHeld);
+    static_cast<void>(at_quick_exit(tellHeld));
     pthread_atfork([] { checker().mutex().lock(); }, [] { checker().mutex().unlock(); },
                    [] { checker().mutex().unlock(); });
 }

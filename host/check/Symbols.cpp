@@ -291,7 +291,7 @@ Names& names() {
 }
 
 // Before the others: names are looked up while findings are told, so this is locked last.
-__attribute__((constructor(200))) void keepAcrossForks() {
+__attribute__((constructor(200))) void keepNamesAcrossForks() {
     pthread_atfork([] { names().mutex().lock(); }, [] { names().mutex().unlock(); },
                    [] { names().mutex().unlock(); });
 }

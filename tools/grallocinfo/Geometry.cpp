@@ -12,7 +12,7 @@ namespace {
 
 // What a plane holds of each pixel: how many bits a sample has, all its components together, and
 // how many pixels share a sample in each direction. 0 bits: the inside is the vendor's own.
-struct PlaneShape {
+struct SampleShape {
     std::string_view components;
     uint32_t bitsPerSample;
     uint32_t pixelsAcross = 1;
@@ -21,7 +21,7 @@ struct PlaneShape {
 
 struct FormatShape {
     int32_t code;
-    std::array<PlaneShape, 3> planes;
+    std::array<SampleShape, 3> planes;
 };
 
 constexpr int32_t kCameraOpaque = 0x111;
@@ -64,7 +64,7 @@ PlaneGeometry placed(const zcam::GrallocStaticInfo::Plane& plane, uint64_t offse
     return geometry;
 }
 
-void markPicture(PlaneGeometry& plane, const PlaneShape& shape,
+void markPicture(PlaneGeometry& plane, const SampleShape& shape,
                  const zcam::GrallocStaticInfo& layout) {
     plane.components = shape.components;
     if (shape.bitsPerSample == 0) {
