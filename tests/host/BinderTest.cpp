@@ -132,28 +132,6 @@ TEST(ForeignBinder, IsAProxyForTheSameDescriptorAndNothingForAnother) {
     EXPECT_EQ(STATUS_FAILED_TRANSACTION, status.getStatus());
 }
 
-TEST(Binder, CarriesAnExtensionAndUnlinksADeathRecipientAtOnce) {
-    SpAIBinder binder = SharedRefBase::make<Service>()->asBinder();
-    SpAIBinder found;
-    EXPECT_EQ(STATUS_OK, AIBinder_getExtension(binder.get(), found.getR()));
-    EXPECT_EQ(nullptr, found);
-    SpAIBinder extension = SharedRefBase::make<Service>()->asBinder();
-    EXPECT_EQ(STATUS_OK, AIBinder_setExtension(binder.get(), extension.get()));
-    extension.set(nullptr);
-    EXPECT_EQ(STATUS_OK, AIBinder_getExtension(binder.get(), found.getR()));
-    EXPECT_EQ(2, references(found));
-
-    int unlinked = 0;
-    const ndk::ScopedAIBinder_DeathRecipient recipient(AIBinder_DeathRecipient_new([](void*) {}));
-    AIBinder_DeathRecipient_setOnUnlinked(recipient.get(),
-                                          [](void* cookie) { ++*static_cast<int*>(cookie); });
-    EXPECT_EQ(STATUS_INVALID_OPERATION,
-              AIBinder_linkToDeath(binder.get(), recipient.get(), &unlinked));
-    EXPECT_EQ(1, unlinked);
-    binder.set(nullptr);
-    EXPECT_EQ(1, references(found));
-}
-
 TEST(Status, IsNeverSuccessForAServicesCodeAndKnowsItsNames) {
     EXPECT_FALSE(ScopedAStatus().isOk());
     EXPECT_TRUE(ScopedAStatus(AStatus_fromStatus(STATUS_OK)).isOk());

@@ -138,29 +138,4 @@ TEST(Gralloc4, AbsentOptionalsHaveNoBytes) {
     EXPECT_EQ(blob, std::nullopt);
 }
 
-TEST(Gralloc4, PlainValuesCarryTheirOwnTypesHeader) {
-    const IMapper::MetadataType stride{GRALLOC4_STANDARD_METADATA_TYPE,
-                                       static_cast<int64_t>(StandardMetadataType::STRIDE)};
-    Bytes bytes;
-    ASSERT_EQ(encodeUint32(stride, 1984, &bytes), NO_ERROR);
-    EXPECT_EQ(Blob(bytes), stableBytes<StandardMetadataType::STRIDE>(uint32_t{1984}));
-    uint32_t number = 0;
-    EXPECT_EQ(decodeUint32(stride, bytes, &number), NO_ERROR);
-    EXPECT_EQ(number, 1984u);
-    double ratio = 0;
-    ASSERT_EQ(encodeDouble(stride, -0.75, &bytes), NO_ERROR);
-    EXPECT_EQ(bytes.size(), 77u);
-    EXPECT_EQ(decodeDouble(stride, bytes, &ratio), NO_ERROR);
-    EXPECT_EQ(ratio, -0.75);
-}
-
-TEST(Gralloc4, EveryBeginningOfAStandardNameCountsAsStandard) {
-    const std::string standard = GRALLOC4_STANDARD_PLANE_LAYOUT_COMPONENT_TYPE;
-    EXPECT_TRUE(isStandardPlaneLayoutComponentType({standard, -5}));
-    EXPECT_TRUE(isStandardPlaneLayoutComponentType({standard.substr(0, 9), 1}));
-    EXPECT_TRUE(isStandardPlaneLayoutComponentType({"", 1}));
-    EXPECT_FALSE(isStandardPlaneLayoutComponentType({standard + "s", 1}));
-    EXPECT_FALSE(isStandardPlaneLayoutComponentType({"Android", 1}));
-}
-
 }  // namespace

@@ -41,29 +41,6 @@ class LiveTest : public testing::Test, public Live {
     zcam::GrallocStaticInfo info;
 };
 
-TEST_F(LiveTest, AFormatLeftToTheAllocatorIsResolvedByItsUsage) {
-    if (!mayProbe()) {
-        GTEST_SKIP() << "the device refuses usage 0, with which the library asks";
-    }
-    const struct {
-        int32_t format;
-        uint32_t usage;
-        int32_t resolved;
-    } cases[] = {{0x22, 0, kNv21},
-                 {0x22, 0x60000, 0x111},
-                 {0x22, 0x10000, 0x1000},
-                 {0x23, 0, kNv21},
-                 {0x23, 0x10000, 0x1000}};
-    for (const auto& c : cases) {
-        EXPECT_EQ(request({c.usage, c.format, 1921, 1083}), 0);
-        EXPECT_EQ(info.format, c.resolved);
-        const Planes resolved = planes();
-        helper.clearMap();
-        EXPECT_EQ(request({0, c.resolved, 1921, 1083}), 0);
-        EXPECT_EQ(planes(), resolved);
-    }
-}
-
 // By the mapper, and by the helper when it is asked about the buffer. The helper takes the size of
 // some formats from the allocation, which a device may make larger than its planes.
 void LiveTest::expectDescribed(const native_handle* buffer, const Planes& expected) {

@@ -336,15 +336,6 @@ TYPED_TEST(PairsTest, AFailedImportFreesTheOnesBefore) {
     EXPECT_EQ(allocatorScript().descriptors.size(), 9u) << "the fixture checks them closed";
 }
 
-TYPED_TEST(PairsTest, ARefusedAllocationImportsNothing) {
-    allocatorScript().allocateResult = 7;
-    EXPECT_EQ(this->allocate(2), TypeParam::kRefused);
-    EXPECT_THAT(this->calls(), ElementsAre("allocate2"));
-    EXPECT_EQ(this->width, 7u);
-    EXPECT_THAT(this->handles, Each(this->buffer));
-    EXPECT_THAT(takeLog(), IsEmpty());
-}
-
 TYPED_TEST(PairsTest, ADescriptionIsFilledInAndCarriesNeitherNameNorReservedSize) {
     const struct {
         uint32_t width, height, layers;
@@ -383,13 +374,6 @@ TYPED_TEST(PairsTest, TheConvenienceFormTurnsAFailureIntoMinus12AndALine) {
                                  "usage 8000000000000033: " +
                                          std::to_string(TypeParam::kImportFailed)));
     EXPECT_EQ(this->width, 7u);
-}
-
-TYPED_TEST(PairsTest, FreeAnswers0AndTheMapperLogsTheFailure) {
-    mapperScript().freeResult = 2;
-    EXPECT_EQ(this->allocator.free(this->buffer), 0);
-    EXPECT_THAT(this->calls(), ElementsAre("freeBuffer"));
-    EXPECT_EQ(takeLog().size(), 1u);
 }
 
 }  // namespace

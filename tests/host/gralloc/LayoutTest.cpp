@@ -104,11 +104,13 @@ TEST(Layout, IsTheOneExpectedAtAnOddSize) {
     EXPECT_EQ(given, kExpected);
 }
 
-// What each usage alone decides, the library's tests over these services show.
 TEST(Layout, DecidesOpenFormatsByAllOfTheUsage) {
     constexpr uint64_t kZsl = 0x60000, kEncoder = 0x10000;
     EXPECT_THAT(text(0x22, Import(describe(0x22, 64, 64, kZsl | kEncoder))), HasSubstr("'COPQ'"));
     EXPECT_THAT(text(0x22, Import(describe(0x22, 64, 64, 0x20000))), HasSubstr("'NV21'"));
+    EXPECT_THAT(text(0x22, Import(describe(0x22, 64, 64, kZsl))), HasSubstr("'COPQ'"));
+    EXPECT_THAT(text(0x22, Import(describe(0x22, 64, 64, kEncoder))), HasSubstr("'NV12'"));
+    EXPECT_THAT(text(0x23, Import(describe(0x23, 64, 64))), HasSubstr("'NV21'"));
     EXPECT_THAT(text(0x23, Import(describe(0x23, 64, 64, kZsl))), HasSubstr("'NV21'"));
     EXPECT_THAT(text(0x23, Import(describe(0x23, 64, 64, kZsl | kEncoder))), HasSubstr("'NV12'"));
 }
