@@ -13,11 +13,15 @@ if(CMAKE_CROSSCOMPILING)
         "EMULATOR=${emulator}" "LINKER_FLAGS=${CMAKE_EXE_LINKER_FLAGS}")
 endif()
 
-# The emulator does not start what runs a program.
-if(NOT CMAKE_CROSSCOMPILING)
-    set(native_cases module_test)
+set(cases install find_package pkg_config headers documents sharing)
+set(components library development)
+if(ZELKCAM_TESTS STREQUAL all)
+    list(APPEND cases tool module_test)
+    list(APPEND components tool)
 endif()
-foreach(case install find_package pkg_config headers documents sharing tool ${native_cases})
+list(JOIN components " " components)
+list(APPEND environment "COMPONENTS=${components}")
+foreach(case ${cases})
     add_test(NAME consumer.${case}
         COMMAND sh ${CMAKE_CURRENT_LIST_DIR}/consumer.sh ${case})
     set_tests_properties(consumer.${case} PROPERTIES

@@ -3,8 +3,8 @@
 #
 #   consumer.sh install|find_package|pkg_config|headers|documents|sharing|module_test|tool
 #
-# Environment: TREE, BUILD (a configured and built tree), WORK, CXX; for a cross build TOOLCHAIN,
-# EMULATOR and SYSROOT as well.
+# Environment: TREE, BUILD (a configured and built tree), WORK, CXX, COMPONENTS; for a cross build
+# TOOLCHAIN, EMULATOR and SYSROOT as well.
 set -eu
 here=$TREE/tests/consumer
 prefix=$WORK/prefix
@@ -35,7 +35,9 @@ run_all() {
 install_package() {
     rm -rf "$WORK"
     mkdir -p "$WORK/first"
-    cmake --install "$BUILD" --prefix "$WORK/first" >"$WORK/install.log"
+    for component in $COMPONENTS; do
+        cmake --install "$BUILD" --prefix "$WORK/first" --component "$component"
+    done >"$WORK/install.log"
     mv "$WORK/first" "$prefix"
 }
 

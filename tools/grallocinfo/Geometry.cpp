@@ -48,7 +48,7 @@ static_assert(NSCam::gralloc::ascendingByCode(kShapes));
 
 size_t planeCount(const FormatShape& shape) {
     return static_cast<size_t>(std::ranges::count_if(
-            shape.planes, [](const PlaneShape& plane) { return !plane.components.empty(); }));
+            shape.planes, [](const SampleShape& plane) { return !plane.components.empty(); }));
 }
 
 // Without a shape every row counts as picture.
