@@ -96,7 +96,7 @@ std::string pairedTable(const std::string& label, const std::vector<LabelledText
 std::string ruleLines(const RuleText& rule) {
     std::string text;
     for (const auto& [label, formula] : rule.formulas) {
-        text += (text.empty() ? "" : "\n") + label + ": " + formula;
+        text.append(text.empty() ? "" : "\n").append(label).append(": ").append(formula);
     }
     return text;
 }
