@@ -51,9 +51,9 @@ std::vector<Group> groupUsages(const std::vector<const Samples*>& format) {
 }
 
 using Answers = std::vector<const Answer*>;
-using Kind = std::pair<int32_t, uint32_t>;  // answer and shape
+using AnswerKind = std::pair<int32_t, uint32_t>;  // answer and shape
 
-Kind kindOf(const Answer& answer) {
+AnswerKind kindOf(const Answer& answer) {
     return {answer.answer, answer.answer == kGranted ? answer.shape : 0};
 }
 
@@ -63,7 +63,7 @@ bool holds(const SizeTest& test, const Answer& answer) {
 
 // How many answers a condition catches if they are all of one kind, else 0.
 size_t pureCatch(const SizeTest& test, const Answers& answers) {
-    std::set<Kind> kinds;
+    std::set<AnswerKind> kinds;
     size_t count = 0;
     for (const Answer* const answer : answers) {
         if (holds(test, *answer)) {
@@ -101,8 +101,8 @@ std::optional<SizeTest> limitOn(Axis axis, const Answers& answers) {
     return best;
 }
 
-Kind majority(const Answers& answers) {
-    std::map<Kind, size_t> counts;
+AnswerKind majority(const Answers& answers) {
+    std::map<AnswerKind, size_t> counts;
     for (const Answer* const answer : answers) {
         ++counts[kindOf(*answer)];
     }
@@ -120,7 +120,7 @@ std::optional<SizeTest> bestSizeTest(const Answers& answers) {
             tests.push_back(*limit);
         }
     }
-    const Kind many = majority(answers);
+    const AnswerKind many = majority(answers);
     std::optional<SizeTest> best;
     std::tuple<bool, bool, size_t> most{};
     for (const SizeTest& test : tests) {
@@ -145,14 +145,14 @@ size_t countExplained(const Rule& rule, const Shape& shape, const Answers& answe
                 if (numbers && shape.planes.empty()) {
                     numbers->planes = {};
                 }
-                return kindOf(*answer) == Kind(kGranted, rule.shape) &&
+                return kindOf(*answer) == AnswerKind(kGranted, rule.shape) &&
                        numbers == std::optional(answer->numbers);
             }));
 }
 
 // One rule for answers of which most are of one kind.
 Rule ruleFor(const Answers& answers, const std::vector<Shape>& shapes) {
-    const Kind kind = majority(answers);
+    const AnswerKind kind = majority(answers);
     Answers alike;
     Evidence evidence;
     for (const Answer* const answer : answers) {
@@ -181,7 +181,7 @@ std::vector<Rule> rulesBySize(Answers answers, const std::vector<Shape>& shapes)
     constexpr size_t kMost = 6;
     std::vector<Rule> rules;
     while (rules.size() < kMost) {
-        const Kind first = kindOf(*answers.front());
+        const AnswerKind first = kindOf(*answers.front());
         const bool alike = std::all_of(answers.begin(), answers.end(), [&](const Answer* answer) {
             return kindOf(*answer) == first;
         });
