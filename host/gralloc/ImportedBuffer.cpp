@@ -66,8 +66,7 @@ AIMapper_Error lockAnswer(const profile::LockAnswer& answers, uint64_t cpuUsage)
 }
 
 // The trait for a usage that names no processor access, or more than that.
-int32_t usageAnswer(uint64_t cpuUsage) {
-    const profile::Traits& traits = deviceTraits();
+int32_t usageAnswer(const profile::Traits& traits, uint64_t cpuUsage) {
     const bool others = (cpuUsage & ~(kCpuRead | kCpuWrite)) != 0;
     if (others && traits.lockWithOtherUsage != 0) {
         return traits.lockWithOtherUsage;
@@ -173,7 +172,7 @@ AIMapper_Error ImportedBuffer::mapPixels() {
 }
 
 AIMapper_Error ImportedBuffer::mayLock(uint64_t cpuUsage, const Region& region) const {
-    if (const int32_t error = usageAnswer(cpuUsage); error != 0) {
+    if (const int32_t error = usageAnswer(mTraits, cpuUsage); error != 0) {
         return static_cast<AIMapper_Error>(error);
     }
     const AIMapper_Error error = lockAnswer(mLayout.locks, cpuUsage);
@@ -188,16 +187,15 @@ AIMapper_Error ImportedBuffer::lock(uint64_t cpuUsage, const Region& region, int
     if (const AIMapper_Error error = mayLock(cpuUsage, region); error != AIMAPPER_ERROR_NONE) {
         return error;
     }
-    const profile::Traits& traits = deviceTraits();
-    if (acquireFence >= 0 && traits.waitsForAcquireFence && waitForFence(acquireFence, -1) != 0) {
+    if (acquireFence >= 0 && mTraits.waitsForAcquireFence && waitForFence(acquireFence, -1) != 0) {
         return AIMAPPER_ERROR_BAD_VALUE;
     }
     const std::lock_guard guard(mMutex);
     if (mRetired) {
         return AIMAPPER_ERROR_BAD_BUFFER;
     }
-    if (mLockCount > 0 && traits.nestedLock != 0) {
-        return static_cast<AIMapper_Error>(traits.nestedLock);
+    if (mLockCount > 0 && mTraits.nestedLock != 0) {
+        return static_cast<AIMapper_Error>(mTraits.nestedLock);
     }
     const AIMapper_Error error = mapPixels();
     if (error == AIMAPPER_ERROR_NONE) {
@@ -214,7 +212,7 @@ AIMapper_Error ImportedBuffer::unlock(ScopedFileDescriptor* releaseFence) {
     }
     --mLockCount;
     // A device that gives fences gives one that is signalled: the writes are complete by now.
-    releaseFence->set(deviceTraits().releaseFence ? eventfd(1, EFD_CLOEXEC) : -1);
+    releaseFence->set(mTraits.releaseFence ? eventfd(1, EFD_CLOEXEC) : -1);
     return AIMAPPER_ERROR_NONE;
 }
 
@@ -222,13 +220,13 @@ AIMapper_Error ImportedBuffer::unlock(ScopedFileDescriptor* releaseFence) {
 AIMapper_Error ImportedBuffer::flush() const {
     const std::lock_guard guard(mMutex);
     return mLockCount > 0 ? AIMAPPER_ERROR_NONE
-                          : static_cast<AIMapper_Error>(deviceTraits().unlockedFlush);
+                          : static_cast<AIMapper_Error>(mTraits.unlockedFlush);
 }
 
 AIMapper_Error ImportedBuffer::reread() const {
     const std::lock_guard guard(mMutex);
     return mLockCount > 0 ? AIMAPPER_ERROR_NONE
-                          : static_cast<AIMapper_Error>(deviceTraits().unlockedReread);
+                          : static_cast<AIMapper_Error>(mTraits.unlockedReread);
 }
 
 void ImportedBuffer::retire() {

@@ -10,6 +10,7 @@
 #include <cutils/native_handle.h>
 
 #include "host/gralloc/Allocation.h"
+#include "host/gralloc/Device.h"
 
 namespace zelkcam::host::gralloc {
 
@@ -67,7 +68,6 @@ class ImportedBuffer {
     void retire();
 
   private:
-    int32_t getAttribute(int64_t attribute, void* destination, size_t room) const;
     struct DeleteHandle {
         void operator()(native_handle_t* handle) const { native_handle_delete(handle); }
     };
@@ -80,7 +80,9 @@ class ImportedBuffer {
     AIMapper_Error mayLock(uint64_t cpuUsage, const Region& region) const;
     bool contains(const Region& region) const;
     SharedCell cell(size_t index) const;
+    int32_t getAttribute(int64_t attribute, void* destination, size_t room) const;
 
+    const profile::Traits& mTraits = deviceTraits();
     // The handle's numbers are those of the two descriptors, which are owned here.
     std::unique_ptr<native_handle_t, DeleteHandle> mHandle;
     ScopedFileDescriptor mFds[kFdCount];

@@ -39,7 +39,8 @@ AIMapper_Error getTransportSize(buffer_handle_t handle, uint32_t* outNumFds, uin
 // open is the device's: real mappers differ, and the default leaves it to the caller.
 AIMapper_Error lock(buffer_handle_t handle, uint64_t cpuUsage, ARect region, int acquireFence,
                     void** outData) {
-    const bool closes = deviceTraits().acquireFence == zelkcam::profile::AcquireFence::kClosed;
+    static const bool closes =
+            deviceTraits().acquireFence == zelkcam::profile::AcquireFence::kClosed;
     const ScopedFileDescriptor closed(closes ? acquireFence : -1);
     return gralloc().lock(handle, cpuUsage, {region.left, region.top, region.right, region.bottom},
                           acquireFence, outData);
