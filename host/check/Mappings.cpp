@@ -6,6 +6,7 @@
 #include <ucontext.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <deque>
 #include <map>
 #include <mutex>
@@ -27,6 +28,20 @@ struct Registry {
     std::map<std::byte*, GuardedMapping*> byAddress;  // by the begin of what is reserved
     std::deque<std::shared_ptr<GuardedMapping>> retired;
 };
+
+// Between these lies whatever was ever mapped here: for a signal handler, which takes no lock.
+std::atomic<std::byte*> gLowest{nullptr};
+std::atomic<std::byte*> gHighest{nullptr};
+
+// The caller holds the registry's mutex.
+void widenBounds(std::byte* begin, std::byte* end) {
+    if (gLowest == nullptr || begin < gLowest) {
+        gLowest = begin;
+    }
+    if (end > gHighest) {
+        gHighest = end;
+    }
+}
 
 // Never destroyed: there are faults until the very end.
 Registry& registry() {
@@ -108,6 +123,7 @@ std::shared_ptr<GuardedMapping> GuardedMapping::map(int fd, uint64_t size, bool 
     mapping->mData = data;
     const std::lock_guard guard(registry().mutex);
     registry().byAddress[mapping->mReserved] = mapping.get();
+    widenBounds(mapping->mReserved, mapping->mReserved + mapping->mReservedSize);
     return mapping;
 }
 
@@ -233,10 +249,11 @@ void* tellFault(void* argument) {
 }
 
 void onFault(int signal, siginfo_t* info, void* context) {
-    // Sent by a process, not by an access.
-    if (info->si_code > 0) {
+    auto* const address = static_cast<std::byte*>(info->si_addr);
+    // Otherwise sent by a process, not by an access.
+    if (info->si_code > 0 && address >= gLowest && address < gHighest) {
         void* const pc = programCounter(*static_cast<ucontext_t*>(context));
-        Fault fault{static_cast<std::byte*>(info->si_addr), CallStack::ofSignal(pc)};
+        Fault fault{address, CallStack::ofSignal(pc)};
         pthread_t thread{};
         if (pthread_create(&thread, nullptr, tellFault, &fault) == 0) {
             pthread_join(thread, nullptr);
