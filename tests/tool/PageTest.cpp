@@ -13,7 +13,8 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr char kHostile[] = R"(</title><script>alert("1")</script><b id='a&b'>)";
+constexpr char kHostile[] = R"(</title><script>alert("1")</script><b id='a&b'>)"
+                            "\u202E";
 
 // A shipped profile whose every text is hostile, as a file.
 std::string hostileProfile(const std::string& path) {
@@ -46,6 +47,7 @@ void expectSelfContained(const std::string& page) {
 void expectEscaped(const std::string& page) {
     EXPECT_THAT(page, Not(HasSubstr("<script>alert")));
     EXPECT_THAT(page, Not(HasSubstr("<b ")));
+    EXPECT_THAT(page, Not(HasSubstr("\u202E")));
     EXPECT_THAT(page, HasSubstr("&lt;/title&gt;&lt;script&gt;alert(&quot;1&quot;)"));
 }
 

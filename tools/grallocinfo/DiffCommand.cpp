@@ -238,7 +238,8 @@ size_t diffProfiles(const DiffOptions& options) {
     const auto right = profileOf(options.right);
     const auto differences = compareProfiles(left, right);
     if (!options.html.empty()) {
-        writeFile(options.html, [&](std::ostream& out) { printDifferencePage(out, left, right); });
+        writeFile(options.html,
+                  [&](std::ostream& out) { printDifferencePage(out, left, right, differences); });
     } else if (options.json) {
         writeDocument(differencesDocument(differences));
     } else {

@@ -1,5 +1,7 @@
 #include "tools/grallocinfo/Html.h"
 
+#include <algorithm>
+
 namespace grallocinfo {
 
 namespace {
@@ -8,6 +10,12 @@ namespace {
 constexpr std::string_view kFrame =
 #include "tools/grallocinfo/PageFrame.inc"
         ;
+
+constexpr char kReplacement[] = "\uFFFD";
+
+// Turn the direction of what follows, also outside of the text that they are in.
+constexpr std::string_view kTurning[] = {"\u202A", "\u202B", "\u202C", "\u202D", "\u202E",
+                                         "\u2066", "\u2067", "\u2068", "\u2069"};
 
 std::string escapedByte(char byte) {
     switch (byte) {
@@ -25,7 +33,7 @@ std::string escapedByte(char byte) {
             break;
     }
     const bool isControl = static_cast<unsigned char>(byte) < ' ' && byte != '\n';
-    return isControl || byte == '\x7f' ? "\uFFFD" : std::string(1, byte);
+    return isControl || byte == '\x7f' ? kReplacement : std::string(1, byte);
 }
 
 std::string cellText(const char* element, const HtmlCell& cell) {
@@ -69,8 +77,11 @@ std::string scrollBox(const std::string& label, const std::string& content) {
 
 std::string asHtml(std::string_view text) {
     std::string result;
-    for (const char byte : text) {
-        result += escapedByte(byte);
+    while (!text.empty()) {
+        const bool turns = std::ranges::any_of(
+                kTurning, [&](std::string_view known) { return text.starts_with(known); });
+        result += turns ? kReplacement : escapedByte(text.front());
+        text.remove_prefix(turns ? kTurning[0].size() : 1);
     }
     return result;
 }

@@ -317,14 +317,15 @@ void printProfilePage(std::ostream& out, const Profile& profile) {
     page.print(out);
 }
 
-void printDifferencePage(std::ostream& out, const Profile& left, const Profile& right) {
+void printDifferencePage(std::ostream& out, const Profile& left, const Profile& right,
+                         const std::vector<ProfileDifference>& differences) {
     const Device from(left);
     const Device to(right);
     HtmlPage page(left.name + " and " + right.name,
                   "<p>What two devices answer differently, by their profiles, the most surprising "
                   "first.</p>\n");
     page.addSection("differences", "Differences",
-                    differenceTable(compareProfiles(left, right), left.name, right.name));
+                    differenceTable(differences, left.name, right.name));
     auto leftIdentity = identityOf(left);
     auto rightIdentity = identityOf(right);
     leftIdentity.emplace_back("description", left.description);

@@ -13,9 +13,10 @@ namespace grallocinfo {
 // The rules of a profile, what it answers to common requests, and pictures of the planes.
 void printProfilePage(std::ostream& out, const zelkcam::profile::Profile& profile);
 
-// Two profiles side by side, the most surprising difference first.
+// Two profiles side by side; `differences` are what compareProfiles finds.
 void printDifferencePage(std::ostream& out, const zelkcam::profile::Profile& left,
-                         const zelkcam::profile::Profile& right);
+                         const zelkcam::profile::Profile& right,
+                         const std::vector<ProfileDifference>& differences);
 
 // Differences of anything else; `left` and `right` are what they are between.
 void printDifferencePage(std::ostream& out, const std::string& left, const std::string& right,
