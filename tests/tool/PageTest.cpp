@@ -71,7 +71,8 @@ TEST(Page, OfAHostileProfileShowsItsTextsAsText) {
 TEST(Page, HoldsEveryFormatInEverySize) {
     const std::string page = runTool({"profile", "show", "default", "--html", "-"}).out;
     expectSelfContained(page);
-    for (const Json& format : runForDocument({"list", "formats"})["formats"]) {
+    const Json list = runForDocument({"list", "formats"});
+    for (const Json& format : list["formats"]) {
         const std::string name = format["name"];
         const std::regex row("<th scope=\"row\"[^>]*><bdi>" + name + " \\([^\n]*4000x3000");
         EXPECT_TRUE(std::regex_search(page, row)) << name;
