@@ -72,7 +72,7 @@ TEST(Page, HoldsEveryFormatInEverySize) {
     const std::string page = runTool({"profile", "show", "default", "--html", "-"}).out;
     expectSelfContained(page);
     const Json list = runForDocument({"list", "formats"});
-    for (const Json& format : list["formats"]) {
+    for (const Json& format : list["entries"]) {
         const std::string name = format["name"];
         const std::regex row("<th scope=\"row\"[^>]*><bdi>" + name + " \\([^\n]*4000x3000");
         EXPECT_TRUE(std::regex_search(page, row)) << name;
