@@ -26,15 +26,7 @@ std::string longestRecording() {
     }
     const Device device(std::move(loaded->profile));
     const auto ask = [&](const Request& request, bool locks) {
-        const Reply reply = device.ask(request);
-        Observation seen;
-        seen.answer = reply.answer;
-        if (reply.shape != nullptr) {
-            seen.shape = *reply.shape;
-            seen.numbers = reply.numbers;
-            seen.locks = locks ? std::optional(reply.locks) : std::nullopt;
-        }
-        return seen;
+        return observationOf(device.ask(request), locks);
     };
     Profile profile;
     profile.name = "recorded";

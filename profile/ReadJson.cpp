@@ -264,20 +264,38 @@ Term readTerm(const Node& node, bool amongCases) {
     return term;
 }
 
+// Where on an axis something changes, and between which sizes that is known.
+struct Limit {
+    Axis axis = Axis::kWidth;
+    int64_t value = 0;
+    int64_t sure = 0;
+    int64_t next = 0;
+};
+
+Limit readLimit(const Node& node, const char* key) {
+    const Node size = node.at(key);
+    size.allow({"width", "height", "area"});
+    Limit limit;
+    for (const auto& [axis, word] : kAxes.entries) {
+        if (size.has(word)) {
+            limit.axis = axis;
+            limit.value = size.at(word).integer(0, INT64_MAX - 1);
+        }
+    }
+    limit.sure = integerOr(node, "sure", 0, limit.value, limit.value);
+    limit.next = integerOr(node, "next", limit.value + 1, INT64_MAX, limit.value + 1);
+    return limit;
+}
+
 Case readCase(const Node& node) {
     Case one{.term = readTerm(node, true)};
     one.limited = node.has("upTo");
     if (one.limited) {
-        const Node limit = node.at("upTo");
-        limit.allow({"width", "height", "area"});
-        for (const auto& [axis, word] : kAxes.entries) {
-            if (limit.has(word)) {
-                one.axis = axis;
-                one.upTo = limit.at(word).integer(0, INT64_MAX - 1);
-            }
-        }
-        one.sure = integerOr(node, "sure", 0, one.upTo, one.upTo);
-        one.next = integerOr(node, "next", one.upTo + 1, INT64_MAX, one.upTo + 1);
+        const Limit limit = readLimit(node, "upTo");
+        one.axis = limit.axis;
+        one.upTo = limit.value;
+        one.sure = limit.sure;
+        one.next = limit.next;
     }
     return one;
 }
@@ -314,26 +332,15 @@ std::vector<UsageTest> readUsageTests(const Node& node) {
 
 SizeTest readSizeTest(const Node& node) {
     node.allow({"odd", "above", "sure", "next"});
-    SizeTest test;
     if (node.has("odd")) {
         const Axis axis = node.at("odd").word(kAxes);
         if (axis == Axis::kArea) {
             node.fail("width or height expected");
         }
-        test.op = axis == Axis::kWidth ? SizeOp::kOddWidth : SizeOp::kOddHeight;
-        return test;
+        return {.op = axis == Axis::kWidth ? SizeOp::kOddWidth : SizeOp::kOddHeight};
     }
-    const Node above = node.at("above");
-    above.allow({"width", "height", "area"});
-    for (const auto& [axis, word] : kAxes.entries) {
-        if (above.has(word)) {
-            test.axis = axis;
-            test.limit = above.at(word).integer(0, INT64_MAX - 1);
-        }
-    }
-    test.sure = integerOr(node, "sure", 0, test.limit, test.limit);
-    test.next = integerOr(node, "next", test.limit + 1, INT64_MAX, test.limit + 1);
-    return test;
+    const Limit limit = readLimit(node, "above");
+    return {SizeOp::kAbove, limit.axis, limit.value, limit.sure, limit.next};
 }
 
 Evidence readEvidence(const Node& node) {

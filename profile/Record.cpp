@@ -6,7 +6,6 @@
 #include <set>
 #include <utility>
 
-#include "profile/Evaluate.h"
 #include "profile/Infer.h"
 #include "profile/Usage.h"
 
@@ -314,6 +313,17 @@ void Recording::finish() {
 }
 
 }  // namespace
+
+Observation observationOf(const Reply& reply, bool locks) {
+    Observation seen;
+    seen.answer = reply.answer;
+    if (reply.shape != nullptr) {
+        seen.shape = *reply.shape;
+        seen.numbers = reply.numbers;
+        seen.locks = locks ? std::optional(reply.locks) : std::nullopt;
+    }
+    return seen;
+}
 
 void record(const std::vector<int32_t>& formats, const Ask& ask, Profile& profile) {
     profile.shapes.clear();

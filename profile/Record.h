@@ -6,6 +6,7 @@
 #include <optional>
 #include <vector>
 
+#include "profile/Evaluate.h"
 #include "profile/Profile.h"
 
 namespace zelkcam::profile {
@@ -18,6 +19,9 @@ struct Observation {
     std::optional<LockAnswer> locks;              // where they were asked for
     std::optional<std::vector<int64_t>> library;  // as in Answer
 };
+
+// What there is to see of a device that replies so.
+Observation observationOf(const Reply& reply, bool locks);
 
 // Asks the device; `locks` asks for a lock for reading and one for writing, too.
 using Ask = std::function<Observation(const Request& request, bool locks)>;

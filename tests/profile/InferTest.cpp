@@ -89,14 +89,7 @@ TEST_P(Inference, AnswersWhatWasRecordedExactlyAndRecordsItselfAgain) {
             [&](const Request& request, bool locks) {
                 const Reply reply = device.ask(request);
                 EXPECT_EQ(reply.certainty, Certainty::kRecorded);
-                Observation seen;
-                seen.answer = reply.answer;
-                if (reply.shape != nullptr) {
-                    seen.shape = *reply.shape;
-                    seen.numbers = reply.numbers;
-                    seen.locks = locks ? std::optional(reply.locks) : std::nullopt;
-                }
-                return seen;
+                return observationOf(reply, locks);
             },
             again);
     EXPECT_EQ(writeJson(again), writeJson(first));
