@@ -116,8 +116,9 @@ std::shared_ptr<GuardedMapping> GuardedMapping::map(int fd, uint64_t size, bool 
         return nullptr;
     }
     std::byte* const data = mapping->mReserved + kGuardSize;
+    const uint64_t mapped = roundToPages(size);
     const int access = writable ? PROT_READ | PROT_WRITE : PROT_READ;
-    if (!pages->moveTo(data, roundToPages(size), access) && !mapOver(data, size, access, fd)) {
+    if (!pages->moveTo(data, mapped, access) && !mapOver(data, mapped, access, fd)) {
         return nullptr;
     }
     mapping->mData = data;

@@ -41,12 +41,15 @@ bool hasOrdinaryPages(int fd) {
 
 }  // namespace
 
+// Whole pages, as the kernel maps them: ThreadSanitizer goes by the size that it is told, and would
+// take the rest of the last page for that of whatever was mapped there before.
 Mapping Mapping::map(int fd, size_t size) {
-    void* address = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    const size_t mapped = roundToPages(size);
+    void* address = mmap(nullptr, mapped, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
     if (address == MAP_FAILED) {
         return {};
     }
-    return {static_cast<std::byte*>(address), size};
+    return {static_cast<std::byte*>(address), mapped};
 }
 
 Mapping::Mapping(Mapping&& other) noexcept
