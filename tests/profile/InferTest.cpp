@@ -1,11 +1,17 @@
 // Devices that the rules were not written for: recorded, and asked what was not recorded.
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
 #include <random>
+#include <sstream>
 
 #include <gtest/gtest.h>
 
 #include "profile/Evaluate.h"
 #include "profile/Json.h"
 #include "tests/profile/Devices.h"
+#include "tests/profile/LibraryAnswers.h"
 
 namespace zelkcam::test {
 namespace {
@@ -32,13 +38,17 @@ Profile recorded(const TestDevice& device, size_t* questions) {
     return profile;
 }
 
-// As a camera engineer would ask: usages that occur, any size.
+// As a camera engineer would ask: usages that occur, pictures of every other size.
 Request anyRequest(std::mt19937& random) {
+    constexpr std::pair<uint32_t, uint32_t> kPictures[] = {
+            {176, 144},   {352, 288},   {640, 480},   {1280, 720},  {1440, 1080}, {1920, 1080},
+            {2592, 1944}, {3840, 2160}, {4000, 3000}, {4032, 3024}, {4608, 3456}, {8000, 6000}};
     constexpr uint64_t kUsages[] = {0,       0x3,     0x30,    0x33,  0x20000, 0x20003, 0x60000,
                                     0x10000, 0x30000, 0x10003, 0x100, 0x800,   0x4000};
     const auto below = [&](size_t limit) { return static_cast<uint32_t>(random() % limit); };
-    return {kFormats[below(kFormats.size())], kUsages[below(std::size(kUsages))], 1 + below(4200),
-            1 + below(3100)};
+    const auto [width, height] = random() % 2 == 0 ? kPictures[below(std::size(kPictures))]
+                                                   : std::pair(1 + below(4200), 1 + below(3100));
+    return {kFormats[below(kFormats.size())], kUsages[below(std::size(kUsages))], width, height};
 }
 
 bool equal(const Reply& reply, const Observation& seen) {
@@ -48,6 +58,13 @@ bool equal(const Reply& reply, const Observation& seen) {
     return seen.answer != kGranted ||
            (*reply.shape == seen.shape && reply.numbers == seen.numbers &&
             reply.locks == seen.locks.value_or(LockAnswer{}));
+}
+
+std::string words(const Request& request) {
+    std::ostringstream text;
+    text << std::hex << request.format << " usage " << request.usage << std::dec << " "
+         << request.width << "x" << request.height;
+    return text.str();
 }
 
 class Inference : public testing::TestWithParam<TestDevice> {};
@@ -65,8 +82,7 @@ TEST_P(Inference, AnswersWhatWasNotRecordedAsTheDeviceDoes) {
         const bool same = equal(reply, GetParam().answer(request));
         good += same ? 1 : 0;
         EXPECT_TRUE(same || reply.certainty == Certainty::kGuess)
-                << std::hex << request.format << " usage " << request.usage << std::dec << " "
-                << request.width << "x" << request.height << " answered without a warning";
+                << words(request) << " answered without a warning";
     }
     EXPECT_GE(good, kRequests * 99 / 100);
     RecordProperty("good", good);
@@ -93,6 +109,61 @@ TEST_P(Inference, AnswersWhatWasRecordedExactlyAndRecordsItselfAgain) {
             },
             again);
     EXPECT_EQ(writeJson(again), writeJson(first));
+}
+
+// A file while the test runs.
+class ProfileFile {
+  public:
+    explicit ProfileFile(const Profile& profile) { std::ofstream(mPath) << writeJson(profile); }
+    ~ProfileFile() { std::remove(mPath.c_str()); }
+    const std::string& path() const { return mPath; }
+
+  private:
+    const std::string mPath = testing::TempDir() + "profile." + std::to_string(getpid());
+};
+
+struct Score {
+    int equal = 0;
+    int guesses = 0;
+};
+
+Score compare(const TestDevice& device, const ProfileFile& profile,
+              const std::vector<Question>& questions) {
+    const auto right = askLibrary("MADE_UP_DEVICE", device.name, questions);
+    const auto given = askLibrary("ZELKCAM_HOST_PROFILE", profile.path(), questions);
+    Score score;
+    for (size_t i = 0; i < questions.size(); ++i) {
+        const bool same = given[i].text == right[i].text;
+        score.equal += same ? 1 : 0;
+        score.guesses += given[i].isGuess ? 1 : 0;
+        EXPECT_TRUE(same || given[i].isGuess)
+                << words(questions[i].request) << ": " << given[i].text
+                << " without a warning, not " << right[i].text;
+    }
+    return score;
+}
+
+TEST_P(Inference, AnswersThroughTheLibraryAsOnTheDevice) {
+    constexpr int kRequests = 300;
+    size_t asked = 0;
+    const Profile profile = recorded(GetParam(), &asked);
+    const ProfileFile file(profile);
+    std::mt19937 random(11);
+    std::vector<Question> unseen, seen;
+    for (int i = 0; i < kRequests; ++i) {
+        const Request request = anyRequest(random);
+        unseen.push_back({request, About::kRequest});
+        unseen.push_back({request, About::kBuffer});
+        const Samples& samples = profile.samples[random() % profile.samples.size()];
+        const Answer& answer = samples.answers[random() % samples.answers.size()];
+        seen.push_back(
+                {{samples.format, samples.usage, answer.width, answer.height}, About::kBuffer});
+    }
+    const Score inferred = compare(GetParam(), file, unseen);
+    EXPECT_GE(inferred.equal, 2 * kRequests * 99 / 100);
+    const Score replayed = compare(GetParam(), file, seen);
+    EXPECT_EQ(replayed.equal, kRequests);
+    EXPECT_EQ(replayed.guesses, 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Devices, Inference, testing::ValuesIn(testDevices()),
