@@ -10,6 +10,11 @@
 namespace zelkcam::profile {
 namespace {
 
+// Foreign text would run into a message's line, or steer the terminal that it is printed on.
+bool isControl(char character) {
+    return static_cast<uint8_t>(character) < ' ' || character == 0x7f;
+}
+
 // Where a document is wrong, and why.
 struct BadProfile {
     std::string where;
@@ -63,10 +68,12 @@ class Node {
         }
         return mValue.count;
     }
+    size_t size() const { return members().size() / 2; }
     bool isArray() const { return mValue.kind == Kind::kArray; }
     bool isString() const { return mValue.kind == Kind::kText; }
 
-    // Only what is named may stand in an object: a misspelt word would count for nothing.
+    // Only what is named may stand in an object, and once: a misspelt word would count for nothing,
+    // and of two values nobody knows which is meant.
     void allow(std::initializer_list<std::string_view> words) const;
 
     int64_t integer(int64_t least, int64_t most) const {
@@ -90,7 +97,11 @@ class Node {
         if (!isString() || mValue.count > most) {
             fail("a text of at most " + std::to_string(most) + " bytes expected");
         }
-        return std::string(mDocument.text(mValue));
+        std::string text(mDocument.text(mValue));
+        if (std::any_of(text.begin(), text.end(), isControl)) {
+            fail("a text of one line expected, without control characters");
+        }
+        return text;
     }
     uint64_t bits() const;
 
@@ -110,15 +121,20 @@ class Node {
         }
         return mDocument.children(mValue);
     }
-    // The last of a name counts.
     const Value* find(std::string_view key) const {
         const auto all = members();
-        for (size_t i = all.size(); i >= 2; i -= 2) {
-            if (mDocument.text(all[i - 2]) == key) {
-                return &all[i - 1];
+        for (size_t i = 0; i < all.size(); i += 2) {
+            if (mDocument.text(all[i]) == key) {
+                return &all[i + 1];
             }
         }
         return nullptr;
+    }
+    // A key of the document, for a message.
+    static std::string shown(std::string_view key) {
+        std::string text(key.substr(0, kMaxText));
+        std::replace_if(text.begin(), text.end(), isControl, '?');
+        return "\"" + text + "\"";
     }
     std::string path() const {
         if (mParent == nullptr) {
@@ -143,7 +159,10 @@ void Node::allow(std::initializer_list<std::string_view> words) const {
             known = known || word == key;
         }
         if (!known) {
-            fail("\"" + std::string(key.substr(0, kMaxText)) + "\" is not known here");
+            fail(shown(key) + " is not known here");
+        }
+        if (find(key) != &all[i + 1]) {
+            fail(shown(key) + " stands here twice");
         }
     }
 }
@@ -153,8 +172,8 @@ uint64_t Node::bits() const {
     if (!isString()) {
         return static_cast<uint64_t>(integer(0, INT64_MAX));
     }
-    const std::string digits = text(18);
-    const bool good = digits.size() > 2 && digits.starts_with("0x") &&
+    const std::string digits = text();
+    const bool good = digits.size() > 2 && digits.size() <= 18 && digits.starts_with("0x") &&
                       digits.find_first_not_of("0123456789abcdef", 2) == std::string::npos;
     if (!good) {
         fail("bits such as \"0x20033\" expected");
@@ -275,6 +294,9 @@ struct Limit {
 Limit readLimit(const Node& node, const char* key) {
     const Node size = node.at(key);
     size.allow({"width", "height", "area"});
+    if (size.size() != 1) {
+        size.fail("one of \"width\", \"height\" and \"area\" expected");
+    }
     Limit limit;
     for (const auto& [axis, word] : kAxes.entries) {
         if (size.has(word)) {
@@ -319,11 +341,11 @@ Quantity readQuantity(const Node& node) {
 UsageTest readUsageTest(const Node& node) {
     node.allow({"any", "all", "none"});
     for (const auto& [op, word] : kUsageOps.entries) {
-        if (node.has(word)) {
+        if (node.size() == 1 && node.has(word)) {
             return {op, node.at(word).bits()};
         }
     }
-    node.fail("\"any\", \"all\" or \"none\" expected");
+    node.fail("one of \"any\", \"all\" and \"none\" expected");
 }
 
 std::vector<UsageTest> readUsageTests(const Node& node) {
@@ -333,6 +355,9 @@ std::vector<UsageTest> readUsageTests(const Node& node) {
 SizeTest readSizeTest(const Node& node) {
     node.allow({"odd", "above", "sure", "next"});
     if (node.has("odd")) {
+        if (node.size() != 1) {
+            node.fail("\"odd\" or a limit expected, not both");
+        }
         const Axis axis = node.at("odd").word(kAxes);
         if (axis == Axis::kArea) {
             node.fail("width or height expected");
@@ -435,6 +460,16 @@ void requirePlanes(const Node& node, const Rule& rule) {
     requireOrder(node, rule.planes);
 }
 
+void requireNothingGranted(const Node& node) {
+    bool granted = node.has("shape") || node.has("planes");
+    for (const auto& [name, quantity] : kRuleQuantities) {
+        granted = granted || node.has(name);
+    }
+    if (granted) {
+        node.fail("a rule refuses, or tells what a buffer looks like, not both");
+    }
+}
+
 Rule readRule(const Node& node, const std::vector<Shape>& shapes) {
     node.allow({"usage", "size", "refuse", "shape", "alignedWidth", "alignedHeight", "header",
                 "stride", "answeredStride", "allocationSize", "planes", "evidence"});
@@ -445,6 +480,7 @@ Rule readRule(const Node& node, const std::vector<Shape>& shapes) {
         rule.evidence = readEvidence(node.at("evidence"));
     }
     if (node.has("refuse")) {
+        requireNothingGranted(node);
         rule.answer = refusal(node.at("refuse"));
         return rule;
     }

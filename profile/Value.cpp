@@ -45,6 +45,8 @@ class DocumentBuilder : public nlohmann::json::json_sax_t {
     bool parse_error(size_t, const std::string&,
                      const nlohmann::json::exception& exception) override {
         mError = exception.what();
+        // Behind the name that the JSON library has for the error.
+        mError.erase(0, mError.starts_with('[') ? mError.find("] ") + 2 : 0);
         return false;
     }
 

@@ -64,6 +64,21 @@ INSTANTIATE_TEST_SUITE_P(
                       "at /samples/0/answers/0/6: a number from 0 to 2147483647 expected, not -5"},
                 Wrong{"twice", "/samples/0/answers/1", "[64, 2, 2]",
                       "at /samples/0/answers/1: this size is answered twice"},
+                Wrong{"lines", "/name", R"("a\nb")",
+                      "at /name: a text of one line expected, without control characters"},
+                Wrong{"steering", "/traits/\x1b[31m", "1",
+                      "at /traits: \"?[31m\" is not known here"},
+                Wrong{"both", "/formats/0/rules/0/refuse", "2",
+                      "at /formats/0/rules/0: a rule refuses, or tells what a buffer looks like, "
+                      "not both"},
+                Wrong{"bits", "/formats/0/rules/0/usage", R"([{"any": 1, "none": 1}])",
+                      "at /formats/0/rules/0/usage/0: one of \"any\", \"all\" and \"none\" "
+                      "expected"},
+                Wrong{"axis", "/formats/0/rules/0/size", R"([{"above": {}}])",
+                      "at /formats/0/rules/0/size/0/above: one of \"width\", \"height\" and "
+                      "\"area\" expected"},
+                Wrong{"odd", "/formats/0/rules/0/size", R"([{"odd": "width", "next": 5}])",
+                      "at /formats/0/rules/0/size/0: \"odd\" or a limit expected, not both"},
                 Wrong{"formats", "/formats/1", R"({"format": 17, "rules": []})",
                       "at /formats: format 17 has rules twice"}),
         [](const auto& info) { return std::string(info.param.name); });
@@ -73,6 +88,14 @@ TEST(Document, ThatIsGoodIsReadAndWrittenAgain) {
     const auto profile = readJson(smallest().dump(), &error);
     ASSERT_TRUE(profile) << error;
     EXPECT_EQ(readJson(writeJson(*profile), &error), profile) << error;
+}
+
+TEST(Document, ThatNamesSomethingTwiceIsRefused) {
+    std::string error;
+    EXPECT_FALSE(readJson(R"({"schemaVersion": 1, "name": "a", "name": "b"})", &error));
+    EXPECT_EQ(error, "\"name\" stands here twice");
+    EXPECT_FALSE(readJson("{", &error));
+    EXPECT_TRUE(error.starts_with("parse error at line 1, column 2: ")) << error;
 }
 
 TEST(Document, CannotMakeNumbersOverflow) {

@@ -2,6 +2,7 @@
 // along.
 #include <unistd.h>
 
+#include <algorithm>
 #include <ctime>
 #include <iostream>
 #include <memory>
@@ -54,7 +55,10 @@ struct ShowOptions {
 std::string property(const char* name) {
     char value[PROPERTY_VALUE_MAX] = "";
     property_get(name, value, "");
-    return value;
+    std::string text = value;
+    std::ranges::replace_if(
+            text, [](unsigned char c) { return c < ' ' || c == 0x7f; }, '?');
+    return text;
 }
 
 // No serial number, nothing about who uses the device.
