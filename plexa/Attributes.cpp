@@ -12,9 +12,21 @@ std::optional<uint64_t> readUnsigned(const Buffer& buffer) {
     return readStandard<T>(buffer);
 }
 
+// What an allocator keeps of an attribute that no standard metadata carries, as the extension's
+// vendor metadata: four plain bytes. Most mappers have none.
+std::optional<uint32_t> readKept(const Buffer& buffer, plexa_attribute_t attribute) {
+    uint32_t value = 0;
+    const int32_t size =
+            buffer.mapper.getMetadata(buffer.handle, {kTypeName, attribute}, &value, sizeof(value));
+    return size == sizeof(value) ? std::optional(value) : std::nullopt;
+}
+
 // Rows of the first plane, padding included. A plane without a row length gives its rows itself; a
 // buffer whose planes are not described has at least the rows that were requested.
 std::optional<uint64_t> readVerticalStride(const Buffer& buffer) {
+    if (const auto kept = readKept(buffer, PLEXA_GET_VERTICAL_STRIDE)) {
+        return *kept;
+    }
     const auto planes = readStandard<StandardMetadataType::PLANE_LAYOUTS>(buffer);
     if (!planes) {
         return std::nullopt;
@@ -43,15 +55,6 @@ std::optional<PixelFormat> chosenFormat(const Buffer& buffer) {
     }
     // An unknown code leaves the requested format, which the caller then reports as unresolved.
     return formatOfFourcc(*fourcc).value_or(*requested);
-}
-
-// What an allocator keeps of an attribute that no standard metadata carries, as the extension's
-// vendor metadata: four plain bytes. Most mappers have none.
-std::optional<uint32_t> readKept(const Buffer& buffer, plexa_attribute_t attribute) {
-    uint32_t value = 0;
-    const int32_t size =
-            buffer.mapper.getMetadata(buffer.handle, {kTypeName, attribute}, &value, sizeof(value));
-    return size == sizeof(value) ? std::optional(value) : std::nullopt;
 }
 
 std::optional<uint64_t> readFormat(const Buffer& buffer) {

@@ -178,8 +178,12 @@ std::optional<Numbers> Evaluation::run() {
     mNumbers.stride = value(mRule.stride, 0, mAlignedWidth);
     mNumbers.answeredStride = value(mRule.answeredStride, 0, mNumbers.stride);
     mNumbers.size = value(mRule.allocationSize, 0, mTotal);
+    if (!mRule.verticalStride.empty()) {
+        mNumbers.verticalStride = value(mRule.verticalStride, 0, 0);
+    }
     const bool fits = mNumbers.size <= kMaxAllocationSize && mTotal <= kMaxAllocationSize &&
-                      mNumbers.stride <= UINT32_MAX && mNumbers.answeredStride <= UINT32_MAX;
+                      mNumbers.stride <= UINT32_MAX && mNumbers.answeredStride <= UINT32_MAX &&
+                      mNumbers.verticalStride.value_or(0) <= UINT32_MAX;
     return mMath.good() && fits ? std::optional(mNumbers) : std::nullopt;
 }
 
@@ -238,6 +242,30 @@ std::optional<Numbers> evaluate(const Rule& rule, uint32_t width, uint32_t heigh
         return std::nullopt;
     }
     return Evaluation(rule, width, height, choice).run();
+}
+
+std::optional<int64_t> rowsTold(const Shape& shape, const Numbers& numbers, uint32_t height) {
+    constexpr int64_t kPlaneLayouts = 15;  // published StandardMetadataType
+    for (const Refused& refused : shape.refused) {
+        if (refused.type == kPlaneLayouts) {
+            return std::nullopt;
+        }
+    }
+    if (shape.planes.empty()) {
+        return height;
+    }
+    const PlaneNumbers& first = numbers.planes[0];
+    return first.row > 0 ? first.size / first.row : first.height;
+}
+
+Numbers asTold(const Shape& shape, Numbers numbers, uint32_t height) {
+    if (shape.planes.empty()) {
+        numbers.planes = {};
+    }
+    if (numbers.verticalStride && numbers.verticalStride == rowsTold(shape, numbers, height)) {
+        numbers.verticalStride.reset();
+    }
+    return numbers;
 }
 
 bool isOpen(const Rule& rule, uint32_t width, uint32_t height, const Numbers& chosen) {
@@ -340,11 +368,8 @@ Reply Device::askRules(const Request& request) const {
                 reply.answer = kUnsupported;
                 return reply;
             }
-            reply.numbers = *numbers;
             reply.shape = &mProfile.shapes[rule.shape];
-            if (reply.shape->planes.empty()) {
-                reply.numbers.planes = {};  // the device keeps them to itself
-            }
+            reply.numbers = asTold(*reply.shape, *numbers, request.height);
             reply.locks = locks(request.format, request.usage);
             open = open || isOpen(rule, request.width, request.height, *numbers);
         } else {

@@ -45,10 +45,18 @@ void forEachQuantity(R& rule, const Visit& visit) {
         }
     }
     for (auto* one : {&rule.alignedWidth, &rule.alignedHeight, &rule.header, &rule.stride,
-                      &rule.answeredStride, &rule.allocationSize}) {
+                      &rule.answeredStride, &rule.allocationSize, &rule.verticalStride}) {
         visit(*one);
     }
 }
+
+// The vertical stride that the buffer-attribute extension reads off the planes that the mapper
+// tells; nothing where it tells none.
+std::optional<int64_t> rowsTold(const Shape& shape, const Numbers& numbers, uint32_t height);
+
+// What a rule's numbers look like from outside: some devices keep planes to themselves, and a
+// vertical stride that the planes tell is nobody's own.
+Numbers asTold(const Shape& shape, Numbers numbers, uint32_t height);
 
 // Whether a request lies where the rule's samples do not tell its numbers.
 bool isOpen(const Rule& rule, uint32_t width, uint32_t height, const Numbers& chosen);

@@ -4,6 +4,8 @@
 #include <numeric>
 #include <set>
 
+#include "profile/Evaluate.h"
+
 namespace zelkcam::profile {
 namespace {
 
@@ -148,6 +150,7 @@ class RuleFitter {
     void fitOffset(size_t plane);
     void fitSamples(size_t plane);
     void fitStrides();
+    void fitVerticalStride();
     void fitSize();
     void settle(const Series& target, const std::vector<Option>& options, Quantity& quantity);
     std::vector<Ratio> areaRatios() const;
@@ -601,6 +604,23 @@ void RuleFitter::fitStrides() {
     }
 }
 
+void RuleFitter::fitVerticalStride() {
+    const bool own = std::any_of(mAnswers.begin(), mAnswers.end(), [](const Answer* answer) {
+        return answer->numbers.verticalStride.has_value();
+    });
+    if (!own) {
+        return;
+    }
+    const Series target = collect([&](const Answer& answer) {
+        const auto told = rowsTold(mShape, answer.numbers, answer.height);
+        return answer.numbers.verticalStride.value_or(told.value_or(0));
+    });
+    settle(target,
+           {plain(mSizes.height, {.base = Base::kHeight}),
+            plain(mAlignedHeight, {.base = Base::kAlignedHeight})},
+           mRule.verticalStride);
+}
+
 // The size of a buffer whose planes the device keeps to itself: that of one plane of whole rows,
 // and more for chroma.
 bool RuleFitter::fitWithoutPlanes(const Series& target) {
@@ -734,6 +754,7 @@ void RuleFitter::run() {
     }
     fitSize();
     fitStrides();
+    fitVerticalStride();
 }
 
 }  // namespace

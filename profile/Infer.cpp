@@ -141,12 +141,9 @@ std::optional<SizeTest> bestSizeTest(const Answers& answers) {
 size_t countExplained(const Rule& rule, const Shape& shape, const Answers& answers) {
     return static_cast<size_t>(
             std::count_if(answers.begin(), answers.end(), [&](const Answer* answer) {
-                auto numbers = evaluate(rule, answer->width, answer->height);
-                if (numbers && shape.planes.empty()) {
-                    numbers->planes = {};
-                }
-                return kindOf(*answer) == AnswerKind(kGranted, rule.shape) &&
-                       numbers == std::optional(answer->numbers);
+                const auto numbers = evaluate(rule, answer->width, answer->height);
+                return kindOf(*answer) == AnswerKind(kGranted, rule.shape) && numbers &&
+                       asTold(shape, *numbers, answer->height) == answer->numbers;
             }));
 }
 
@@ -236,6 +233,7 @@ void borrowPlanes(const Answers& answers, const std::vector<Rule>& others,
         borrowed.shape = rule.shape;
         borrowed.stride = rule.stride;
         borrowed.answeredStride = rule.answeredStride;
+        borrowed.verticalStride = rule.verticalStride;
         borrowed.evidence = rule.evidence;
         const size_t explained = countExplained(borrowed, shapes[rule.shape], answers);
         borrowed.evidence->exceptions = static_cast<int64_t>(answers.size() - explained);

@@ -91,6 +91,8 @@ struct Numbers {
     int64_t stride = 0;          // STRIDE
     int64_t answeredStride = 0;  // that of the allocation's result
     int64_t size = 0;            // ALLOCATION_SIZE
+    // The buffer-attribute extension's, where that is not what it reads off the planes.
+    std::optional<int64_t> verticalStride{};
     std::array<PlaneNumbers, kMaxPlanes> planes{};
 
     bool operator==(const Numbers&) const = default;
@@ -200,6 +202,7 @@ struct Rule {
     int32_t answer = kGranted;  // else the refusal
     uint32_t shape = 0;         // index into the profile's shapes
     Quantity alignedWidth, alignedHeight, header, stride, answeredStride, allocationSize;
+    Quantity verticalStride;  // empty: what the planes tell
     std::vector<PlaneRule> planes;
     std::optional<Evidence> evidence;
 

@@ -69,6 +69,7 @@ class Node {
         return mValue.count;
     }
     size_t size() const { return members().size() / 2; }
+    bool isObject() const { return mValue.kind == Kind::kObject; }
     bool isArray() const { return mValue.kind == Kind::kArray; }
     bool isString() const { return mValue.kind == Kind::kText; }
 
@@ -446,6 +447,7 @@ void requireBases(const Node& node, const Rule& rule) {
     }
     requireKnown(node, rule.allocationSize,
                  {Base::kConstant, Base::kArea, Base::kTotal, Base::kEnd, Base::kStart});
+    requireKnown(node, rule.verticalStride, {Base::kConstant, Base::kHeight, Base::kAlignedHeight});
 }
 
 void requirePlanes(const Node& node, const Rule& rule) {
@@ -472,7 +474,8 @@ void requireNothingGranted(const Node& node) {
 
 Rule readRule(const Node& node, const std::vector<Shape>& shapes) {
     node.allow({"usage", "size", "refuse", "shape", "alignedWidth", "alignedHeight", "header",
-                "stride", "answeredStride", "allocationSize", "planes", "evidence"});
+                "stride", "answeredStride", "allocationSize", "verticalStride", "planes",
+                "evidence"});
     Rule rule;
     rule.usage = readUsageTests(node);
     rule.size = optionalList<SizeTest>(node, "size", 16, readSizeTest);
@@ -666,7 +669,12 @@ void readNumbers(const Node& node, size_t planes, Answer& answer) {
         plane.width = number();
         plane.height = number();
     }
-    const size_t count = node.count(64);
+    size_t count = node.count(64);
+    if (count > next && node.at(count - 1).isObject()) {
+        const Node own = node.at(--count);
+        own.allow({"verticalStride"});
+        answer.numbers.verticalStride = own.at("verticalStride").integer(0, kMaxNumber);
+    }
     if (next < count) {
         std::vector<int64_t>& library = answer.library.emplace();
         for (; next < count; ++next) {

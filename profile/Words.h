@@ -58,13 +58,14 @@ struct Named {
     std::string_view name;
     Quantity T::*quantity;
 };
-inline constexpr std::array<Named<Rule>, 6> kRuleQuantities{{
+inline constexpr std::array<Named<Rule>, 7> kRuleQuantities{{
         {"alignedWidth", &Rule::alignedWidth},
         {"alignedHeight", &Rule::alignedHeight},
         {"header", &Rule::header},
         {"stride", &Rule::stride},
         {"answeredStride", &Rule::answeredStride},
         {"allocationSize", &Rule::allocationSize},
+        {"verticalStride", &Rule::verticalStride},
 }};
 inline constexpr std::array<Named<PlaneRule>, 6> kPlaneQuantities{{
         {"row", &PlaneRule::row},

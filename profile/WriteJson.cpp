@@ -241,6 +241,9 @@ void appendAnswer(std::string& out, const Answer& answer, size_t planes) {
         for (const int64_t number : answer.library.value_or(std::vector<int64_t>())) {
             append(out, number);
         }
+        if (answer.numbers.verticalStride) {
+            out += ",{\"verticalStride\":" + std::to_string(*answer.numbers.verticalStride) + "}";
+        }
     }
     out += "]";
 }

@@ -129,6 +129,7 @@ Layout layoutOf(const profile::Reply& reply) {
     layout.fourcc = shape.fourcc;
     layout.modifier = shape.modifier;
     layout.flags = shape.flags;
+    layout.verticalStride = reply.numbers.verticalStride;
     layout.stride = static_cast<uint32_t>(reply.numbers.stride);
     layout.answeredStride = static_cast<uint32_t>(reply.numbers.answeredStride);
     layout.allocationSize = static_cast<uint64_t>(reply.numbers.size);

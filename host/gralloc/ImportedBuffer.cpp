@@ -264,16 +264,28 @@ int32_t ImportedBuffer::getMetadata(std::string_view typeName, int64_t type, voi
 }
 
 // The attributes of the extension that no standard metadata carries.
-int32_t ImportedBuffer::getAttribute(int64_t attribute, void* destination, size_t room) const {
-    if (attribute != PLEXA_GET_FORMAT && attribute != PLEXA_GET_BUFFER_FLAGS) {
+std::optional<uint32_t> ImportedBuffer::attribute(int64_t number) const {
+    switch (number) {
+        case PLEXA_GET_FORMAT:
+            return static_cast<uint32_t>(mLayout.format);
+        case PLEXA_GET_BUFFER_FLAGS:
+            return mLayout.flags;
+        case PLEXA_GET_VERTICAL_STRIDE:
+            return mLayout.verticalStride;
+        default:
+            return std::nullopt;
+    }
+}
+
+int32_t ImportedBuffer::getAttribute(int64_t number, void* destination, size_t room) const {
+    const auto value = attribute(number);
+    if (!value) {
         return -AIMAPPER_ERROR_UNSUPPORTED;
     }
-    const uint32_t value =
-            attribute == PLEXA_GET_FORMAT ? static_cast<uint32_t>(mLayout.format) : mLayout.flags;
-    if (room >= sizeof(value)) {
-        std::memcpy(destination, &value, sizeof(value));
+    if (room >= sizeof(*value)) {
+        std::memcpy(destination, &*value, sizeof(*value));
     }
-    return sizeof(value);
+    return sizeof(*value);
 }
 
 AIMapper_Error ImportedBuffer::setMetadata(std::string_view typeName, int64_t type,

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -80,7 +81,8 @@ class ImportedBuffer {
     AIMapper_Error mayLock(uint64_t cpuUsage, const Region& region) const;
     bool contains(const Region& region) const;
     SharedCell cell(size_t index) const;
-    int32_t getAttribute(int64_t attribute, void* destination, size_t room) const;
+    std::optional<uint32_t> attribute(int64_t number) const;
+    int32_t getAttribute(int64_t number, void* destination, size_t room) const;
 
     const profile::Traits& mTraits = deviceTraits();
     // The handle's numbers are those of the two descriptors, which are owned here.

@@ -55,6 +55,22 @@ INSTANTIATE_TEST_SUITE_P(Devices, Recording,
                                          Source{"refusing", true}),
                          [](const auto& info) { return "N" + std::to_string(info.index); });
 
+// A maker's extension may tell other rows than the mapper's planes do.
+TEST(Recording, KeepsWhatOnlyTheExtensionTells) {
+    const ScratchFolder folder;
+    const std::string file = folder / "device.json";
+    const Words device{std::string("LD_PRELOAD=") + TALL_EXTENSION_FILE};
+    const Words replay{"ZELKCAM_HOST_PROFILE=" + file};
+    const std::string first = recorded(file, device);
+    EXPECT_EQ(first, recorded(folder / "again.json", replay));
+    EXPECT_THAT(runTool({"profile", "show", file}).out,
+                HasSubstr("\n    verticalStride: height, to 64\n"));
+    // Of the sizes that are compared some were not recorded.
+    EXPECT_THAT(runTool({"diff", file, "default"}).out,
+                HasSubstr("YV12 (0x32315659): vertical stride of the extension  512 -> as the "
+                          "planes tell  at 640x480 usage 0x0 (96 of 96 requests)"));
+}
+
 TEST(Profile, ThatIsNotUsableLeavesNoServicesAndTellsWhy) {
     const ScratchFolder folder;
     writeContents(folder / "bad.json", R"({"schemaVersion": 2})");

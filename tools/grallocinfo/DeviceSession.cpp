@@ -87,6 +87,7 @@ class Reader {
 
     void readShape(Shape& shape);
     void readPlanes(Observation& seen);
+    void readVerticalStride(Observation& seen) const;
 
     const SessionBuffer& mBuffer;
     const Request& mRequest;
@@ -102,6 +103,7 @@ void Reader::read(Observation& seen) {
     std::sort(mRefused.begin(), mRefused.end(),
               [](const auto& a, const auto& b) { return a.type < b.type; });
     seen.shape.refused = mRefused;
+    readVerticalStride(seen);
 }
 
 void Reader::readShape(Shape& shape) {
@@ -142,6 +144,15 @@ void Reader::readPlanes(Observation& seen) {
     const common::PlaneLayout& plane = planes->back();
     const bool isPlane = last.right == plane.widthInSamples && last.bottom == plane.heightInSamples;
     seen.shape.crop = isPlane ? zelkcam::profile::Crop::kPlane : zelkcam::profile::Crop::kPicture;
+}
+
+// A maker's own extension may tell other rows than the planes do.
+void Reader::readVerticalStride(Observation& seen) const {
+    int32_t rows = 0;
+    if (plexa_query(mBuffer.handle(), PLEXA_GET_VERTICAL_STRIDE, &rows) == 0) {
+        seen.numbers.verticalStride = bounded(rows);
+        seen.numbers = asTold(seen.shape, seen.numbers, mRequest.height);
+    }
 }
 
 // Whether the library would lock the buffer to find its chroma, and end the process on a failure.

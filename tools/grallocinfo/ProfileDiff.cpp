@@ -82,6 +82,11 @@ const Aspect kAspects[] = {
         {40, "allocation size",
          [](const Reply& reply) { return std::to_string(reply.numbers.size); }},
         {30, "stride", [](const Reply& reply) { return std::to_string(reply.numbers.stride); }},
+        {25, "vertical stride of the extension",
+         [](const Reply& reply) {
+             const auto& rows = reply.numbers.verticalStride;
+             return rows ? std::to_string(*rows) : std::string("as the planes tell");
+         }},
         {20, "chroma siting",
          [](const Reply& reply) { return std::to_string(reply.shape->chromaSiting); }},
 };
