@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <map>
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -193,6 +194,32 @@ TEST(Attach, ABuffersBytesAreSavedAndLoaded) {
     const Outcome tooLong = attachTo(buffer.handle, {"--load", raw});
     EXPECT_EQ(tooLong.status, 2);
     EXPECT_THAT(tooLong.err, HasSubstr("expected the buffer's"));
+}
+
+// By the mapper's planes and by the profile's, of which the library is asked in neither.
+TEST(View, DrawsTheDumpOfABufferAsTheBufferItself) {
+    std::map<std::string, std::string> pictures;  // by format: the same on every device
+    for (const char* const profile : {"default", "aligned-128"}) {
+        for (const char* const format :
+             {"RGBA_8888", "RGBX_8888", "RGB_888", "BGRA_8888", "YCbCr_422_SP", "YCrCb_420_SP",
+              "YCbCr_422_I", "RAW16", "RAW10", "0x26", "YCBCR_P010", "NV12", "Y8", "YV12"}) {
+            SCOPED_TRACE(std::string(format) + " under " + profile);
+            const ScratchFolder folder;
+            const std::string socket = folder / "socket", dump = folder / "dump";
+            const Words device{std::string("ZELKCAM_HOST_PROFILE=") + profile};
+            RunningTool server({"share", format, "321x183", socket}, "serving", device);
+            EXPECT_EQ(runTool({"attach", socket, "--fill", "ramp"}, device).status, 0);
+            EXPECT_EQ(runTool({"attach", socket, "--png", folder / "a.png", "--raw", dump}, device)
+                              .status,
+                      0);
+            const Outcome view = runTool({"view", dump, format, "321x183", "--profile", profile,
+                                          "-o", folder / "b.png"});
+            EXPECT_EQ(view.status, 0) << view.err;
+            const std::string picture = contentsOf(folder / "a.png");
+            EXPECT_EQ(contentsOf(folder / "b.png"), picture);
+            EXPECT_EQ(pictures.emplace(format, picture).first->second, picture);
+        }
+    }
 }
 
 TEST(Attach, WhatIsNoHandleAndSilenceHaveNamesOfTheirOwn) {

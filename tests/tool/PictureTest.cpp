@@ -142,6 +142,7 @@ TEST(Pixels, APictureComesBackFromEveryFormatAtOddSizes) {
             {Samples::kRgb8, layoutOf(0x1, w, h, {{w * 4 * h, w * 4}})},
             {Samples::kRgb8, layoutOf(0x3, w, h, {{w * 3 * h, w * 3}})},
             {Samples::kRgb8, layoutOf(0x5, w, h, {{w * 4 * h, w * 4}})},
+            {Samples::kRgb8, layoutOf(0x10, w, h, {{w * h, w}, {w * h - 1, w}})},
             {Samples::kRgb8, layoutOf(0x11, w, h, {{w * h, w}, {w * ch - 1, w}})},
             {Samples::kRgb8, layoutOf(0x14, w, h, {{(w + 1) * 2 * h, (w + 1) * 2}})},
             {Samples::kLinearGrey16, layoutOf(0x20, w, h, {{w * 2 * h, w * 2}})},

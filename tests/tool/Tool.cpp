@@ -116,10 +116,11 @@ std::string runOnTerminal(const Words& arguments, const Words& environment) {
     return text;
 }
 
-RunningTool::RunningTool(const Words& arguments, const std::string& ready) {
+RunningTool::RunningTool(const Words& arguments, const std::string& ready,
+                         const Words& environment) {
     int ends[2];
     EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
-    mProcess = start(arguments, {}, ends[1], STDERR_FILENO);
+    mProcess = start(arguments, environment, ends[1], STDERR_FILENO);
     mOutput = ends[0];
     close(ends[1]);
     const std::string text = ready.empty() ? "" : readAll(mOutput, ready);

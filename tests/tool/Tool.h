@@ -41,7 +41,7 @@ std::string runOnTerminal(const Words& arguments, const Words& environment = {})
 class RunningTool {
   public:
     // Returns when the program has printed `ready`, if that is not empty, or has ended.
-    RunningTool(const Words& arguments, const std::string& ready);
+    RunningTool(const Words& arguments, const std::string& ready, const Words& environment = {});
     ~RunningTool();
     RunningTool(const RunningTool&) = delete;
     RunningTool& operator=(const RunningTool&) = delete;

@@ -13,6 +13,7 @@
 #include "tools/grallocinfo/Pixels.h"
 #include "tools/grallocinfo/PrintPng.h"
 #include "tools/grallocinfo/PrintText.h"
+#include "tools/grallocinfo/StableMapper.h"
 #include "zelkcam/host/HandleTransport.h"
 
 namespace grallocinfo {
@@ -135,7 +136,7 @@ void requirePicture(const BufferAnswer& answer) {
     if (!hasPicture(answer.layout.format)) {
         throw unusable("there is no picture in " +
                        describeFormat(answer.name, answer.layout.format) +
-                       ": expected a buffer of an RGB, YCbCr, Y8 or RAW format");
+                       ": expected a buffer of " + describeFormats(pictureFormats()));
     }
 }
 
@@ -147,26 +148,35 @@ void withPixels(const native_handle* handle, const BufferAnswer& answer, unsigne
     action(LockedBuffer{lock.data(), allocationSizeOf(handle).value_or(0), answer.layout});
 }
 
-void requireInside(const LockedBuffer& buffer) {
-    if (!holdsPicture(buffer)) {
-        throw Failure{ExitCode::kLibraryFailure, "LAYOUT_TOO_LARGE", std::nullopt,
-                      "the layout describes more than the buffer holds"};
-    }
+// The buffer's picture, handed to `action`. By the mapper's planes, between which a device may
+// leave room, and without them by the library's.
+template <typename Action>
+void withPicture(const native_handle* handle, const BufferAnswer& answer, unsigned usage,
+                 Action action) {
+    requirePicture(answer);
+    withPixels(handle, answer, usage, [&](const LockedBuffer& buffer) {
+        const DrawnPlanes planes = drawnPlanes(answer.layout, mapperPlanes(handle), buffer.size);
+        const LockedBuffer told{buffer.data, buffer.size, planes.layout, planes.starts};
+        if (holdsPicture(told)) {
+            return action(told);
+        }
+        if (!holdsPicture(buffer)) {
+            throw Failure{ExitCode::kLibraryFailure, "LAYOUT_TOO_LARGE", std::nullopt,
+                          "the layout describes more than the buffer holds"};
+        }
+        action(buffer);
+    });
 }
 
 void fill(const native_handle* handle, const BufferAnswer& answer, const std::string& pattern) {
-    requirePicture(answer);
-    withPixels(handle, answer, kReadOften | kWriteOften, [&](const LockedBuffer& buffer) {
-        requireInside(buffer);
+    withPicture(handle, answer, kReadOften | kWriteOften, [&](const LockedBuffer& buffer) {
         writePicture(buffer, drawPattern(pattern, uint32_t(answer.layout.widthInPixels),
                                          uint32_t(answer.layout.heightInPixels)));
     });
 }
 
 void savePicture(const native_handle* handle, const BufferAnswer& answer, const std::string& path) {
-    requirePicture(answer);
-    withPixels(handle, answer, kReadOften, [&](const LockedBuffer& buffer) {
-        requireInside(buffer);
+    withPicture(handle, answer, kReadOften, [&](const LockedBuffer& buffer) {
         const Picture picture = readPicture(buffer);
         writeFile(path, [&](std::ostream& out) { printPng(out, picture); });
     });

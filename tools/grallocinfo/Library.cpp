@@ -129,4 +129,12 @@ std::string describeFormat(const std::string& name, int32_t format) {
     return name.empty() ? hex(format) : name + " (" + hex(format) + ")";
 }
 
+std::string describeFormats(const std::vector<int32_t>& formats) {
+    std::string text;
+    for (const int32_t format : formats) {
+        text += (text.empty() ? "" : ", ") + describeFormat(formatName(format), format);
+    }
+    return text;
+}
+
 }  // namespace grallocinfo

@@ -52,4 +52,7 @@ std::string mapperStatus(int32_t status);
 // "YCrCb_420_SP (0x11)", or the code alone when it has no name.
 std::string describeFormat(const std::string& name, int32_t format);
 
+// The same of each, with commas.
+std::string describeFormats(const std::vector<int32_t>& formats);
+
 }  // namespace grallocinfo

@@ -222,11 +222,7 @@ struct Planar422 {
     const Scratch cr;
 };
 
-Picture readInterleaved(const Frame& frame) {
-    const Planar422 p(frame);
-    const Plane& from = frame.planes[0];
-    libyuv::YUY2ToI422(from.data, from.stride, p.y->data, p.y->stride, p.cb->data, p.cb->stride,
-                       p.cr->data, p.cr->stride, frame.width, frame.height);
+Picture draw422(const Frame& frame, const Planar422& p) {
     Picture picture = frame.picture(Samples::kRgb8);
     const Plane to = planeOf(picture);
     libyuv::I422ToRGB24Matrix(p.y->data, p.y->stride, p.cr->data, p.cr->stride, p.cb->data,
@@ -235,13 +231,52 @@ Picture readInterleaved(const Frame& frame) {
     return picture;
 }
 
-void writeInterleaved(const Frame& frame, const Plane& rgb) {
-    const Planar422 p(frame);
+void split422(const Frame& frame, const Plane& rgb, const Planar422& p) {
     const Scratch argb(frame.width * 4, frame.height);
-    const Plane& to = frame.planes[0];
     libyuv::RAWToARGB(rgb.data, rgb.stride, argb->data, argb->stride, frame.width, frame.height);
     libyuv::ARGBToJ422(argb->data, argb->stride, p.y->data, p.y->stride, p.cb->data, p.cb->stride,
                        p.cr->data, p.cr->stride, frame.width, frame.height);
+}
+
+Picture readInterleaved(const Frame& frame) {
+    const Planar422 p(frame);
+    const Plane& from = frame.planes[0];
+    libyuv::YUY2ToI422(from.data, from.stride, p.y->data, p.y->stride, p.cb->data, p.cb->stride,
+                       p.cr->data, p.cr->stride, frame.width, frame.height);
+    return draw422(frame, p);
+}
+
+// A column that is left of an odd width takes the chroma of the one before it.
+Picture readSemiPlanar422(const Frame& frame) {
+    const Planar422 p(frame);
+    const Plane& luma = frame.planes[0];
+    const Plane& chroma = frame.planes[1];
+    libyuv::CopyPlane(luma.data, luma.stride, p.y->data, p.y->stride, frame.width, frame.height);
+    libyuv::SplitUVPlane(chroma.data, chroma.stride, p.cb->data, p.cb->stride, p.cr->data,
+                         p.cr->stride, frame.chromaWidth(), frame.height);
+    for (int y = 0; y < frame.height && frame.width % 2 != 0; ++y) {
+        for (const Scratch* const plane : {&p.cb, &p.cr}) {
+            uint8_t* const last = (*plane)->row(y) + frame.chromaWidth();
+            *last = frame.chromaWidth() > 0 ? last[-1] : 0x80;
+        }
+    }
+    return draw422(frame, p);
+}
+
+void writeSemiPlanar422(const Frame& frame, const Plane& rgb) {
+    const Planar422 p(frame);
+    const Plane& luma = frame.planes[0];
+    const Plane& chroma = frame.planes[1];
+    split422(frame, rgb, p);
+    libyuv::CopyPlane(p.y->data, p.y->stride, luma.data, luma.stride, frame.width, frame.height);
+    libyuv::MergeUVPlane(p.cb->data, p.cb->stride, p.cr->data, p.cr->stride, chroma.data,
+                         chroma.stride, frame.chromaWidth(), frame.height);
+}
+
+void writeInterleaved(const Frame& frame, const Plane& rgb) {
+    const Planar422 p(frame);
+    const Plane& to = frame.planes[0];
+    split422(frame, rgb, p);
     libyuv::I422ToYUY2(p.y->data, p.y->stride, p.cb->data, p.cb->stride, p.cr->data, p.cr->stride,
                        to.data, to.stride, frame.width, frame.height);
 }
@@ -380,8 +415,13 @@ constexpr Packing kHalf{2, 1, 2};
 
 constexpr std::array kRules{
         PictureRule{HAL_PIXEL_FORMAT_RGBA_8888, {{{1, 4}}}, readRgba, writeRgba},
+        PictureRule{HAL_PIXEL_FORMAT_RGBX_8888, {{{1, 4}}}, readRgba, writeRgba},
         PictureRule{HAL_PIXEL_FORMAT_RGB_888, {{{1, 3}}}, copyOut<Samples::kRgb8>, writeRgb},
         PictureRule{HAL_PIXEL_FORMAT_BGRA_8888, {{{1, 4}}}, readBgra, writeBgra},
+        PictureRule{HAL_PIXEL_FORMAT_YCbCr_422_SP,
+                    {{kBytes, {2, 2}}},
+                    readSemiPlanar422,
+                    writeSemiPlanar422},
         PictureRule{HAL_PIXEL_FORMAT_YCrCb_420_SP,
                     {{kBytes, kPairs}},
                     readSemiPlanar<true>,
@@ -426,12 +466,19 @@ uint64_t groupsOf(int32_t width, const Packing& packing, bool isChroma) {
     return (static_cast<uint64_t>(width) + (isChroma ? 0 : pixels - 1)) / pixels;
 }
 
+// The first byte of a plane, if the one before it ends at `end`.
+uint64_t startOf(const LockedBuffer& buffer, size_t plane, uint64_t end) {
+    return buffer.starts.empty() ? end : buffer.starts[plane];
+}
+
 Frame frameOf(const LockedBuffer& buffer) {
     Frame frame{buffer.layout.widthInPixels, buffer.layout.heightInPixels, {}};
-    uint8_t* data = buffer.data;
+    uint64_t end = 0;
     for (size_t i = 0; i < frame.planes.size() && i < buffer.layout.planes.size(); ++i) {
-        frame.planes[i] = {data, static_cast<int>(buffer.layout.planes[i].rowStrideInBytes)};
-        data += buffer.layout.planes[i].sizeInBytes;
+        const auto& plane = buffer.layout.planes[i];
+        const uint64_t start = startOf(buffer, i, end);
+        frame.planes[i] = {buffer.data + start, static_cast<int>(plane.rowStrideInBytes)};
+        end = start + plane.sizeInBytes;
     }
     return frame;
 }
@@ -442,23 +489,32 @@ bool hasPicture(int32_t format) {
     return ruleOf(format) != nullptr;
 }
 
+std::vector<int32_t> pictureFormats() {
+    std::vector<int32_t> formats;
+    for (const PictureRule& rule : kRules) {
+        formats.push_back(rule.code);
+    }
+    return formats;
+}
+
 bool holdsPicture(const LockedBuffer& buffer) {
     const auto& [format, width, height, planes] = buffer.layout;
     const PictureRule* const rule = ruleOf(format);
     if (!rule || !buffer.data || width <= 0 || height <= 0) {
         return false;
     }
-    uint64_t offset = 0;
+    uint64_t end = 0;
     for (size_t i = 0; i < rule->planes.size() && rule->planes[i].pixels > 0; ++i) {
         const Packing& packing = rule->planes[i];
+        const uint64_t start = i < planes.size() ? startOf(buffer, i, end) : 0;
         if (i >= planes.size() ||
             planes[i].rowStrideInBytes % static_cast<uint64_t>(rule->alignment) != 0 ||
-            !holdsPlane({offset, planes[i].sizeInBytes, planes[i].rowStrideInBytes}, packing,
+            !holdsPlane({start, planes[i].sizeInBytes, planes[i].rowStrideInBytes}, packing,
                         groupsOf(width, packing, i > 0),
                         static_cast<uint64_t>(height / packing.rows), buffer.size)) {
             return false;
         }
-        offset += planes[i].sizeInBytes;
+        end = start + planes[i].sizeInBytes;
     }
     return true;
 }

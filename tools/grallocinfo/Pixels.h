@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "tools/grallocinfo/Picture.h"
 #include "utils/gralloc/IGrallocInfoProvider.h"
@@ -13,11 +14,15 @@ namespace grallocinfo {
 // a RAW sample is taken for linear light.
 bool hasPicture(int32_t format);
 
+// The formats that have one.
+std::vector<int32_t> pictureFormats();
+
 // A buffer while it is locked: its first byte, and the bytes behind that which are mapped.
 struct LockedBuffer {
     uint8_t* data;
     uint64_t size;
     const zcam::GrallocStaticInfo& layout;
+    std::vector<uint64_t> starts{};  // of the planes; without any, one is behind the other
 };
 
 // Whether every sample of the picture lies within its plane, and every plane within the buffer. The

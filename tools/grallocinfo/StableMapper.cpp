@@ -120,6 +120,19 @@ std::optional<zcam::GrallocStaticInfo> mapperLayout(const native_handle* handle)
     return layout;
 }
 
+std::vector<ToldPlane> mapperPlanes(const native_handle* handle) {
+    const AIMapper* const mapper = usableMapper();
+    const auto planes = mapper ? readMetadata<StandardMetadataType::PLANE_LAYOUTS>(*mapper, handle)
+                               : std::nullopt;
+    std::vector<ToldPlane> told;
+    for (const PlaneLayout& plane : planes.value_or(std::vector<PlaneLayout>())) {
+        const auto& components = plane.components;
+        told.push_back({plane.offsetInBytes, plane.strideInBytes,
+                        components.empty() ? 0 : components.front().type.value});
+    }
+    return told;
+}
+
 Allocation describeAllocation(const native_handle* handle) {
     Allocation allocation;
     allocation.sizeInBytes = allocationSizeOf(handle);

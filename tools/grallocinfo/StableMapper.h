@@ -10,6 +10,7 @@
 #include "platform/allocator.h"
 #include "platform/mapper.h"
 #include "tools/grallocinfo/Answers.h"
+#include "tools/grallocinfo/DrawnPlanes.h"
 
 namespace grallocinfo {
 
@@ -30,6 +31,9 @@ Allocation describeAllocation(const native_handle* handle);
 // An imported buffer's layout as the mapper alone describes it, for formats that the library has no
 // rule for. Nothing when the mapper does not describe it whole.
 std::optional<zcam::GrallocStaticInfo> mapperLayout(const native_handle* handle);
+
+// Where the mapper has the planes of an imported buffer; none when it does not tell.
+std::vector<ToldPlane> mapperPlanes(const native_handle* handle);
 
 // A published record as the tool's own.
 MapperPlane mapperPlane(const aidl::android::hardware::graphics::common::PlaneLayout& layout);
