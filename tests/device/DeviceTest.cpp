@@ -17,9 +17,6 @@ class DeviceTest : public testing::Test, public Live {
 
 // However an allocator pads.
 TEST_F(DeviceTest, LayoutsHaveRoomForTheVisiblePixels) {
-    if (!mayProbe()) {
-        GTEST_SKIP() << "the device refuses usage 0, with which the library asks";
-    }
     const struct {
         int32_t format;
         size_t planes;
@@ -31,7 +28,10 @@ TEST_F(DeviceTest, LayoutsHaveRoomForTheVisiblePixels) {
     for (const auto& minimum : cases) {
         SCOPED_TRACE(minimum.format);
         const zcam::GrallocRequest request{kCpu, minimum.format, kWidth, kHeight};
-        ASSERT_EQ(helper.query(&request, &info, false), 0);
+        ASSERT_EQ(helper.query(&request, &info, false), answerToConcrete());
+        if (answerToConcrete() != 0) {
+            continue;
+        }
         EXPECT_EQ(info.format, minimum.format);
         EXPECT_EQ(info.widthInPixels, kWidth);
         EXPECT_EQ(info.heightInPixels, kHeight);

@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "tests/faults/Doors.h"
+#include "tests/support/Profiles.h"
 #include "utils/gralloc/IGrallocHelper.h"
 #include "utils/gralloc/aidl/v2/allocator/allocator.h"
 
@@ -194,11 +195,17 @@ void buildOnce() {
 }
 
 std::vector<Operation> allOperations() {
+    // Contract: a concrete format is probed with usage 0, which the profile strict refuses; and it
+    // lets no processor look for the chroma of what only the camera writes.
+    const int64_t probed = test::isStrict() ? -12 : 0;
+    const uint32_t written = test::isStrict() ? 0x20003 : 0x20000;
+    Traits located = kLocated;
+    located.success = probed;
     return {
-            {"start-up", startUp, 0, {.fresh = true, .mayEndProcess = true}},
-            {"query of a blob", request(kBlob), 0},
-            {"query of YV12", request(kYv12), 0, kLocated},
-            {"query of what the camera writes", request(0x22, 0x20000), 0, kLocated},
+            {"start-up", startUp, 0, {.success = probed, .fresh = true, .mayEndProcess = true}},
+            {"query of a blob", request(kBlob), 0, {.success = probed}},
+            {"query of YV12", request(kYv12), 0, located},
+            {"query of what the camera writes", request(0x22, written), 0, kLocated},
             {"description of a blob", describe},
             {"description of YCrCb_420_SP", describe, kNv21, kLocated},
             {"import", importByHelper, kBlob, {.success = 1}},

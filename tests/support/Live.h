@@ -24,8 +24,8 @@ struct Live {
     const NSCam::GrallocMapperAidlV2::MapperV5 mapper{AllocatorAidl::createInstance()};
     const AllocatorAidl allocator{AllocatorAidl::createInstance(), mapper};
 
-    // Contract: a request for a concrete format is probed with usage 0.
-    static bool mayProbe() { return !isStrict(); }
+    // Contract: a request for a concrete format is probed with usage 0, which a device may refuse.
+    static int answerToConcrete(int otherwise = 0) { return isStrict() ? -12 : otherwise; }
 
     // To be freed by the allocator or the mapper.
     const native_handle* allocate(int32_t format, uint32_t width, uint32_t height,
