@@ -75,7 +75,15 @@ int32_t refusalByUsage(uint64_t usage, const profile::Traits& traits) {
     return usage == 0 ? traits.zeroUsage : profile::kGranted;
 }
 
-// What was recorded of a usage counts before the trait.
+// Whether the rules of the format stand on samples of just this usage.
+bool isRecordedUsage(const profile::Profile& profile, const Description& description) {
+    return std::ranges::any_of(profile.formats, [&](const profile::FormatRules& rules) {
+        return rules.format == description.format &&
+               std::ranges::find(rules.usages, description.usage) != rules.usages.end();
+    });
+}
+
+// What was recorded of a usage counts before the trait, which tells of one format and size.
 profile::Reply ask(const TheDevice& device, const Description& description) {
     const profile::Traits& traits = device.device.profile().traits;
     profile::Reply reply;
@@ -86,10 +94,15 @@ profile::Reply ask(const TheDevice& device, const Description& description) {
     reply = device.device.ask(
             {description.format, description.usage, description.width, description.height});
     const int32_t refusal = refusalByUsage(description.usage, traits);
-    if (reply.certainty != profile::Certainty::kRecorded && refusal != profile::kGranted) {
-        reply.answer = refusal;
-        reply.certainty = profile::Certainty::kRule;
+    if (reply.certainty == profile::Certainty::kRecorded || refusal == profile::kGranted ||
+        isRecordedUsage(device.device.profile(), description)) {
+        return reply;
     }
+    const bool isRefused = reply.answer != profile::kGranted;
+    if (!isRefused || reply.certainty == profile::Certainty::kGuess) {
+        reply.answer = refusal;
+    }
+    reply.certainty = profile::Certainty::kRule;
     return reply;
 }
 

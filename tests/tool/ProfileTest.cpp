@@ -81,6 +81,22 @@ TEST(Profile, ThatIsNotUsableLeavesNoServicesAndTellsWhy) {
     EXPECT_THAT(outcome.err, HasSubstr("there is no graphics allocator service"));
 }
 
+TEST(Profile, RefusesAUsageBitWhereRecordedUsagesDoNotTellBetter) {
+    const ScratchFolder folder;
+    writeContents(folder / "protected.json", R"({"schemaVersion": 1, "name": "protected",
+        "traits": {"refusedUsage": "0x4000"},
+        "shapes": [{"format": "0x1", "fourcc": "AB24", "planes": [{}]}],
+        "formats": [{"format": "0x22", "usages": ["0x4000"],
+                     "rules": [{"shape": 0, "planes": [{"row": {"of": "width", "times": 4}}]}]}]})");
+    const auto statusOf = [&](const char* usage) {
+        return runTool({"query", "IMPLEMENTATION_DEFINED", "64x64", "--usage", usage},
+                       {"ZELKCAM_HOST_PROFILE=" + (folder / "protected.json")});
+    };
+    EXPECT_EQ(statusOf("0x4000").status, 0) << statusOf("0x4000").err;
+    EXPECT_EQ(statusOf("0x4003").status, 1);
+    EXPECT_EQ(statusOf("0x3").status, 0) << statusOf("0x3").err;
+}
+
 TEST(Profile, AnswersDifferAsTheDeviceDoes) {
     const auto rowOf = [](const char* profile) {
         return runTool({"query", "YCrCb_420_SP", "1920x1080", "--json"},

@@ -31,24 +31,28 @@ int32_t answerTo(DeviceSession& session, const BufferDescriptorInfo& info) {
     return session.allocate(info, &stride, &buffers);
 }
 
-// Bits beside what the processor does; the lowest eight are its own.
+int32_t answerToUsage(DeviceSession& session, uint64_t usage) {
+    Request request = kPlain;
+    request.usage = usage;
+    return answerTo(session, DeviceSession::describe(request));
+}
+
+// Bits beside what the processor does; the lowest eight are its own. A bit may be refused only
+// together with the processor's, as protected memory is, or only without them.
 void probeUsageBits(DeviceSession& session, Traits& traits) {
     traits.refusedUsage = 0;
-    for (int bit = 8; bit < 64; ++bit) {
-        Request request = kPlain;
-        request.usage |= uint64_t{1} << bit;
-        const int32_t answer = answerTo(session, DeviceSession::describe(request));
-        if (answer != kGranted) {
-            traits.refusedUsage |= uint64_t{1} << bit;
+    for (int number = 8; number < 64; ++number) {
+        const uint64_t bit = uint64_t{1} << number;
+        const int32_t answer = answerToUsage(session, kPlain.usage | bit);
+        if (answer != kGranted && answerToUsage(session, bit) != kGranted) {
+            traits.refusedUsage |= bit;
             traits.usageRefusal = answer;
         }
     }
 }
 
 void probeZeroUsage(DeviceSession& session, Traits& traits) {
-    Request request = kPlain;
-    request.usage = 0;
-    traits.zeroUsage = answerTo(session, DeviceSession::describe(request));
+    traits.zeroUsage = answerToUsage(session, 0);
 }
 
 void probeLayers(DeviceSession& session, Traits& traits) {
