@@ -196,6 +196,16 @@ TEST(Attach, ABuffersBytesAreSavedAndLoaded) {
     EXPECT_THAT(tooLong.err, HasSubstr("expected the buffer's"));
 }
 
+TEST(Attach, ABufferOfAnotherProfileIsRefusedAndALineTellsWhy) {
+    const ScratchFolder folder;
+    const std::string socket = folder / "socket";
+    RunningTool server({"share", "NV12", "64x64", socket}, "serving",
+                       {"ZELKCAM_HOST_PROFILE=aligned-128"});
+    const Outcome outcome = runTool({"attach", socket});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("made under another device profile than that of this"));
+}
+
 // By the mapper's planes and by the profile's, of which the library is asked in neither.
 TEST(View, DrawsTheDumpOfABufferAsTheBufferItself) {
     std::map<std::string, std::string> pictures;  // by format: the same on every device

@@ -71,6 +71,39 @@ TEST(Recording, KeepsWhatOnlyTheExtensionTells) {
                           "planes tell  at 640x480 usage 0x0 (96 of 96 requests)"));
 }
 
+TEST(Recording, ThatIsInterruptedLeavesALineAndNoFile) {
+    const ScratchFolder folder;
+    const std::string command = std::string("timeout --preserve-status --signal=INT 0.2 ") +
+                                GRALLOCINFO_FILE + " profile record -o phone.json; echo $? *";
+    EXPECT_EQ(printedBy(command, folder / ""),
+              "grallocinfo: interrupted: the recording is not complete, and nothing was written\n"
+              "1 printed\n");
+    const Outcome unwritable = runTool({"profile", "record", "-o", "/nonexistent/phone.json"},
+                                       {"ZELKCAM_HOST_SERVICES=none"});
+    EXPECT_EQ(unwritable.status, 2) << "told before the device is asked";
+    EXPECT_THAT(unwritable.err, HasSubstr("expected a file that can be written"));
+}
+
+TEST(View, TellsWhatWouldBeAsLong) {
+    const ScratchFolder folder;
+    const struct {
+        size_t bytes;
+        const char* hint;
+    } kCases[] = {
+            {1920 * 1088 * 3 / 2, "expected 3110400; as long as with 1088 rows of 1920 bytes"},
+            {2048 * 1088 * 3 / 2, "; as long as with 1088 rows of 2048 bytes"},
+            {3137536, "; as long as under the profiles aligned-128"},
+            {1920 * 1080 * 4, "; as long as one of RGBA_8888 (0x1), RGBX_8888 (0x2), "},
+            {1, "bytes: expected 3110400\n"}};
+    for (const auto& [bytes, hint] : kCases) {
+        writeContents(folder / "dump", std::string(bytes, 0));
+        const Outcome outcome =
+                runTool({"view", folder / "dump", "NV12", "1920x1080", "-o", folder / "p.png"});
+        EXPECT_EQ(outcome.status, 2);
+        EXPECT_THAT(outcome.err, HasSubstr(hint));
+    }
+}
+
 TEST(Profile, ThatIsNotUsableLeavesNoServicesAndTellsWhy) {
     const ScratchFolder folder;
     writeContents(folder / "bad.json", R"({"schemaVersion": 2})");

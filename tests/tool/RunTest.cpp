@@ -18,7 +18,7 @@ constexpr char kPrintProfile[] = "echo \"<$ZELKCAM_HOST_PROFILE>\"";
 
 TEST(Run, GivesTheProgramItsProfileAndPrintsHowEachRunEnded) {
     const ScratchFolder folder;
-    writeContents(folder / "phone.json", "{}");
+    writeContents(folder / "phone.json", contentsOf(PROFILES_FOLDER "/aligned-64.json"));
     const std::string phone = folder / "phone.json";
     const Outcome both = runTool(
             {"run", "--profile", "default", "--profile", phone, "--", "sh", "-c", kPrintProfile});
@@ -32,7 +32,7 @@ TEST(Run, GivesTheProgramItsProfileAndPrintsHowEachRunEnded) {
 
 TEST(Run, FailsWhenOneRunDoes) {
     const ScratchFolder folder;
-    writeContents(folder / "last", "{}");
+    writeContents(folder / "last", contentsOf(PROFILES_FOLDER "/aligned-64.json"));
     const Outcome first = runTool({"run", "--profile", "default", "--profile", folder / "last",
                                    "--", "sh", "-c", "test $ZELKCAM_HOST_PROFILE != default"});
     EXPECT_EQ(first.status, 1);

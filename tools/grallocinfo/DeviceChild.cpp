@@ -186,7 +186,13 @@ std::string DeviceChild::exchange(const std::string& question) {
     if (mChild < 0) {
         start();
     }
-    const auto answer = send(mTo, question) ? receive(mFrom) : std::nullopt;
+    const bool sent = send(mTo, question);
+    if (!mInterruption.waitFor(mFrom)) {
+        kill(mChild, SIGKILL);  // it may hang in the question, with the signals kept from it
+        throw Failure{ExitCode::kLibraryFailure, kSystemFailure, std::nullopt,
+                      "interrupted: the recording is not complete, and nothing was written"};
+    }
+    const auto answer = sent ? receive(mFrom) : std::nullopt;
     if (!answer) {
         stop();
         ++mDeaths;

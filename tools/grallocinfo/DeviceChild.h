@@ -7,14 +7,15 @@
 #include <string>
 
 #include "profile/Record.h"
+#include "tools/grallocinfo/Interruption.h"
 
 namespace grallocinfo {
 
 // Starts with no thread and no service in use; the processes that it starts use them. Throws a
-// Failure when there is no device to ask.
+// Failure when there is no device to ask, and when a signal interrupts a question.
 class DeviceChild {
   public:
-    DeviceChild() = default;
+    explicit DeviceChild(const Interruption& interruption) : mInterruption(interruption) {}
     ~DeviceChild();
     DeviceChild(const DeviceChild&) = delete;
     DeviceChild& operator=(const DeviceChild&) = delete;
@@ -32,6 +33,7 @@ class DeviceChild {
     void start();
     void stop();
 
+    const Interruption& mInterruption;
     pid_t mChild = -1;
     int mTo = -1;
     int mFrom = -1;

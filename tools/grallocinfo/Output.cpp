@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <sstream>
@@ -79,6 +80,20 @@ class Replacement {
     const std::string mPath;
     std::string mName;
 };
+
+enum class Place { kNew, kFile, kDevice };  // or a pipe
+
+Place placeOf(const std::string& path) {
+    struct stat status = {};
+    if (stat(path.c_str(), &status) != 0) {
+        return Place::kNew;
+    }
+    if (S_ISDIR(status.st_mode)) {
+        errno = EISDIR;
+        throw unwritable(path);
+    }
+    return S_ISREG(status.st_mode) ? Place::kFile : Place::kDevice;
+}
 
 // Where a symbolic link leads, so that the link stays one.
 std::string resolved(const std::string& path) {
@@ -175,6 +190,18 @@ std::string readWhole(const std::string& path, const std::string& expected) {
     return contents;
 }
 
+void requireWritable(const std::string& path) {
+    if (isStandardOutput(path)) {
+        return;
+    }
+    const bool isDevice = placeOf(path) == Place::kDevice;
+    const auto folder = std::filesystem::path(resolved(path)).parent_path();
+    const std::string written = isDevice ? path : folder.empty() ? "." : folder.native();
+    if (access(written.c_str(), W_OK) != 0) {
+        throw unwritable(path);
+    }
+}
+
 void writeFile(const std::string& path, const std::function<void(std::ostream&)>& print) {
     if (isStandardOutput(path)) {
         print(std::cout);
@@ -182,13 +209,8 @@ void writeFile(const std::string& path, const std::function<void(std::ostream&)>
     }
     std::ostringstream contents;
     print(contents);
-    // Nothing can be put in the place of a device or a pipe.
-    struct stat status = {};
-    if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
-        if (S_ISDIR(status.st_mode)) {
-            errno = EISDIR;
-            throw unwritable(path);
-        }
+    // Nothing can be put in its place.
+    if (placeOf(path) == Place::kDevice) {
         return writeTo(path, path, contents.str());
     }
     Replacement(resolved(path)).replace(contents.str());

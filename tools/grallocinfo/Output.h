@@ -44,6 +44,9 @@ size_t readInput(int fd, char* bytes, size_t size, const std::string& path,
 // All that `path`, or standard input for "-", holds.
 std::string readWhole(const std::string& path, const std::string& expected);
 
+// Throws the Failure of writeFile where it can be seen beforehand, for what takes long.
+void requireWritable(const std::string& path);
+
 // Fills the file `path` with what `print` prints, or prints it on standard output for "-". A file
 // appears whole or not at all: it is written beside its place and renamed. Throws a Failure when it
 // cannot be written.

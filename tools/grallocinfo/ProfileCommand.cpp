@@ -15,6 +15,7 @@
 #include "tools/grallocinfo/DeviceChild.h"
 #include "tools/grallocinfo/DeviceTraits.h"
 #include "tools/grallocinfo/Failure.h"
+#include "tools/grallocinfo/Interruption.h"
 #include "tools/grallocinfo/Library.h"
 #include "tools/grallocinfo/LibraryLog.h"
 #include "tools/grallocinfo/Output.h"
@@ -98,8 +99,8 @@ class Progress {
     bool mShown = false;
 };
 
-Profile recordDevice() {
-    DeviceChild device;
+Profile recordDevice(const Interruption& interruption) {
+    DeviceChild device(interruption);
     Progress progress;
     Profile profile;
     describeDevice(profile);
@@ -123,7 +124,11 @@ Profile recordDevice() {
 
 void runRecord(const RecordOptions& options) {
     openLibraryLog(false);
-    const std::string document = writeJson(recordDevice());
+    if (!options.output.empty()) {
+        requireWritable(options.output);  // before a minute is spent
+    }
+    const Interruption interruption;
+    const std::string document = writeJson(recordDevice(interruption));
     if (options.output.empty()) {
         std::cout << document;
         flushOutput();

@@ -72,6 +72,11 @@ std::string usableProfile(const std::string& profile) {
         throw unusable("profile " + inQuotes(profile) + " is not usable: expected one of " +
                        knownProfiles() + ", or a file");
     }
+    // A program that never asks for a buffer would pass under a device that there is not.
+    std::string problem;
+    if (!zelkcam::profile::load(profile, &problem)) {
+        throw unusable(problem + ": expected a profile");
+    }
     return std::filesystem::absolute(profile).native();
 }
 

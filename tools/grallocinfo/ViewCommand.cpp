@@ -1,7 +1,7 @@
 // grallocinfo view: the picture in a raw dump of a buffer, by the planes of a device profile.
 #include <algorithm>
+#include <cmath>
 #include <memory>
-#include <optional>
 #include <utility>
 #include <vector>
 
@@ -56,41 +56,90 @@ Device loadDevice(const std::string& nameOrFile) {
     return Device(std::move(loaded->profile));
 }
 
+// A dump may end with the page that the buffer's last byte lies in.
+constexpr int64_t kPages[] = {1, 4096, 16384, 65536};
+
+int64_t roundedUp(int64_t value, int64_t unit) {
+    return (value + unit - 1) / unit * unit;
+}
+
+bool isAsLong(int64_t length, int64_t size) {
+    return std::ranges::any_of(kPages,
+                               [&](int64_t page) { return length == roundedUp(size, page); });
+}
+
+bool fits(const Device& device, const Request& request, int64_t length) {
+    const Reply reply = device.ask(request);
+    return reply.answer == kGranted && isAsLong(length, reply.numbers.size);
+}
+
+void append(std::string& list, const std::string& text) {
+    list += (list.empty() ? "" : ", ") + text;
+}
+
 // Formats of the profile whose buffers of this size are as long.
-std::string fittingFormats(const Device& device, const Request& request, int64_t length) {
+std::string fittingFormats(const Device& device, Request request, int64_t length) {
     std::string text;
     for (const auto& rules : device.profile().formats) {
-        const Reply reply =
-                device.ask({rules.format, request.usage, request.width, request.height});
-        if (reply.answer == kGranted && reply.numbers.size == length) {
-            text += (text.empty() ? "" : ", ") +
-                    describeFormat(formatName(rules.format), rules.format);
+        request.format = rules.format;
+        if (fits(device, request, length)) {
+            append(text, describeFormat(formatName(rules.format), rules.format));
         }
     }
     return text;
 }
 
-// The row that would make a buffer of these planes as long, if there is one.
-std::optional<int64_t> fittingRow(const Reply& reply, int64_t length) {
+// Shipped profiles under which such a buffer is as long.
+std::string fittingProfiles(const Request& request, int64_t length) {
+    std::string text;
+    for (const auto& shipped : zelkcam::profile::shippedProfiles()) {
+        const std::string name(shipped.name);
+        if (fits(loadDevice(name), request, length)) {
+            append(text, name);
+        }
+    }
+    return text;
+}
+
+struct Rows {
+    int64_t count;
+    int64_t bytes;
+};
+
+// In steps in which devices round, the tightest first.
+std::vector<Rows> likelyRows(int64_t height, int64_t bytes) {
+    std::vector<Rows> rows;
+    for (const int64_t countUnit : {1, 2, 8, 16, 32, 64}) {
+        for (const int64_t unit : {1, 16, 32, 64, 128, 256, 512, 1024}) {
+            rows.push_back({roundedUp(height, countUnit), roundedUp(bytes, unit)});
+        }
+    }
+    return rows;
+}
+
+// Longer rows of the first plane, or more of them, that make the buffer as long if chroma goes
+// along.
+std::string fittingRows(const Reply& reply, const Request& request, int64_t length) {
     const PlaneNumbers& first = reply.numbers.planes[0];
+    if (reply.shape->planes.empty() || first.size <= 0) {
+        return "";
+    }
     int64_t total = 0;
     for (size_t i = 0; i < reply.shape->planes.size(); ++i) {
         total = std::max(total, reply.numbers.planes[i].offset + reply.numbers.planes[i].size);
     }
-    if (first.row == 0 || total == 0 || (length * first.row) % total != 0) {
-        return std::nullopt;
-    }
-    return length * first.row / total;
-}
-
-// A dump may end with the page that the buffer's last byte lies in.
-bool isAsLong(int64_t length, int64_t size) {
-    for (const int64_t page : {1, 4096, 16384, 65536}) {
-        if (length == (size + page - 1) / page * page) {
-            return true;
+    const double share = static_cast<double>(total) / static_cast<double>(first.size);
+    const int64_t bits = reply.shape->planes[0].sampleIncrementInBits;
+    const int64_t visible = bits > 0 ? (request.width * bits + 7) / 8 : first.row;
+    for (const int64_t page : kPages) {
+        for (const auto& [count, bytes] : likelyRows(request.height, visible)) {
+            const double size = static_cast<double>(count) * static_cast<double>(bytes) * share;
+            if (length == roundedUp(std::llround(size), page)) {
+                return std::to_string(count) + " rows of " + std::to_string(bytes) + " bytes";
+            }
         }
     }
-    return false;
+    return "";
 }
 
 void requireLength(const Device& device, const Request& request, const Reply& reply, size_t size) {
@@ -99,13 +148,12 @@ void requireLength(const Device& device, const Request& request, const Reply& re
         return;
     }
     std::string hint;
-    const std::string formats = fittingFormats(device, request, length);
-    if (!formats.empty()) {
-        hint += "; as long as one of " + formats;
-    }
-    if (const auto row = fittingRow(reply, length)) {
-        hint += "; rows of " + std::to_string(*row) + " bytes instead of " +
-                std::to_string(reply.numbers.planes[0].row) + " would fit";
+    const std::pair<const char*, std::string> hints[] = {
+            {"; as long as one of ", fittingFormats(device, request, length)},
+            {"; as long as under the profiles ", fittingProfiles(request, length)},
+            {"; as long as with ", fittingRows(reply, request, length)}};
+    for (const auto& [lead, text] : hints) {
+        hint += text.empty() ? "" : lead + text;
     }
     throw unusable("the dump holds " + std::to_string(length) + " bytes: expected " +
                    std::to_string(reply.numbers.size) + hint);
@@ -121,6 +169,13 @@ std::vector<ToldPlane> toldPlanes(const Reply& reply) {
     return told;
 }
 
+Failure noPicture(const Reply& reply) {
+    return unusable("there is no picture to be drawn in " +
+                    describeFormat(formatName(reply.shape->format), reply.shape->format) +
+                    " as this profile has it: expected one of " +
+                    describeFormats(pictureFormats()) + ", not compressed; --usage may matter");
+}
+
 Picture draw(std::vector<uint8_t>& dump, const Request& request, const Reply& reply) {
     zcam::GrallocStaticInfo layout;
     layout.format = reply.shape->format;
@@ -128,11 +183,8 @@ Picture draw(std::vector<uint8_t>& dump, const Request& request, const Reply& re
     layout.heightInPixels = static_cast<int32_t>(request.height);
     const DrawnPlanes drawn = drawnPlanes(layout, toldPlanes(reply), dump.size());
     const LockedBuffer buffer{dump.data(), dump.size(), drawn.layout, drawn.starts};
-    if (reply.shape->modifier != 0 || !holdsPicture(buffer)) {
-        throw unusable("there is no picture to be drawn in " +
-                       describeFormat(formatName(reply.shape->format), reply.shape->format) +
-                       " as this profile has it: expected one of " + describeFormats(pictureFormats()) +
-                       ", not compressed; --usage may matter");
+    if (!holdsPicture(buffer)) {
+        throw noPicture(reply);
     }
     return readPicture(buffer);
 }
@@ -149,6 +201,9 @@ void runView(const ViewOptions& options) {
     }
     if (reply.certainty == zelkcam::profile::Certainty::kGuess) {
         remark("the planes are a guess: the profile does not tell");
+    }
+    if (reply.shape->modifier != 0 || !hasPicture(reply.shape->format)) {
+        throw noPicture(reply);
     }
     std::vector<uint8_t> dump = readDump(options.dump);
     requireLength(device, request, reply, dump.size());

@@ -54,8 +54,17 @@ int report(const Failure& failure) {
 
 // The innermost command that was named: the one whose help helps.
 const CLI::App& chosenCommand(const CLI::App& program) {
-    const auto commands = program.get_subcommands();
-    return commands.empty() ? program : *commands.front();
+    const CLI::App* chosen = &program;
+    for (auto named = chosen->get_subcommands(); !named.empty();
+         named = chosen->get_subcommands()) {
+        chosen = named.front();
+    }
+    return *chosen;
+}
+
+std::string fullName(const CLI::App& command) {
+    const CLI::App* const parent = command.get_parent();
+    return parent ? fullName(*parent) + " " + command.get_name() : command.get_name();
 }
 
 std::string commandNames(const CLI::App& program) {
@@ -68,11 +77,15 @@ std::string commandNames(const CLI::App& program) {
 
 // "grallocinfo query FORMAT WIDTHxHEIGHT [OPTIONS]", or the commands that there are.
 std::string synopsisOf(const CLI::App& command) {
-    if (!command.get_parent()) {
-        return "a command, one of " + commandNames(command) + "; see 'grallocinfo --help'";
+    if (!command.get_subcommands(nullptr).empty()) {
+        return "a command, one of " + commandNames(command) + "; see '" + fullName(command) +
+               " --help'";
     }
-    std::string synopsis = "grallocinfo " + command.get_name();
+    std::string synopsis = fullName(command);
     for (const CLI::Option* const option : command.get_options()) {
+        if (option->get_positional() && option->get_expected_max() > 1) {
+            return synopsis + " [OPTIONS] -- " + option->get_name() + " [ARGUMENT...]";
+        }
         if (option->get_positional()) {
             synopsis += (option->get_required() ? " " : " [") + option->get_name() +
                         (option->get_required() ? "" : "]");
