@@ -250,12 +250,22 @@ struct Traits {
     AcquireFence acquireFence = AcquireFence::kLeftOpen;
     bool waitsForAcquireFence = true;
     bool releaseFence = false;
-    int32_t lockWithoutUsage = 3;    // cpuUsage 0
-    int32_t lockWithOtherUsage = 3;  // bits beyond the processor's
+    // What the mapper answers to odd calls; see kMapperAnswers in Words.h.
+    int32_t lockWithoutUsage = 3;        // cpuUsage 0
+    int32_t lockWithOtherUsage = 3;      // the processor's bits and others
+    int32_t lockWithOnlyOtherUsage = 3;  // none of the processor's
     int32_t nestedLock = 0;
     int32_t foreignHandle = 2;  // lock of a handle that was never imported
+    int32_t foreignRead = -2;   // of its metadata
+    int32_t foreignSet = 2;
+    int32_t foreignImport = 2;  // of a handle of another shape
     int32_t unlockedFlush = 2;
     int32_t unlockedReread = 2;
+    int32_t flushAfterRead = 0;  // of a buffer that is locked for reading only
+    int32_t rereadAfterWrite = 0;
+    int32_t setUndecodable = 7;  // bytes that are no value
+    int32_t setConstant = 3;     // what the request fixed
+    bool givesReservedRegion = true;
     std::vector<int64_t> settable{};  // standard metadata types
 
     bool operator==(const Traits&) const = default;

@@ -621,10 +621,34 @@ LockRule readLockRule(const Node& node) {
 }
 
 Traits readTraits(const Node& node) {
-    node.allow({"refusedUsage", "usageRefusal", "zeroUsage", "maxLayers", "layersRefusal",
-                "maxReservedSize", "reservedRefusal", "options", "optionsRefusal", "acquireFence",
-                "waitsForAcquireFence", "releaseFence", "lockWithoutUsage", "lockWithOtherUsage",
-                "nestedLock", "foreignHandle", "unlockedFlush", "unlockedReread", "settable"});
+    node.allow({"refusedUsage",
+                "usageRefusal",
+                "zeroUsage",
+                "maxLayers",
+                "layersRefusal",
+                "maxReservedSize",
+                "reservedRefusal",
+                "options",
+                "optionsRefusal",
+                "acquireFence",
+                "waitsForAcquireFence",
+                "releaseFence",
+                "lockWithoutUsage",
+                "lockWithOtherUsage",
+                "lockWithOnlyOtherUsage",
+                "nestedLock",
+                "foreignHandle",
+                "foreignRead",
+                "foreignSet",
+                "foreignImport",
+                "unlockedFlush",
+                "unlockedReread",
+                "flushAfterRead",
+                "rereadAfterWrite",
+                "setUndecodable",
+                "setConstant",
+                "givesReservedRegion",
+                "settable"});
     const auto codeOr = [&](std::string_view key, int32_t otherwise) {
         return node.has(key) ? code(node.at(key)) : otherwise;
     };
@@ -644,12 +668,10 @@ Traits readTraits(const Node& node) {
     }
     traits.waitsForAcquireFence = booleanOr(node, "waitsForAcquireFence", true);
     traits.releaseFence = booleanOr(node, "releaseFence", false);
-    traits.lockWithoutUsage = codeOr("lockWithoutUsage", traits.lockWithoutUsage);
-    traits.lockWithOtherUsage = codeOr("lockWithOtherUsage", traits.lockWithOtherUsage);
-    traits.nestedLock = codeOr("nestedLock", traits.nestedLock);
-    traits.foreignHandle = codeOr("foreignHandle", traits.foreignHandle);
-    traits.unlockedFlush = codeOr("unlockedFlush", traits.unlockedFlush);
-    traits.unlockedReread = codeOr("unlockedReread", traits.unlockedReread);
+    for (const auto& [name, answer] : kMapperAnswers) {
+        traits.*answer = codeOr(name, traits.*answer);
+    }
+    traits.givesReservedRegion = booleanOr(node, "givesReservedRegion", true);
     traits.settable = optionalList<int64_t>(node, "settable", 64,
                                             [](const Node& type) { return type.integer(1, 1024); });
     return traits;

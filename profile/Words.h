@@ -52,6 +52,24 @@ inline constexpr Words<Crop, 2> kCrops{{{{Crop::kPlane, "plane"}, {Crop::kPictur
 inline constexpr Words<AcquireFence, 2> kAcquireFences{
         {{{AcquireFence::kLeftOpen, "leftOpen"}, {AcquireFence::kClosed, "closed"}}}};
 
+// What a mapper answers to odd calls, in the order in which it is written.
+inline constexpr std::array<std::pair<std::string_view, int32_t Traits::*>, 14> kMapperAnswers{{
+        {"lockWithoutUsage", &Traits::lockWithoutUsage},
+        {"lockWithOtherUsage", &Traits::lockWithOtherUsage},
+        {"lockWithOnlyOtherUsage", &Traits::lockWithOnlyOtherUsage},
+        {"nestedLock", &Traits::nestedLock},
+        {"foreignHandle", &Traits::foreignHandle},
+        {"foreignRead", &Traits::foreignRead},
+        {"foreignSet", &Traits::foreignSet},
+        {"foreignImport", &Traits::foreignImport},
+        {"unlockedFlush", &Traits::unlockedFlush},
+        {"unlockedReread", &Traits::unlockedReread},
+        {"flushAfterRead", &Traits::flushAfterRead},
+        {"rereadAfterWrite", &Traits::rereadAfterWrite},
+        {"setUndecodable", &Traits::setUndecodable},
+        {"setConstant", &Traits::setConstant},
+}};
+
 // The quantities of a rule and of a plane by name, in the order in which they are written.
 template <typename T>
 struct Named {

@@ -199,12 +199,10 @@ Json traitsOf(const Traits& traits) {
     object["acquireFence"] = kAcquireFences.of(traits.acquireFence);
     object["waitsForAcquireFence"] = traits.waitsForAcquireFence;
     object["releaseFence"] = traits.releaseFence;
-    object["lockWithoutUsage"] = traits.lockWithoutUsage;
-    object["lockWithOtherUsage"] = traits.lockWithOtherUsage;
-    object["nestedLock"] = traits.nestedLock;
-    object["foreignHandle"] = traits.foreignHandle;
-    object["unlockedFlush"] = traits.unlockedFlush;
-    object["unlockedReread"] = traits.unlockedReread;
+    for (const auto& [name, answer] : kMapperAnswers) {
+        object[std::string(name)] = traits.*answer;
+    }
+    object["givesReservedRegion"] = traits.givesReservedRegion;
     object["settable"] = traits.settable;
     return object;
 }

@@ -51,7 +51,7 @@ int32_t Gralloc::getMetadata(buffer_handle_t handle, std::string_view typeName, 
                              void* destination, size_t size) {
     const auto buffer = find(handle);
     return buffer != nullptr ? buffer->getMetadata(typeName, type, destination, size)
-                             : -AIMAPPER_ERROR_BAD_BUFFER;
+                             : deviceTraits().foreignRead;
 }
 
 Gralloc& gralloc() {

@@ -68,10 +68,10 @@ AIMapper_Error lockAnswer(const profile::LockAnswer& answers, uint64_t cpuUsage)
 // The trait for a usage that names no processor access, or more than that.
 int32_t usageAnswer(const profile::Traits& traits, uint64_t cpuUsage) {
     const bool others = (cpuUsage & ~(kCpuRead | kCpuWrite)) != 0;
-    if (others && traits.lockWithOtherUsage != 0) {
-        return traits.lockWithOtherUsage;
+    if ((cpuUsage & (kCpuRead | kCpuWrite)) == 0) {
+        return others ? traits.lockWithOnlyOtherUsage : traits.lockWithoutUsage;
     }
-    return (cpuUsage & (kCpuRead | kCpuWrite)) == 0 ? traits.lockWithoutUsage : 0;
+    return others ? traits.lockWithOtherUsage : 0;
 }
 
 // Types whose setting is refused as a wrong value and not as unsupported.
@@ -89,7 +89,10 @@ bool isFixedByRequest(std::string_view typeName, int64_t type) {
 
 AIMapper_Error ImportedBuffer::import(const native_handle_t* raw,
                                       std::shared_ptr<ImportedBuffer>* out) {
-    if (!isWellFormed(raw) || !hasOurMark(raw)) {
+    if (!isWellFormed(raw)) {
+        return static_cast<AIMapper_Error>(deviceTraits().foreignImport);
+    }
+    if (!hasOurMark(raw)) {
         return AIMAPPER_ERROR_BAD_BUFFER;
     }
     const std::shared_ptr<ImportedBuffer> buffer(new ImportedBuffer);
@@ -200,6 +203,7 @@ AIMapper_Error ImportedBuffer::lock(uint64_t cpuUsage, const Region& region, int
     const AIMapper_Error error = mapPixels();
     if (error == AIMAPPER_ERROR_NONE) {
         ++mLockCount;
+        mLockedFor |= cpuUsage;
         *outData = mPixels.data();
     }
     return error;
@@ -211,6 +215,7 @@ AIMapper_Error ImportedBuffer::unlock(ScopedFileDescriptor* releaseFence) {
         return AIMAPPER_ERROR_BAD_BUFFER;
     }
     --mLockCount;
+    mLockedFor = mLockCount > 0 ? mLockedFor : 0;
     // A device that gives fences gives one that is signalled: the writes are complete by now.
     releaseFence->set(mTraits.releaseFence ? eventfd(1, EFD_CLOEXEC) : -1);
     return AIMAPPER_ERROR_NONE;
@@ -219,14 +224,14 @@ AIMapper_Error ImportedBuffer::unlock(ScopedFileDescriptor* releaseFence) {
 // All importers share the same pages, so there is nothing to move.
 AIMapper_Error ImportedBuffer::flush() const {
     const std::lock_guard guard(mMutex);
-    return mLockCount > 0 ? AIMAPPER_ERROR_NONE
-                          : static_cast<AIMapper_Error>(mTraits.unlockedFlush);
+    const int32_t unwritten = (mLockedFor & kCpuWrite) != 0 ? 0 : mTraits.flushAfterRead;
+    return static_cast<AIMapper_Error>(mLockCount > 0 ? unwritten : mTraits.unlockedFlush);
 }
 
 AIMapper_Error ImportedBuffer::reread() const {
     const std::lock_guard guard(mMutex);
-    return mLockCount > 0 ? AIMAPPER_ERROR_NONE
-                          : static_cast<AIMapper_Error>(mTraits.unlockedReread);
+    const int32_t unread = (mLockedFor & kCpuRead) != 0 ? 0 : mTraits.rereadAfterWrite;
+    return static_cast<AIMapper_Error>(mLockCount > 0 ? unread : mTraits.unlockedReread);
 }
 
 void ImportedBuffer::retire() {
@@ -238,9 +243,21 @@ SharedCell ImportedBuffer::cell(size_t index) const {
     return {mShared.data() + kSharedLayout.cells[index], kSettableRules[index].capacity};
 }
 
+// What the device does not tell of such a buffer, though the published interface has it.
+int32_t ImportedBuffer::refusalToRead(std::string_view typeName, int64_t type) const {
+    if (mLayout.refused.empty() || typeName != kStandardTypeName) {
+        return 0;
+    }
+    const auto found = std::ranges::find(mLayout.refused, type, &profile::Refused::type);
+    return found != mLayout.refused.end() ? found->code : 0;
+}
+
 int32_t ImportedBuffer::getMetadata(std::string_view typeName, int64_t type, void* destination,
                                     size_t destinationSize) const {
     const size_t room = destination != nullptr ? destinationSize : 0;
+    if (const int32_t refusal = refusalToRead(typeName, type); refusal != 0) {
+        return refusal;
+    }
     const int settable = findSettable(typeName, type);
     if (settable >= 0) {
         return cell(static_cast<size_t>(settable)).read(destination, room);
@@ -250,11 +267,6 @@ int32_t ImportedBuffer::getMetadata(std::string_view typeName, int64_t type, voi
     }
     if (typeName != kStandardTypeName || type < 1 || type > kLastStandardType) {
         return -AIMAPPER_ERROR_UNSUPPORTED;
-    }
-    for (const profile::Refused& refused : mLayout.refused) {
-        if (refused.type == type) {
-            return refused.code;
-        }
     }
     const std::span<const uint8_t> value = mConstants.value(type);
     if (value.size() <= room) {
@@ -291,13 +303,19 @@ int32_t ImportedBuffer::getAttribute(int64_t number, void* destination, size_t r
 AIMapper_Error ImportedBuffer::setMetadata(std::string_view typeName, int64_t type,
                                            std::span<const uint8_t> value) {
     const int settable = findSettable(typeName, type);
-    if (settable < 0 || !isSettable(typeName, type)) {
-        return isFixedByRequest(typeName, type) ? AIMAPPER_ERROR_BAD_VALUE
+    if (settable < 0) {
+        return isFixedByRequest(typeName, type) ? static_cast<AIMapper_Error>(mTraits.setConstant)
                                                 : AIMAPPER_ERROR_UNSUPPORTED;
     }
     const auto index = static_cast<size_t>(settable);
     size_t size = 0;
     const AIMapper_Error error = accept(kSettableRules[index], value, &size);
+    if (error == AIMAPPER_ERROR_UNSUPPORTED) {
+        return static_cast<AIMapper_Error>(mTraits.setUndecodable);
+    }
+    if (!isSettable(typeName, type)) {
+        return AIMAPPER_ERROR_UNSUPPORTED;
+    }
     if (error != AIMAPPER_ERROR_NONE) {
         return error;
     }
@@ -310,7 +328,7 @@ AIMapper_Error ImportedBuffer::setMetadata(std::string_view typeName, int64_t ty
 }
 
 std::span<std::byte> ImportedBuffer::reservedRegion() const {
-    if (mDescription.reservedSize == 0) {
+    if (mDescription.reservedSize == 0 || !mTraits.givesReservedRegion) {
         return {};
     }
     return {mShared.data() + kSharedLayout.reserved, mDescription.reservedSize};

@@ -81,6 +81,7 @@ class ImportedBuffer {
     AIMapper_Error mayLock(uint64_t cpuUsage, const Region& region) const;
     bool contains(const Region& region) const;
     SharedCell cell(size_t index) const;
+    int32_t refusalToRead(std::string_view typeName, int64_t type) const;
     std::optional<uint32_t> attribute(int64_t number) const;
     int32_t getAttribute(int64_t number, void* destination, size_t room) const;
 
@@ -96,6 +97,7 @@ class ImportedBuffer {
     mutable std::mutex mMutex;  // guards what follows
     Mapping mPixels;
     uint32_t mLockCount = 0;
+    uint64_t mLockedFor = 0;  // usages of the locks that are open
     bool mRetired = false;
 };
 

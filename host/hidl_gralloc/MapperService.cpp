@@ -1,6 +1,7 @@
 #include "host/hidl_gralloc/MapperService.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <string>
 
 #include <gralloctypes/Gralloc4.h>
@@ -40,6 +41,13 @@ buffer_handle_t handleOf(void* buffer) {
 template <typename Use>
 Error with(void* buffer, Use&& use) {
     return hidl(gralloc::gralloc().with(handleOf(buffer), use));
+}
+
+// The same where the device answers to what is no import as it likes.
+template <typename Use>
+Error withMetadata(void* buffer, int32_t foreign, Use&& use) {
+    const auto imported = gralloc::gralloc().find(handleOf(buffer));
+    return hidl(imported != nullptr ? use(*imported) : static_cast<AIMapper_Error>(foreign));
 }
 
 gralloc::Description describe(const MapperService::BufferDescriptorInfo& info) {
@@ -102,6 +110,10 @@ AIMapper_Error predict(const gralloc::Description& description, std::string_view
     const AIMapper_Error error = gralloc::decide(description, &layout);
     if (error != AIMAPPER_ERROR_NONE) {
         return error;
+    }
+    const auto refused = std::ranges::find(layout.refused, type, &profile::Refused::type);
+    if (refused != layout.refused.end() && typeName == gralloc::kStandardTypeName) {
+        return static_cast<AIMapper_Error>(std::abs(refused->code));
     }
     const int settable = gralloc::findSettable(typeName, type);
     if (settable >= 0) {
@@ -208,16 +220,17 @@ auto MapperService::isSupported(const BufferDescriptorInfo& description, isSuppo
 auto MapperService::get(void* buffer, const MetadataType& metadataType, get_cb callback)
         -> Return<void> {
     std::vector<uint8_t> value;
-    const Error error = with(buffer, [&](const ImportedBuffer& imported) {
+    const auto read = [&](const ImportedBuffer& imported) {
         return gralloc::readWhole(imported, nameOf(metadataType), metadataType.value, &value);
-    });
+    };
+    const Error error = withMetadata(buffer, -gralloc::deviceTraits().foreignRead, read);
     callback(error, error == Error::NONE ? Bytes(value) : Bytes());
     return Void();
 }
 
 auto MapperService::set(void* buffer, const MetadataType& metadataType, const Bytes& metadata)
         -> Return<Error> {
-    return with(buffer, [&](ImportedBuffer& imported) {
+    return withMetadata(buffer, gralloc::deviceTraits().foreignSet, [&](ImportedBuffer& imported) {
         return imported.setMetadata(nameOf(metadataType), metadataType.value,
                                     {metadata.data(), metadata.size()});
     });

@@ -79,13 +79,15 @@ int32_t getStandardMetadata(buffer_handle_t handle, int64_t type, void* destinat
 
 AIMapper_Error setMetadata(buffer_handle_t handle, AIMapper_MetadataType type, const void* metadata,
                            size_t metadataSize) {
-    return with(handle, [&](ImportedBuffer& buffer) {
-        if (type.name == nullptr || (metadata == nullptr && metadataSize != 0)) {
-            return AIMAPPER_ERROR_UNSUPPORTED;
-        }
-        return buffer.setMetadata(type.name, type.value,
-                                  {static_cast<const uint8_t*>(metadata), metadataSize});
-    });
+    const auto buffer = gralloc().find(handle);
+    if (buffer == nullptr) {
+        return static_cast<AIMapper_Error>(deviceTraits().foreignSet);
+    }
+    if (type.name == nullptr || (metadata == nullptr && metadataSize != 0)) {
+        return AIMAPPER_ERROR_UNSUPPORTED;
+    }
+    return buffer->setMetadata(type.name, type.value,
+                               {static_cast<const uint8_t*>(metadata), metadataSize});
 }
 
 AIMapper_Error setStandardMetadata(buffer_handle_t handle, int64_t type, const void* metadata,

@@ -71,6 +71,25 @@ TEST(Recording, KeepsWhatOnlyTheExtensionTells) {
                           "planes tell  at 640x480 usage 0x0 (96 of 96 requests)"));
 }
 
+// Each trait as no shipped profile has it.
+TEST(Recording, FindsEveryTraitOfTheDevice) {
+    const ScratchFolder folder;
+    Json device = Json::parse(contentsOf(PROFILES_FOLDER "/default.json"));
+    device["traits"] = Json::parse(R"({"refusedUsage": "0xff000000000000", "usageRefusal": 1,
+        "zeroUsage": 1, "maxLayers": 4, "layersRefusal": 0, "maxReservedSize": 4096,
+        "reservedRefusal": 1, "options": ["zelkcam.unknown"], "optionsRefusal": 0,
+        "acquireFence": "closed", "waitsForAcquireFence": false, "releaseFence": true,
+        "lockWithoutUsage": 0, "lockWithOtherUsage": 0, "lockWithOnlyOtherUsage": 5,
+        "nestedLock": 2, "foreignHandle": 3, "foreignRead": -7, "foreignSet": 7,
+        "foreignImport": 5, "unlockedFlush": 0, "unlockedReread": 3, "flushAfterRead": 2,
+        "rereadAfterWrite": 2, "setUndecodable": 3, "setConstant": 7,
+        "givesReservedRegion": false, "settable": [17, 21]})");
+    writeContents(folder / "odd.json", device.dump());
+    const std::string again =
+            recorded(folder / "again.json", {"ZELKCAM_HOST_PROFILE=" + (folder / "odd.json")});
+    EXPECT_EQ(Json::parse(again)["traits"].dump(1), device["traits"].dump(1));
+}
+
 TEST(Recording, ThatIsInterruptedLeavesALineAndNoFile) {
     const ScratchFolder folder;
     const std::string command = std::string("timeout --preserve-status --signal=INT 0.2 ") +

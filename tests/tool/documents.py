@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Checks documents that grallocinfo prints against the schema in docs/: documents.py TOOL SCHEMA"""
+"""Checks documents that grallocinfo prints against the schemas in docs/: documents.py TOOL SCHEMA"""
 import json
 import os
 import subprocess
@@ -34,6 +34,7 @@ CASES = [
 
 
 def main(tool, schema_file):
+    schema_file = os.path.abspath(schema_file)
     with open(schema_file, encoding="utf-8") as file:
         definitions = json.load(file)["definitions"]
 
@@ -65,6 +66,11 @@ def main(tool, schema_file):
             attached = run("attach socket --json", {}, capture_output=True).stdout
             check(first + server.stdout.read(), "buffer", "share")
         check(attached, "buffer", "attach")
+        profile_schema = os.path.join(os.path.dirname(schema_file), "profile.schema.json")
+        with open(profile_schema, encoding="utf-8") as file:
+            profiles = json.load(file)
+        jsonschema.validate(json.loads(run("profile record", {}, capture_output=True).stdout),
+                            profiles)
         for kind, words, environment in CASES:
             check(run(words + " --json", environment, capture_output=True).stdout, kind, words)
 

@@ -88,6 +88,7 @@ class Reader {
     void readShape(Shape& shape);
     void readPlanes(Observation& seen);
     void readVerticalStride(Observation& seen) const;
+    void readOthers();
 
     const SessionBuffer& mBuffer;
     const Request& mRequest;
@@ -100,6 +101,7 @@ void Reader::read(Observation& seen) {
     seen.numbers.stride = bounded(value<T::STRIDE>(0));
     seen.numbers.answeredStride = bounded(mBuffer.answeredStride());
     seen.numbers.size = bounded(static_cast<int64_t>(value<T::ALLOCATION_SIZE>(0)));
+    readOthers();
     std::sort(mRefused.begin(), mRefused.end(),
               [](const auto& a, const auto& b) { return a.type < b.type; });
     seen.shape.refused = mRefused;
@@ -152,6 +154,20 @@ void Reader::readVerticalStride(Observation& seen) const {
     if (plexa_query(mBuffer.handle(), PLEXA_GET_VERTICAL_STRIDE, &rows) == 0) {
         seen.numbers.verticalStride = bounded(rows);
         seen.numbers = asTold(seen.shape, seen.numbers, mRequest.height);
+    }
+}
+
+// What a profile keeps nothing of but that it is refused.
+void Reader::readOthers() {
+    for (const T type :
+         {T::BUFFER_ID, T::NAME, T::WIDTH, T::HEIGHT, T::LAYER_COUNT, T::PIXEL_FORMAT_REQUESTED,
+          T::PROTECTED_CONTENT, T::DATASPACE, T::BLEND_MODE, T::SMPTE2086, T::CTA861_3,
+          T::SMPTE2094_40, T::SMPTE2094_10}) {
+        int32_t code = 0;
+        mBuffer.readBytes(static_cast<int64_t>(type), &code);
+        if (code < 0) {
+            mRefused.push_back({static_cast<int64_t>(type), code});
+        }
     }
 }
 

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <iterator>
 #include <thread>
@@ -17,6 +18,7 @@ using zelkcam::profile::Request;
 using zelkcam::profile::Traits;
 
 constexpr uint64_t kCpuRead = 0x3;
+constexpr uint64_t kCpuWrite = 0x30;
 constexpr uint64_t kReadWrite = 0x33;
 constexpr uint64_t kTexture = 1 << 8;
 constexpr Request kPlain = {0x1, kReadWrite, 64, 64};
@@ -194,6 +196,13 @@ void probeLockUsage(DeviceSession& session, Traits& traits) {
     }
 }
 
+void probeLockWithoutCpu(DeviceSession& session, Traits& traits) {
+    const SessionBuffer buffer(session, plain());
+    if (buffer.handle() != nullptr) {
+        traits.lockWithOnlyOtherUsage = buffer.tryLock(kTexture);
+    }
+}
+
 void probeNestedLock(DeviceSession& session, Traits& traits) {
     const SessionBuffer buffer(session, plain());
     void* data = nullptr;
@@ -211,6 +220,83 @@ void probeForeignHandle(DeviceSession& session, Traits& traits) {
     if (buffer.raw() != nullptr) {
         traits.foreignHandle =
                 session.mapper().lock(buffer.raw(), kCpuRead, {0, 0, 0, 0}, -1, &data);
+    }
+}
+
+void probeForeignMetadata(DeviceSession& session, Traits& traits) {
+    constexpr auto kDataspace = static_cast<int64_t>(StandardMetadataType::DATASPACE);
+    const SessionBuffer buffer(session, plain());
+    if (buffer.handle() != nullptr) {
+        int32_t code = 0;
+        const std::vector<uint8_t> bytes = buffer.readBytes(kDataspace, &code);
+        traits.foreignRead =
+                session.mapper().getStandardMetadata(buffer.raw(), kDataspace, nullptr, 0);
+        traits.foreignSet = session.mapper().setStandardMetadata(buffer.raw(), kDataspace,
+                                                                 bytes.data(), bytes.size());
+    }
+}
+
+// A handle with a number more than those of the device have.
+void probeForeignImport(DeviceSession& session, Traits& traits) {
+    const SessionBuffer buffer(session, plain());
+    const native_handle_t* const raw = buffer.raw();
+    native_handle_t* const other =
+            raw != nullptr ? native_handle_create(raw->numFds, raw->numInts + 1) : nullptr;
+    if (other == nullptr) {
+        return;
+    }
+    std::copy_n(raw->data, raw->numFds + raw->numInts, other->data);
+    other->data[raw->numFds + raw->numInts] = 0;
+    buffer_handle_t imported = nullptr;
+    const int32_t answer = session.mapper().importBuffer(other, &imported);
+    if (answer == AIMAPPER_ERROR_NONE) {
+        session.mapper().freeBuffer(imported);  // of so much tolerance there is no replay
+    } else {
+        traits.foreignImport = answer;
+    }
+    native_handle_delete(other);
+}
+
+void probeReservedRegion(DeviceSession& session, Traits& traits) {
+    constexpr int64_t kSize = 64;
+    BufferDescriptorInfo info = plain();
+    info.reservedSize = kSize;
+    const SessionBuffer buffer(session, info);
+    void* region = nullptr;  // some devices answer without writing either
+    uint64_t size = 0;
+    if (buffer.handle() != nullptr) {
+        session.mapper().getReservedRegion(buffer.handle(), &region, &size);
+        traits.givesReservedRegion = region != nullptr && size == kSize;
+    }
+}
+
+// What moves the pixels in a direction that the lock was not for.
+void probeDirections(DeviceSession& session, Traits& traits) {
+    const SessionBuffer buffer(session, plain());
+    const auto whileLocked = [&](uint64_t usage, auto* operation, int32_t& answer) {
+        void* data = nullptr;
+        if (buffer.handle() != nullptr &&
+            session.mapper().lock(buffer.handle(), usage, {0, 0, 0, 0}, -1, &data) == 0) {
+            answer = operation(buffer.handle());
+            buffer.unlock();
+        }
+    };
+    whileLocked(kCpuRead, session.mapper().flushLockedBuffer, traits.flushAfterRead);
+    whileLocked(kCpuWrite, session.mapper().rereadLockedBuffer, traits.rereadAfterWrite);
+}
+
+void probeSetters(DeviceSession& session, Traits& traits) {
+    const SessionBuffer buffer(session, plain());
+    const auto set = [&](StandardMetadataType type, const std::vector<uint8_t>& bytes) {
+        return session.mapper().setStandardMetadata(buffer.handle(), static_cast<int64_t>(type),
+                                                    bytes.data(), bytes.size());
+    };
+    if (buffer.handle() != nullptr) {
+        int32_t code = 0;
+        traits.setUndecodable = set(StandardMetadataType::DATASPACE, {1});
+        traits.setConstant =
+                set(StandardMetadataType::WIDTH,
+                    buffer.readBytes(static_cast<int64_t>(StandardMetadataType::WIDTH), &code));
     }
 }
 
@@ -240,9 +326,11 @@ void probeSettable(DeviceSession& session, Traits& traits) {
 
 using Probe = void (*)(DeviceSession& session, Traits& traits);
 constexpr Probe kProbes[] = {
-        probeUsageBits,     probeZeroUsage, probeLayers,       probeReserved,  probeOptions,
-        probeAcquireFence,  probeWait,      probeReleaseFence, probeLockUsage, probeNestedLock,
-        probeForeignHandle, probeUnlocked,  probeSettable};
+        probeUsageBits,  probeZeroUsage,       probeLayers,        probeReserved,
+        probeOptions,    probeAcquireFence,    probeWait,          probeReleaseFence,
+        probeLockUsage,  probeLockWithoutCpu,  probeNestedLock,    probeForeignHandle,
+        probeUnlocked,   probeForeignMetadata, probeForeignImport, probeReservedRegion,
+        probeDirections, probeSetters,         probeSettable};
 
 }  // namespace
 

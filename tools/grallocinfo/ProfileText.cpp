@@ -239,17 +239,26 @@ std::vector<LabelledText> describe(const Traits& traits) {
     return {{"usage bits refused", hex(traits.refusedUsage)},
             {"usage 0", unless(kGranted, traits.zeroUsage)},
             {"layers", "up to " + number(traits.maxLayers)},
-            {"reserved region", "up to " + number(traits.maxReservedSize) + " bytes"},
+            {"reserved region", "up to " + number(traits.maxReservedSize) + " bytes" +
+                                        (traits.givesReservedRegion ? "" : ", never given")},
             {"acquire fence",
              std::string(zelkcam::profile::kAcquireFences.of(traits.acquireFence))},
             {"waits for it", traits.waitsForAcquireFence ? "yes" : "no"},
             {"release fence", traits.releaseFence ? "given" : "none"},
             {"lock without usage", unless(0, traits.lockWithoutUsage)},
             {"lock with other bits", unless(0, traits.lockWithOtherUsage)},
+            {"with these alone", unless(0, traits.lockWithOnlyOtherUsage)},
             {"nested lock", unless(0, traits.nestedLock)},
             {"foreign handle", unless(0, traits.foreignHandle)},
+            {"its metadata", unless(0, traits.foreignRead)},
+            {"setting these", unless(0, traits.foreignSet)},
+            {"foreign import", unless(0, traits.foreignImport)},
             {"flush without lock", unless(0, traits.unlockedFlush)},
-            {"reread without lock", unless(0, traits.unlockedReread)}};
+            {"reread without lock", unless(0, traits.unlockedReread)},
+            {"flush of a read lock", unless(0, traits.flushAfterRead)},
+            {"reread of a write", unless(0, traits.rereadAfterWrite)},
+            {"undecodable value", unless(0, traits.setUndecodable)},
+            {"value of a constant", unless(0, traits.setConstant)}};
 }
 
 std::vector<LabelledText> describe(const std::vector<LockRule>& locks) {
