@@ -155,6 +155,9 @@ AIMapper_Error ImportedBuffer::checkContents(uint64_t bufferId) {
         return AIMAPPER_ERROR_BAD_BUFFER;
     }
     mConstants = *expected;
+    if (mLayout.isGuess) {
+        warnOfGuess(mDescription);  // the allocator may be in another process
+    }
     return AIMAPPER_ERROR_NONE;
 }
 
