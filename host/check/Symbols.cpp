@@ -85,6 +85,47 @@ std::string readable(const char* symbol) {
     return withoutLongArguments(withoutParameters(name != nullptr ? name.get() : text(symbol)));
 }
 
+std::string nameOf(Dwarf_Die* function, const char* symbol);
+
+// What a function that is inlined, or defined outside its class, was declared as.
+Dwarf_Die declarationOf(Dwarf_Die function) {
+    for (const unsigned link : {DW_AT_abstract_origin, DW_AT_specification}) {
+        Dwarf_Attribute attribute;
+        Dwarf_Die declared;
+        if (dwarf_formref_die(dwarf_attr(&function, link, &attribute), &declared) != nullptr) {
+            function = declared;
+        }
+    }
+    return function;
+}
+
+// Some scopes have no name of their own.
+std::string nameOfScope(Dwarf_Die* scope) {
+    const char* const name = dwarf_diename(scope);
+    return name != nullptr                        ? name
+           : dwarf_tag(scope) == DW_TAG_namespace ? "(anonymous namespace)"
+                                                  : "{lambda}";
+}
+
+// A lambda is told apart by the function that it is in.
+std::string nameInItsScopes(Dwarf_Die* function) {
+    Dwarf_Die declared = declarationOf(*function);
+    Dwarf_Die* scopes = nullptr;
+    const int count = dwarf_getscopes_die(&declared, &scopes);
+    const std::unique_ptr<Dwarf_Die, Free> owner(count > 0 ? scopes : nullptr);
+    std::string name = text(dwarf_diename(&declared));
+    for (int i = 1; i < count; ++i) {
+        const int tag = dwarf_tag(scopes + i);
+        if (tag == DW_TAG_subprogram) {
+            return nameOf(scopes + i, nullptr) + "::" + name;
+        }
+        if (tag == DW_TAG_class_type || tag == DW_TAG_structure_type || tag == DW_TAG_namespace) {
+            name = nameOfScope(scopes + i) + "::" + name;
+        }
+    }
+    return name;
+}
+
 // With little debug information only the symbol table knows the qualified name; inlined functions
 // are not in it.
 std::string nameOf(Dwarf_Die* function, const char* symbol) {
@@ -94,7 +135,7 @@ std::string nameOf(Dwarf_Die* function, const char* symbol) {
     if (linkage != nullptr || (symbol != nullptr && dwarf_tag(function) == DW_TAG_subprogram)) {
         return readable(linkage != nullptr ? linkage : symbol);
     }
-    return text(dwarf_formstring(dwarf_attr_integrate(function, DW_AT_name, &attribute)));
+    return nameInItsScopes(function);
 }
 
 // Where the inlined function was called.
@@ -221,12 +262,12 @@ bool isRuntime(const Frame& frame) {
 }
 
 bool isPlatform(const Frame& frame) {
-    return beginsWithAny(fileName(frame), {"libzelkcam_host", "libzelkcam_check", "mapper.default",
-                                           "libcutils", "libutils"});
+    return beginsWithAny(fileName(frame), {"libzelkcam_host.so", "libzelkcam_check",
+                                           "mapper.default.so", "libcutils.so", "libutils.so"});
 }
 
 bool isLibrary(const Frame& frame) {
-    return beginsWithAny(fileName(frame), {"libzelkcam_grallocutils", "libplexa"});
+    return beginsWithAny(fileName(frame), {"libzelkcam_grallocutils.so", "libplexa.so"});
 }
 
 // Names that were found once: looking them up reads whole files, and a place is often told of many
@@ -296,11 +337,15 @@ __attribute__((constructor(200))) void keepNamesAcrossForks() {
                    [] { names().mutex().unlock(); });
 }
 
-// Published headers define much inline, which then is in the program's own code.
+// Published headers define much inline, which then is in the program's own code. A frame without a
+// line has its module's path, wherever that is installed.
 bool isPublishedHeader(const Frame& frame) {
-    return frame.file.find("/host/include/") != std::string::npos ||
-           frame.file.find("include/zelkcam/") != std::string::npos ||
-           beginsWithAny(frame.file, {"/usr/include/", "/usr/lib/"});
+    const auto contains = [&frame](const char* folder) {
+        return frame.file.find(folder) != std::string::npos;
+    };
+    return frame.line > 0 &&
+           (contains("/host/include/") || contains("include/zelkcam/") ||
+            contains("/include/c++/") || beginsWithAny(frame.file, {"/usr/include/", "/usr/lib/"}));
 }
 
 }  // namespace
