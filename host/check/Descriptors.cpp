@@ -22,7 +22,7 @@
 namespace zelkcam::host::check {
 namespace {
 
-// So many neighbours are closed by nobody who knows what they are.
+// So many neighbours, buffers' aside, are closed in a loop by nobody who knows what they are.
 constexpr int kSweepLength = 8;
 // Neighbours may be so far apart when nothing is open between them.
 constexpr int kSweepGap = 64;
@@ -30,7 +30,11 @@ constexpr int kSweepGap = 64;
 // Who closed a number last; empty when nobody did. No memory is asked for: programs close
 // descriptors in signal handlers. Higher numbers are not remembered.
 constexpr size_t kClosedCount = 4096;
-CallStack gClosed[kClosedCount];
+struct Closer {
+    CallStack stack;
+    bool wasFence = false;
+};
+Closer gClosed[kClosedCount];
 
 struct Known {
     std::string buffer;
@@ -39,11 +43,12 @@ struct Known {
     std::pair<dev_t, ino_t> file;
 };
 
-// One descriptor after the other is closed, upwards or downwards.
+// One descriptor after the other is closed at one place, upwards or downwards.
 struct Sweep {
     pthread_t thread{};
+    CallStack stack;
     int last = -1;
-    int length = 0;
+    int length = 0;  // without buffers' descriptors, which a program may close for itself
 };
 
 struct State {
@@ -79,14 +84,14 @@ bool isWatched() {
     return !tlsBusy && !isOwnWork() && state().process == getpid();
 }
 
-CallStack* closerOf(int fd) {
+Closer* closerOf(int fd) {
     const auto index = static_cast<size_t>(fd);
     return index < kClosedCount ? &gClosed[index] : nullptr;
 }
 
 void forgetCloser(int fd) {
-    if (CallStack* const closer = closerOf(fd)) {
-        *closer = CallStack();
+    if (Closer* const closer = closerOf(fd)) {
+        *closer = Closer();
     }
 }
 
@@ -112,10 +117,11 @@ const Known* findOwn(const std::map<int, Known>& known, int fd) {
     return found != known.end() && found->second.process == getpid() ? &found->second : nullptr;
 }
 
-bool continuesSweep(int fd) {
+bool continuesSweep(int fd, const CallStack& stack) {
     const Sweep& sweep = state().sweep;
-    if (sweep.length == 0 || pthread_equal(sweep.thread, pthread_self()) == 0 || fd == sweep.last ||
-        std::abs(fd - sweep.last) > kSweepGap) {
+    if (sweep.last < 0 || pthread_equal(sweep.thread, pthread_self()) == 0 || fd == sweep.last ||
+        std::abs(fd - sweep.last) > kSweepGap ||
+        !std::ranges::equal(stack.frames(), sweep.stack.frames())) {
         return false;
     }
     int between = std::min(fd, sweep.last) + 1;
@@ -125,9 +131,9 @@ bool continuesSweep(int fd) {
     return between == std::max(fd, sweep.last);
 }
 
-void noteSweep(int fd, bool continues) {
+void noteSweep(int fd, const CallStack& stack, bool continues, bool isBuffers) {
     Sweep& sweep = state().sweep;
-    sweep = {pthread_self(), fd, continues ? sweep.length + 1 : 1};
+    sweep = {pthread_self(), stack, fd, (continues ? sweep.length : 0) + (isBuffers ? 0 : 1)};
     if (sweep.length >= kSweepLength) {
         state().pending.clear();
     }
@@ -158,10 +164,11 @@ bool mayClose(int fd) {
     bool may = true;
     {
         const Hold hold;
-        const bool sweeps = continuesSweep(fd);
+        const Known* const owner = findOwn(state().borrowed, fd);
+        const bool sweeps = continuesSweep(fd, stack);
         told = takePending(sweeps);
-        noteSweep(fd, sweeps);
-        if (const Known* const owner = findOwn(state().borrowed, fd)) {
+        noteSweep(fd, stack, sweeps, owner != nullptr);
+        if (owner != nullptr) {
             may = false;
             putOff({"closed-borrowed",
                     "descriptor " + std::to_string(fd) + " was closed, which belongs to " +
@@ -173,18 +180,20 @@ bool mayClose(int fd) {
     return may;
 }
 
-// The library closes acquire fences, and so do some mappers: by contract both.
 Finding doubleClose(int fd, const CallStack& stack, const CallStack& first) {
     return {"double-close", "descriptor " + std::to_string(fd) + " was closed twice", stack,
             Earlier{"closed here", first}};
 }
 
-void judgeDoubleClose(Finding finding) {
+// The library closes acquire fences, and so do some mappers: by contract both. What a program
+// closes twice itself is its own affair, unless it was the platform's.
+void judgeDoubleClose(Finding finding, bool wasFence) {
     const Owner first = ownerOf(resolve(finding.earlier->stack));
     const Owner second = ownerOf(resolve(finding.stack));
     if (first == Owner::Platform && second == Owner::Library) {
         finding.weight = Weight::ByContract;
-    } else if (second == Owner::Platform || (first == Owner::Program && second == Owner::Program)) {
+    } else if (second == Owner::Platform ||
+               (first == Owner::Program && second == Owner::Program && !wasFence)) {
         return;
     }
     const Hold hold;
@@ -197,18 +206,20 @@ void closed(int fd, bool wasOpen) {
     }
     const CallStack stack = CallStack::here();
     std::optional<Finding> twice;
+    bool wasFence = false;
     {
         const Hold hold;
-        state().fences.erase(fd);
-        CallStack* const closer = closerOf(fd);
+        wasFence = state().fences.erase(fd) > 0;
+        Closer* const closer = closerOf(fd);
         if (closer != nullptr && wasOpen) {
-            *closer = stack;
-        } else if (closer != nullptr && !closer->frames().empty()) {
-            twice = doubleClose(fd, stack, *closer);
+            *closer = {stack, wasFence};
+        } else if (closer != nullptr && !closer->stack.frames().empty()) {
+            twice = doubleClose(fd, stack, closer->stack);
+            wasFence = closer->wasFence;
         }
     }
     if (twice) {
-        judgeDoubleClose(std::move(*twice));
+        judgeDoubleClose(std::move(*twice), wasFence);
     }
 }
 
