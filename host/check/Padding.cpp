@@ -285,11 +285,15 @@ Padding::Verdict Padding::judgeRows(const Rows& rows, const std::byte* pixels,
     return {isTorn ? Pattern::Torn : Pattern::Alike, touches.first};
 }
 
-// Whether all rows below the picture were written over the width of the picture at least.
-bool Padding::isWrittenInRows(const Rows& rows, const std::byte* pixels) const {
-    for (int64_t begin = rows.below; begin < rows.end; begin += rows.stride) {
-        const int64_t end = std::min(begin + rows.bytes, rows.end);
-        if (!isWhole(countChanged(pixels, begin, end), end - begin)) {
+// Whether all that lies in the plane's rows between two places was written, over the width of the
+// picture at least. A last row that is cut short counts only when it is the first.
+bool Padding::isWrittenInRows(const Rows& rows, int64_t begin, int64_t end,
+                              const std::byte* pixels) {
+    const int64_t first = (begin - rows.offset) / rows.stride;
+    for (int64_t row = first; row == first || rows.offset + (row + 1) * rows.stride <= end; ++row) {
+        const int64_t from = std::max(begin, rows.offset + row * rows.stride);
+        const int64_t until = std::min(rows.gapBegin(row), end);
+        if (from < until && !isWhole(countChanged(pixels, from, until), until - from)) {
             return false;
         }
     }
@@ -312,8 +316,8 @@ std::optional<PaddingChange> Padding::judgeBelow(const Rows& rows, const Rows* n
         return std::nullopt;
     }
     const int64_t first = firstChanged(pixels, rows.below, rows.end);
-    const bool tears =
-            !isWrittenInRows(rows, pixels) || (next != nullptr && endsEarly(*next, pixels));
+    const bool tears = !isWrittenInRows(rows, rows.below, rows.end, pixels) ||
+                       (next != nullptr && endsEarly(*next, pixels));
     return PaddingChange{"plane " + std::to_string(rows.plane) + " row " +
                                  std::to_string((first - rows.offset) / rows.stride) +
                                  ", below the " + std::to_string(rows.count) +
@@ -334,6 +338,13 @@ std::optional<PaddingChange> Padding::judgePlane(const Rows& rows, const Rows* n
     return below || verdict.pattern == Pattern::Untouched ? below : PaddingChange{where, false};
 }
 
+// Behind the last plane some ask for as many rows as fit into the rest of the buffer.
+bool Padding::isMoreRows(const Gap& tail, const std::byte* pixels) const {
+    const auto rows = std::ranges::find(mRows, tail.begin, &Rows::end);
+    return tail.end == mSize && rows != mRows.end() &&
+           isWrittenInRows(*rows, tail.begin, tail.end, pixels);
+}
+
 std::optional<PaddingChange> Padding::judgeTail(const Gap& tail, const std::byte* pixels) const {
     const int64_t changed = countChanged(pixels, tail.begin, tail.end);
     if (changed == 0) {
@@ -343,7 +354,7 @@ std::optional<PaddingChange> Padding::judgeTail(const Gap& tail, const std::byte
             isWhole(changed, tail.end - tail.begin) && isUniform(pixels, tail.begin, tail.end);
     const int64_t first = firstChanged(pixels, tail.begin, tail.end);
     return PaddingChange{"byte " + std::to_string(first) + " of the buffer, behind a plane's end",
-                         !cleared};
+                         !cleared && !isMoreRows(tail, pixels)};
 }
 
 // Short gaps may be missed by chance, but not many of them.

@@ -78,12 +78,14 @@ class Padding {
     Verdict judgeRows(const Rows& rows, const std::byte* pixels,
                       const gralloc::Region& region) const;
     bool isLastRowPart(const Rows& rows, const std::byte* pixels) const;
-    bool isWrittenInRows(const Rows& rows, const std::byte* pixels) const;
+    static bool isWrittenInRows(const Rows& rows, int64_t begin, int64_t end,
+                                const std::byte* pixels);
     bool endsEarly(const Rows& rows, const std::byte* pixels) const;
     std::optional<PaddingChange> judgeBelow(const Rows& rows, const Rows* next,
                                             const std::byte* pixels) const;
     std::optional<PaddingChange> judgePlane(const Rows& rows, const Rows* next,
                                             const std::byte* pixels, const Verdict& verdict) const;
+    bool isMoreRows(const Gap& tail, const std::byte* pixels) const;
     std::optional<PaddingChange> judgeTail(const Gap& tail, const std::byte* pixels) const;
     bool isAllTouched(const std::byte* pixels) const;
     template <typename Visit>
