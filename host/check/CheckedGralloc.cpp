@@ -1,5 +1,6 @@
 #include "host/check/CheckedGralloc.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -38,6 +39,25 @@ std::string nameOf(const ImportedBuffer& buffer, uint64_t id) {
            toString(static_cast<PixelFormat>(description.format)) + ", " +
            std::to_string(description.width) + "x" + std::to_string(description.height) + ", " +
            std::to_string(buffer.layout().allocationSize) + " bytes)";
+}
+
+// Who writes to a buffer is known to all its processes by a record lock of its pixels, which the
+// kernel takes away when one of them ends. Answers the process that has it already, or 0.
+pid_t announceWriter(int pixelFd) {
+    struct flock record = {};
+    record.l_type = F_WRLCK;
+    record.l_len = 1;
+    if (fcntl(pixelFd, F_SETLK, &record) == 0 || fcntl(pixelFd, F_GETLK, &record) != 0) {
+        return 0;
+    }
+    return record.l_type != F_UNLCK ? record.l_pid : 0;
+}
+
+void withdrawWriter(int pixelFd) {
+    struct flock record = {};
+    record.l_type = F_UNLCK;
+    record.l_len = 1;
+    fcntl(pixelFd, F_SETLK, &record);
 }
 
 std::string hex(const void* address) {
@@ -129,6 +149,7 @@ AIMapper_Error CheckedGralloc::importBuffer(const native_handle_t* raw,
 CheckedGralloc::ImportPointer CheckedGralloc::lookUp(buffer_handle_t handle,
                                                      const char* operation) {
     tellPendingCloses();
+    watchFaults();
     ImportPointer import;
     {
         const std::lock_guard guard(mMutex);
@@ -185,7 +206,7 @@ AIMapper_Error CheckedGralloc::freeBuffer(buffer_handle_t handle) {
         locks = takeLocks(*import);
         forget(import, stack);
     }
-    admitWriters(*import, locks);
+    forgetWriters(*import, locks);
     if (!locks.empty()) {
         tell({"freed-while-locked", import->name + " was freed while it was locked", stack,
               Earlier{"locked here", locks.front().stack}});
@@ -198,21 +219,30 @@ AIMapper_Error CheckedGralloc::freeBuffer(buffer_handle_t handle) {
     return mNext.freeBuffer(import->next);
 }
 
-// Only the first of several locks for writing fills the padding and looks at it.
-std::optional<Finding> CheckedGralloc::enter(Import& import, HeldLock lock) {
-    std::optional<Finding> conflict;
-    const std::lock_guard guard(mMutex);
-    if (lock.padding != nullptr) {
-        const auto [writer, isFirst] = mWriters.emplace(import.bufferId, lock.stack);
-        if (isFirst) {
-            lock.padding->fill(lock.pixels);
-        } else {
-            lock.padding = nullptr;
-            conflict = {"conflicting-locks",
-                        import.name + " was locked for writing while it was so already", lock.stack,
-                        Earlier{"locked here", writer->second}};
-        }
+// Only the first of several locks for writing fills the padding and looks at it. The caller holds
+// mMutex.
+std::optional<Finding> CheckedGralloc::admitWriter(const Import& import, HeldLock& lock) {
+    const auto [writer, isFirst] = mWriters.emplace(import.bufferId, lock.stack);
+    if (!isFirst) {
+        lock.padding = nullptr;
+        return Finding{"conflicting-locks",
+                       import.name + " was locked for writing while it was so already", lock.stack,
+                       Earlier{"locked here", writer->second}};
     }
+    lock.padding->fill(lock.pixels);
+    const pid_t other = announceWriter(import.handle->data[gralloc::kPixelFd]);
+    if (other == 0) {
+        return std::nullopt;
+    }
+    return Finding{"conflicting-locks",
+                   import.name + " was locked for writing while process " + std::to_string(other) +
+                           " had it locked so",
+                   lock.stack, std::nullopt};
+}
+
+std::optional<Finding> CheckedGralloc::enter(Import& import, HeldLock lock) {
+    const std::lock_guard guard(mMutex);
+    const auto conflict = lock.padding != nullptr ? admitWriter(import, lock) : std::nullopt;
     ++import.openLocks;
     import.locks.push_back(std::move(lock));
     return conflict;
@@ -224,7 +254,6 @@ AIMapper_Error CheckedGralloc::lock(buffer_handle_t handle, uint64_t cpuUsage, c
     if (import == nullptr) {
         return AIMAPPER_ERROR_BAD_BUFFER;
     }
-    watchFaults();
     void* pixels = nullptr;
     const AIMapper_Error error = mNext.lock(import->next, cpuUsage, region, acquireFence,
                                             outData != nullptr ? &pixels : nullptr);
@@ -270,11 +299,12 @@ std::vector<CheckedGralloc::HeldLock> CheckedGralloc::takeLocks(Import& import) 
 }
 
 // The next lock for writing fills the padding again, so the ended ones are checked before this.
-void CheckedGralloc::admitWriters(const Import& import, const std::vector<HeldLock>& ended) {
+void CheckedGralloc::forgetWriters(const Import& import, const std::vector<HeldLock>& ended) {
     const auto wrote = [](const HeldLock& lock) { return lock.padding != nullptr; };
     if (std::ranges::any_of(ended, wrote)) {
         const std::lock_guard guard(mMutex);
         mWriters.erase(import.bufferId);
+        withdrawWriter(import.handle->data[gralloc::kPixelFd]);
     }
 }
 
@@ -330,11 +360,10 @@ AIMapper_Error CheckedGralloc::unlock(buffer_handle_t handle,
     if (import == nullptr) {
         return AIMAPPER_ERROR_BAD_BUFFER;
     }
-    watchFaults();
     const CallStack stack = CallStack::here();
     std::vector<HeldLock> ended = endLock(*import);
     checkWrites(*import, ended, stack);
-    admitWriters(*import, ended);
+    forgetWriters(*import, ended);
     for (HeldLock& lock : ended) {
         GuardedMapping::retire(std::move(lock.mapping), "unlocked here", stack, &import->pages);
     }
@@ -349,7 +378,7 @@ AIMapper_Error CheckedGralloc::unlock(buffer_handle_t handle,
 
 int32_t CheckedGralloc::getMetadata(buffer_handle_t handle, std::string_view typeName, int64_t type,
                                     void* destination, size_t size) {
-    const ImportPointer import = lookUp(handle, "asked for metadata");
+    const ImportPointer import = lookUp(handle, "used");
     return import != nullptr ? mNext.getMetadata(import->next, typeName, type, destination, size)
                              : -AIMAPPER_ERROR_BAD_BUFFER;
 }
@@ -367,9 +396,10 @@ void CheckedGralloc::tellLeaks() {
             if (import->isFreed || import->process != getpid()) {
                 continue;
             }
-            for (const HeldLock& lock : import->locks) {
-                leaks.push_back({"leaked-lock", import->name + " is still locked", lock.stack,
-                                 allocationOf(import->bufferId)});
+            // The last one was unlocked first.
+            for (size_t i = 0; i < import->openLocks; ++i) {
+                leaks.push_back({"leaked-lock", import->name + " is still locked",
+                                 import->locks[i].stack, allocationOf(import->bufferId)});
             }
             leaks.push_back({"leaked-import", import->name + " was never freed", import->imported,
                              allocationOf(import->bufferId)});

@@ -75,10 +75,11 @@ class CheckedGralloc : public gralloc::Gralloc {
     void rememberAllocation(uint64_t bufferId, const CallStack& stack);
     std::optional<Earlier> allocationOf(uint64_t bufferId) const;
     void* hold(Import& import, bool writes, const gralloc::Region& region, void* pixels);
+    std::optional<Finding> admitWriter(const Import& import, HeldLock& lock);
     std::optional<Finding> enter(Import& import, HeldLock lock);
     std::vector<HeldLock> endLock(Import& import);
     std::vector<HeldLock> takeLocks(Import& import);
-    void admitWriters(const Import& import, const std::vector<HeldLock>& ended);
+    void forgetWriters(const Import& import, const std::vector<HeldLock>& ended);
     void checkWrites(const Import& import, const std::vector<HeldLock>& locks,
                      const CallStack& stack) const;
     static void tellUnlock(const Import& import, const CallStack& stack);

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <map>
 #include <mutex>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -104,6 +105,12 @@ void publish(const Json& document, Weight weight) {
     }
 }
 
+// One call of the program may meet the same fault again and again: a query asks for many things.
+bool isToldAlready(const Json& document) {
+    static auto& told = *new std::set<std::string>;
+    return !told.insert(document.dump(-1, ' ', false, Json::error_handler_t::replace)).second;
+}
+
 bool isToldEnough(const Finding& finding) {
     using Place = std::pair<std::string, std::vector<void*>>;
     static auto& told = *new std::map<Place, int>;
@@ -145,7 +152,10 @@ void tell(const Finding& finding) {
         return;
     }
     const OwnWork own;
-    publish(toJson(finding, resolve(finding.stack)), finding.weight);
+    const Json document = toJson(finding, resolve(finding.stack));
+    if (finding.weight != Weight::Finding || !isToldAlready(document)) {
+        publish(document, finding.weight);
+    }
 }
 
 bool isStrict() {

@@ -33,7 +33,8 @@ void tellStarted();
 // Tells a finding at once: appends it, as one line of JSON, to the file that
 // ZELKCAM_HOST_CHECK_REPORT names, or prints it on standard error when that is not set. The file is
 // opened anew each time, so that programs may close all their descriptors, and any number of
-// processes may share it. Of findings with one kind and one place only the first hundred are told.
+// processes may share it. A finding that is like an earlier one in all that is told is left out,
+// and of findings with one kind and one place only the first hundred are told.
 //
 // Safe from any thread; slow. Not for signal handlers.
 void tell(const Finding& finding);

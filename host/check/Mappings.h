@@ -70,8 +70,8 @@ class GuardedMapping {
 };
 
 // Sees the process's faults from now on; those of a mapping become findings. Then, and for every
-// other fault, whatever handled the signal before has its turn. Called again at every lock and
-// unlock, as the program may have installed a handler of its own.
+// other fault, whatever handled the signal before has its turn. Called again at every
+// operation, as the program may have installed a handler of its own.
 void watchFaults();
 
 }  // namespace zelkcam::host::check
