@@ -9,6 +9,8 @@
 #include <map>
 
 #include "tests/check/Buffers.h"
+#include "tests/support/Peer.h"
+#include "utils/gralloc/IGrallocHelper.h"
 
 namespace zelkcam::test {
 
@@ -67,6 +69,14 @@ FAULT lockAfterFree(Buffers& buffers) {
     buffers.lock(handle, kRead);
 }
 
+// Once, however many things a query asks for.
+FAULT queryAfterFree(Buffers& buffers) {
+    const native_handle* const handle = make(buffers);
+    buffers.free(handle);
+    zcam::GrallocStaticInfo layout;
+    NSCam::IGrallocHelper::singleton()->query(handle, &layout, nullptr);
+}
+
 FAULT lockRaw(Buffers& buffers) {
     const native_handle* const handle = make(buffers);
     native_handle* const raw = native_handle_clone(handle);
@@ -93,6 +103,21 @@ FAULT lockForWritingTwice(Buffers& buffers) {
     buffers.unlock(again);
     buffers.free(handle);
     buffers.free(again);
+}
+
+FAULT lockForWritingInTwoProcesses(Buffers& buffers) {
+    const native_handle* const handle = make(buffers);
+    const Peer other = startPeer([&](int socket) {
+        buffers.lock(handle, kReadWrite);
+        write(socket, "", 1);
+        pollfd ended{socket, POLLIN, 0};
+        return poll(&ended, 1, -1);
+    });
+    pollfd locked{other.socket.get(), POLLIN, 0};
+    poll(&locked, 1, -1);
+    buffers.lock(handle, kReadWrite);
+    buffers.unlock(handle);
+    buffers.free(handle);
 }
 
 FAULT touchAfterUnlock(Buffers& buffers) {
@@ -153,6 +178,25 @@ FAULT closeBuffersDescriptor(Buffers& buffers) {
     buffers.free(handle);
 }
 
+// What the platform itself closed before does not make a clearing up of it.
+FAULT closeBuffersDescriptorOfMany(Buffers& buffers) {
+    const native_handle* handles[8];
+    for (const native_handle*& handle : handles) {
+        handle = make(buffers);
+    }
+    close(handles[0]->data[0]);
+    for (const native_handle* const handle : handles) {
+        buffers.free(handle);
+    }
+}
+
+FAULT closeRangeOfBuffer(Buffers& buffers) {
+    const native_handle* const handle = make(buffers);
+    const auto descriptor = static_cast<unsigned>(handle->data[1]);
+    close_range(descriptor, descriptor + 1, 0);
+    buffers.free(handle);
+}
+
 FAULT closeBuffersDescriptorInside(Buffers& buffers) {
     const native_handle* const handle = make(buffers);
     fclose(fdopen(handle->data[0], "r"));
@@ -179,6 +223,15 @@ FAULT dropFence(Buffers& buffers) {
     buffers.free(handle);
 }
 
+FAULT closeFenceTwice(Buffers& buffers) {
+    const native_handle* const handle = make(buffers);
+    buffers.lock(handle, kRead);
+    const int fence = buffers.unlock(handle);
+    close(fence);
+    close(fence);
+    buffers.free(handle);
+}
+
 FAULT leakInChild(Buffers& buffers) {
     const pid_t child = fork();
     if (child == 0) {
@@ -201,9 +254,11 @@ const std::map<std::string, Fault> kFaults = {
         NAMED(freeUnderLock),
         NAMED(freeTwice),
         NAMED(lockAfterFree),
+        NAMED(queryAfterFree),
         NAMED(lockRaw),
         NAMED(unlockTwice),
         NAMED(lockForWritingTwice),
+        NAMED(lockForWritingInTwoProcesses),
         NAMED(touchAfterUnlock),
         NAMED(touchBefore),
         NAMED(touchBehind),
@@ -213,9 +268,12 @@ const std::map<std::string, Fault> kFaults = {
         NAMED(overrunOneRow),
         NAMED(closeFenceOfLock),
         NAMED(closeBuffersDescriptor),
+        NAMED(closeBuffersDescriptorOfMany),
+        NAMED(closeRangeOfBuffer),
         NAMED(closeBuffersDescriptorInside),
         NAMED(replaceBuffersDescriptor),
         NAMED(closeBuffersDescriptorAfterFree),
+        NAMED(closeFenceTwice),
         NAMED(leakInChild),
         NAMED(dropFence),
         NAMED(awaitFence),

@@ -14,6 +14,7 @@
 
 #include "tests/check/Buffers.h"
 #include "tests/support/Peer.h"
+#include "utils/gralloc/IGrallocHelper.h"
 
 namespace zelkcam::test {
 
@@ -95,6 +96,21 @@ void clear(Buffers& buffers) {
 
 const native_handle* make(Buffers& buffers) {
     return buffers.allocate(kNv21, 1000, 480);
+}
+
+// Some devices have room for more rows behind the last plane.
+void copyAllRowsThatFit(Buffers& buffers) {
+    const native_handle* const handle = make(buffers);
+    zcam::GrallocStaticInfo layout;
+    NSCam::IGrallocHelper::singleton()->query(handle, &layout, nullptr);
+    const auto stride = layout.planes[1].rowStrideInBytes;
+    unsigned char* const chroma =
+            buffers.lock(handle, kReadWrite) + buffers.planes(handle).at(1).offsetInBytes;
+    for (size_t i = 0; i < layout.planes[1].sizeInBytes / stride * stride; ++i) {
+        chroma[i] = static_cast<unsigned char>(i % 251);
+    }
+    unlock(buffers, handle);
+    buffers.free(handle);
 }
 
 void importTwice(Buffers& buffers) {
@@ -274,12 +290,12 @@ using Program = void (*)(Buffers&);
     { #program, program }
 
 const std::map<std::string, Program> kPrograms = {
-        NAMED(writeExactly),    NAMED(writeWholeRows),   NAMED(clear),
-        NAMED(importTwice),     NAMED(sendToChild),      NAMED(readInManyThreads),
-        NAMED(handTheFenceOn),  NAMED(failToLockPlanes), NAMED(unlockInAnotherThread),
-        NAMED(nestLocks),       NAMED(freeInDestructor), NAMED(freeByOtherMapper),
-        NAMED(useManyBuffers),  NAMED(reuseNumber),      NAMED(closeAllThenRunShell),
-        NAMED(handleOwnFaults),
+        NAMED(writeExactly),          NAMED(writeWholeRows),  NAMED(clear),
+        NAMED(copyAllRowsThatFit),    NAMED(importTwice),     NAMED(sendToChild),
+        NAMED(readInManyThreads),     NAMED(handTheFenceOn),  NAMED(failToLockPlanes),
+        NAMED(unlockInAnotherThread), NAMED(nestLocks),       NAMED(freeInDestructor),
+        NAMED(freeByOtherMapper),     NAMED(useManyBuffers),  NAMED(reuseNumber),
+        NAMED(closeAllThenRunShell),  NAMED(handleOwnFaults),
 };
 
 }  // namespace
