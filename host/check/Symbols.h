@@ -1,5 +1,4 @@
-// Names for call stacks, by elfutils' libdw: Debian keeps it, and it expands inlined functions and
-// finds separate debug files.
+// Names for call stacks, and whose code the frames are.
 #pragma once
 
 #include <string>
@@ -16,8 +15,8 @@ struct Frame {
     std::string module;    // the file that was loaded
 };
 
-// Who called, innermost first, with a frame for every inlined function. Slow, and takes memory and
-// descriptors for a while.
+// Who called, innermost first, with a frame for every inlined function, and for those that left
+// none as they ended with a call. Slow, and takes memory and descriptors for a while.
 std::vector<Frame> resolve(const CallStack& stack);
 
 enum class Owner { Program, Library, Platform };
