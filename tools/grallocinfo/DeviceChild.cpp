@@ -1,5 +1,6 @@
 #include "tools/grallocinfo/DeviceChild.h"
 
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -22,6 +23,7 @@ namespace {
 
 using zelkcam::profile::Answer;
 using zelkcam::profile::kOtherException;
+using zelkcam::profile::LockAnswer;
 using zelkcam::profile::Observation;
 using zelkcam::profile::Profile;
 using zelkcam::profile::readJson;
@@ -130,7 +132,17 @@ std::string answerOf(std::unique_ptr<DeviceSession>& session, Profile profile) {
     return writeJson(profile);
 }
 
+// liblog writes the last words of a failed lock there, on some devices for every buffer.
+void silenceStandardError() {
+    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (nowhere >= 0) {
+        dup2(nowhere, STDERR_FILENO);
+        close(nowhere);
+    }
+}
+
 [[noreturn]] void serveQuestions(int from, int to) {
+    silenceStandardError();
     onLibraryFatal([](const std::string&) { _exit(1); });
     silenceLibraryLog();
     std::unique_ptr<DeviceSession> session;
@@ -222,13 +234,27 @@ std::optional<Profile> readAnswer(const std::string& text) {
 
 }  // namespace
 
-Observation DeviceChild::ask(const Request& request, bool locks) {
-    Observation seen;
-    seen.answer = kOtherException;
+// First everything, then without what may have ended the process: the library, locks, both.
+std::optional<Profile> DeviceChild::askUntilAnswered(const Request& request, bool locks) {
     auto answered = readAnswer(exchange(writeJson(questionOf(request, locks, true))));
     if (!answered) {
         answered = readAnswer(exchange(writeJson(questionOf(request, locks, false))));
     }
+    if (answered || !locks) {
+        return answered;
+    }
+    answered = askUntilAnswered(request, false);
+    if (answered && !answered->samples.empty()) {
+        answered->samples.front().locks =
+                LockAnswer{AIMAPPER_ERROR_BAD_VALUE, AIMAPPER_ERROR_BAD_VALUE};
+    }
+    return answered;
+}
+
+Observation DeviceChild::ask(const Request& request, bool locks) {
+    Observation seen;
+    seen.answer = kOtherException;
+    const auto answered = askUntilAnswered(request, locks);
     if (!answered || answered->samples.empty() || answered->samples.front().answers.empty()) {
         return seen;
     }

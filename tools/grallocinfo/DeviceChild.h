@@ -4,6 +4,7 @@
 #include <sys/types.h>
 
 #include <cstddef>
+#include <optional>
 #include <string>
 
 #include "profile/Record.h"
@@ -20,7 +21,8 @@ class DeviceChild {
     DeviceChild(const DeviceChild&) = delete;
     DeviceChild& operator=(const DeviceChild&) = delete;
 
-    // A request whose answer ended the process is refused with kOtherException.
+    // Where only a lock ends the process, locks are refused with BAD_VALUE; where nothing else
+    // helps, the request is refused with kOtherException.
     zelkcam::profile::Observation ask(const zelkcam::profile::Request& request, bool locks);
     // Leaves the traits alone if the probe ended the process.
     void probe(size_t number, zelkcam::profile::Traits& traits);
@@ -28,6 +30,8 @@ class DeviceChild {
     size_t deaths() const { return mDeaths; }
 
   private:
+    std::optional<zelkcam::profile::Profile> askUntilAnswered(
+            const zelkcam::profile::Request& request, bool locks);
     // The answer to a question, both profile documents; empty when the process ended over it.
     std::string exchange(const std::string& question);
     void start();

@@ -98,7 +98,7 @@ class Reader {
 void Reader::read(Observation& seen) {
     readShape(seen.shape);
     readPlanes(seen);
-    seen.numbers.stride = bounded(value<T::STRIDE>(0));
+    seen.numbers.stride = bounded(value<T::STRIDE>(int64_t{0}));
     seen.numbers.answeredStride = bounded(mBuffer.answeredStride());
     seen.numbers.size = bounded(static_cast<int64_t>(value<T::ALLOCATION_SIZE>(0)));
     readOthers();
@@ -301,7 +301,7 @@ Observation DeviceSession::observe(const Request& request, bool locks, bool libr
     if (locks) {
         seen.locks = {buffer.tryLock(kRead), buffer.tryLock(kWrite)};
         lockable = seen.locks->read;
-    } else if (isLocatedByLock(seen.shape.format, request.usage)) {
+    } else if (library && isLocatedByLock(seen.shape.format, request.usage)) {
         lockable = buffer.tryLock(kRead);
     }
     if (library && (lockable == 0 || !isLocatedByLock(seen.shape.format, request.usage))) {
