@@ -282,7 +282,9 @@ int32_t ImportedBuffer::getMetadata(std::string_view typeName, int64_t type, voi
 std::optional<uint32_t> ImportedBuffer::attribute(int64_t number) const {
     switch (number) {
         case PLEXA_GET_FORMAT:
-            return static_cast<uint32_t>(mLayout.format);
+            // 0: the device's extension cannot tell, and neither can the host's then.
+            return mLayout.format != 0 ? std::optional(static_cast<uint32_t>(mLayout.format))
+                                       : std::nullopt;
         case PLEXA_GET_BUFFER_FLAGS:
             return mLayout.flags;
         case PLEXA_GET_VERTICAL_STRIDE:

@@ -149,6 +149,17 @@ TEST(Profile, RefusesAUsageBitWhereRecordedUsagesDoNotTellBetter) {
     EXPECT_EQ(statusOf("0x3").status, 0) << statusOf("0x3").err;
 }
 
+TEST(Profile, TellsNoFormatWhereTheDeviceTellsNone) {
+    const ScratchFolder folder;
+    writeContents(folder / "untold.json", R"({"schemaVersion": 1, "name": "untold", "traits": {},
+        "shapes": [{"format": "0x0", "fourcc": 0, "refused": [[7, -7]], "planes": [{}]}],
+        "formats": [{"format": "0x22", "rules": [{"shape": 0, "planes": [{"row": {"of": "width"}}]}]}]})");
+    const Outcome outcome = runTool({"query", "IMPLEMENTATION_DEFINED", "64x64"},
+                                    {"ZELKCAM_HOST_PROFILE=" + (folder / "untold.json")});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("attributes of the probe buffer"));
+}
+
 TEST(Profile, AnswersDifferAsTheDeviceDoes) {
     const auto rowOf = [](const char* profile) {
         return runTool({"query", "YCrCb_420_SP", "1920x1080", "--json"},
