@@ -319,6 +319,8 @@ Case readCase(const Node& node) {
         one.upTo = limit.value;
         one.sure = limit.sure;
         one.next = limit.next;
+    } else if (node.has("sure") || node.has("next")) {
+        node.fail("\"sure\" and \"next\" belong to \"upTo\"");
     }
     return one;
 }
@@ -371,7 +373,8 @@ SizeTest readSizeTest(const Node& node) {
 
 Evidence readEvidence(const Node& node) {
     node.allow({"samples", "exceptions", "maxWidth", "maxHeight"});
-    return {node.at("samples").integer(0, kMaxNumber), node.at("exceptions").integer(0, kMaxNumber),
+    const int64_t samples = node.at("samples").integer(0, kMaxNumber);
+    return {samples, node.at("exceptions").integer(0, samples),
             node.at("maxWidth").integer(0, kMaxNumber),
             node.at("maxHeight").integer(0, kMaxNumber)};
 }
