@@ -26,8 +26,8 @@ TEST(Run, GivesTheProgramItsProfileAndPrintsHowEachRunEnded) {
     EXPECT_THAT(both.out, StartsWith("<default>\n<" + phone + ">\nprofile "));
     EXPECT_THAT(both.out, HasSubstr("\n" + phone + "  exit 0"));
     const Outcome inherited =
-            runTool({"run", "--", "sh", "-c", kPrintProfile}, {"ZELKCAM_HOST_PROFILE=mine"});
-    EXPECT_THAT(inherited.out, StartsWith("<mine>\n"));
+            runTool({"run", "--", "sh", "-c", kPrintProfile}, {"ZELKCAM_HOST_PROFILE=strict"});
+    EXPECT_THAT(inherited.out, StartsWith("<strict>\n"));
 }
 
 TEST(Run, FailsWhenOneRunDoes) {
@@ -40,6 +40,17 @@ TEST(Run, FailsWhenOneRunDoes) {
     const Outcome killed = runTool({"run", "--", "sh", "-c", "kill -SEGV $$"});
     EXPECT_EQ(killed.status, 1);
     EXPECT_THAT(killed.out, HasSubstr("signal 11 (Segmentation fault)"));
+}
+
+TEST(Run, ThatIsToldToEndTakesTheProgramAlongAndRunsNoOther) {
+    for (const char* const program :
+         {"echo on; exec sleep 60", "trap 'exit 0' TERM; echo on; while :; do sleep 0.1; done"}) {
+        RunningTool tool({"run", "--profile", "all", "--", "sh", "-c", program}, "on\n");
+        const Outcome ended = tool.end();  // when nobody has its output open
+        EXPECT_EQ(ended.status, 1);
+        EXPECT_THAT(ended.out, MatchesRegex("profile .*\ndefault +(signal 15|exit 0).*\n"));
+        EXPECT_THAT(ended.out, testing::Not(HasSubstr("aligned-64")));
+    }
 }
 
 TEST(Run, HandsTheArgumentsOverAsTheyAre) {

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 #include "tools/grallocinfo/Failure.h"
 
@@ -17,27 +18,60 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// The keyboard's signals reach the whole foreground: the program decides, and we report what became
-// of it.
-class KeyboardSignalsIgnored {
-  public:
-    KeyboardSignalsIgnored() {
-        struct sigaction ignore = {};
-        ignore.sa_handler = SIG_IGN;
-        sigaction(SIGINT, &ignore, &mInterrupt);
-        sigaction(SIGQUIT, &ignore, &mQuit);
-    }
-    ~KeyboardSignalsIgnored() { restore(); }
+volatile sig_atomic_t gProgram = 0;
+volatile sig_atomic_t gStopped = 0;
 
+void passOn(int signal) {
+    gStopped = 1;
+    if (gProgram > 0) {
+        kill(gProgram, signal);
+    }
+}
+
+// The keyboard's signals reach the whole foreground: the program decides, and we report what became
+// of it. What is sent to us alone is passed on, so that the program does not outlive us.
+class SignalsAreThePrograms {
+  public:
+    SignalsAreThePrograms() {
+        sigset_t blocked;
+        sigemptyset(&blocked);
+        for (size_t i = 0; i < std::size(kSignals); ++i) {
+            sigaction(kSignals[i].number, nullptr, &mBefore[i]);
+            struct sigaction action = {};
+            action.sa_handler = mBefore[i].sa_handler == SIG_IGN ? SIG_IGN : kSignals[i].handler;
+            sigaction(kSignals[i].number, &action, nullptr);
+            sigaddset(&blocked, kSignals[i].number);
+        }
+        sigprocmask(SIG_BLOCK, &blocked, &mMask);
+    }
+    ~SignalsAreThePrograms() {
+        gProgram = 0;
+        restore();
+    }
+
+    // In the parent, when there is a program to have them.
+    void let(pid_t program) const {
+        gProgram = program;
+        sigprocmask(SIG_SETMASK, &mMask, nullptr);
+    }
     // In the child, before it becomes the program.
     void restore() const {
-        sigaction(SIGINT, &mInterrupt, nullptr);
-        sigaction(SIGQUIT, &mQuit, nullptr);
+        for (size_t i = 0; i < std::size(kSignals); ++i) {
+            sigaction(kSignals[i].number, &mBefore[i], nullptr);
+        }
+        sigprocmask(SIG_SETMASK, &mMask, nullptr);
     }
 
   private:
-    struct sigaction mInterrupt = {};
-    struct sigaction mQuit = {};
+    struct Signal {
+        int number;
+        void (*handler)(int);
+    };
+    static inline const Signal kSignals[] = {
+            {SIGINT, SIG_IGN}, {SIGQUIT, SIG_IGN}, {SIGTERM, passOn}, {SIGHUP, passOn}};
+
+    struct sigaction mBefore[4] = {};
+    sigset_t mMask = {};
 };
 
 // Tells through `report` why the program could not be started; a pipe that closes on exec.
@@ -82,6 +116,7 @@ int startError(int report) {
 Ending endingOf(int status, Clock::time_point start) {
     Ending ending;
     ending.time = Clock::now() - start;
+    ending.stopped = gStopped != 0;
     if (WIFEXITED(status)) {
         ending.exit = WEXITSTATUS(status);
     } else {
@@ -93,7 +128,7 @@ Ending endingOf(int status, Clock::time_point start) {
 }  // namespace
 
 bool Ending::isInterrupted() const {
-    return signal == SIGINT || signal == SIGQUIT || signal == SIGTERM;
+    return stopped || signal == SIGINT || signal == SIGQUIT || signal == SIGTERM;
 }
 
 Ending runToEnd(const std::vector<std::string>& words, const Variables& variables) {
@@ -101,14 +136,15 @@ Ending runToEnd(const std::vector<std::string>& words, const Variables& variable
     if (pipe2(report, O_CLOEXEC) != 0) {
         throw systemFailure("cannot make a pipe", errno);
     }
-    const KeyboardSignalsIgnored ignored;
+    const SignalsAreThePrograms signals;
     const auto start = Clock::now();
     const pid_t process = fork();
     if (process == 0) {
-        ignored.restore();
+        signals.restore();
         become(words, variables, report[1]);
     }
     const int forkError = errno;
+    signals.let(process);
     close(report[1]);
     if (process < 0) {
         close(report[0]);

@@ -12,10 +12,11 @@ namespace grallocinfo {
 struct Ending {
     std::optional<int> exit;  // none when a signal ended it
     int signal = 0;
+    bool stopped = false;  // SIGTERM or SIGHUP came, and was passed on
     std::chrono::duration<double> time{};
 
-    bool isGood() const { return exit == 0; }
-    // Somebody at the keyboard ended it and will want no further run.
+    bool isGood() const { return exit == 0 && !stopped; }
+    // Somebody ended it and will want no further run.
     bool isInterrupted() const;
 };
 
@@ -23,7 +24,8 @@ using Variables = std::vector<std::pair<std::string, std::string>>;
 
 // Starts words[0], looked for in PATH, with the other words for its arguments and with `variables`
 // beside the environment of this process; it has the descriptors of this process. Ctrl-C is for the
-// program while it runs. Throws a Failure (unusable arguments) when it cannot be started.
+// program while it runs, and SIGTERM and SIGHUP are passed on to it. Throws a Failure (unusable
+// arguments) when it cannot be started.
 Ending runToEnd(const std::vector<std::string>& words, const Variables& variables);
 
 }  // namespace grallocinfo

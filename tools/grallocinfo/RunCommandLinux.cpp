@@ -84,7 +84,8 @@ std::string usableProfile(const std::string& profile) {
 std::vector<std::string> chosenProfiles(const std::vector<std::string>& asked) {
     if (asked.empty()) {
         const char* const inherited = getenv(kProfileVariable);
-        return {inherited != nullptr && *inherited != '\0' ? inherited : kDefaultProfile};
+        return {usableProfile(inherited != nullptr && *inherited != '\0' ? inherited
+                                                                         : kDefaultProfile)};
     }
     std::vector<std::string> chosen;
     for (const std::string& profile : asked) {
