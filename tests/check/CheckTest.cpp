@@ -194,7 +194,7 @@ TEST(CheckedCommands, AreCleanButForTheHandleThatARecordingMakesUp) {
             {"./camera_client " + file + ".png", {}},
             {"ZELKCAM_ULOG_LEVEL=5 ./camera_client " + file + ".png 2>&1 | ./grallocinfo watch",
              {}},
-            {"./grallocinfo profile record -o " + file, {"raw-handle"}},
+            {"./grallocinfo profile record -o " + file, {"raw-handle", "raw-handle", "raw-handle"}},
     };
     ASSERT_EQ(mkdir(folder.c_str(), 0700), 0);
     for (const auto& c : cases) {
