@@ -42,6 +42,23 @@ TEST(Run, FailsWhenOneRunDoes) {
     EXPECT_THAT(killed.out, HasSubstr("signal 11 (Segmentation fault)"));
 }
 
+// The example of docs/profiles.md: right everywhere, and with its bug where rows are not padded.
+TEST(Run, OfTheExampleTearsThePictureWhereItsBugShows) {
+    const ScratchFolder folder;
+    const auto picture = [&](const std::string& profile, const Words& bug) {
+        Words words{"run", "--profile", profile, "--", CAMERA_CLIENT_FILE, folder / "picture.png"};
+        words.insert(words.end(), bug.begin(), bug.end());
+        EXPECT_EQ(runTool(words).status, 0) << profile;
+        return contentsOf(folder / "picture.png");
+    };
+    const std::string right = picture("default", {});
+    for (const char* const profile : {"aligned-64", "aligned-128", "compressing", "strict"}) {
+        EXPECT_EQ(picture(profile, {}), right) << profile;
+    }
+    EXPECT_EQ(picture("default", {"--width-as-stride"}), right);
+    EXPECT_NE(picture("aligned-128", {"--width-as-stride"}), right);
+}
+
 TEST(Run, ThatIsToldToEndTakesTheProgramAlongAndRunsNoOther) {
     for (const char* const program :
          {"echo on; exec sleep 60", "trap 'exit 0' TERM; echo on; while :; do sleep 0.1; done"}) {
