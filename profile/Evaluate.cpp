@@ -187,6 +187,13 @@ std::optional<Numbers> Evaluation::run() {
     return mMath.good() && fits ? std::optional(mNumbers) : std::nullopt;
 }
 
+int32_t refusalByUsage(uint64_t usage, const Traits& traits) {
+    if ((usage & traits.refusedUsage) != 0) {
+        return traits.usageRefusal;
+    }
+    return usage == 0 ? traits.zeroUsage : kGranted;
+}
+
 // Whether usages matter, and this one was not recorded.
 bool isUnknownUsage(const FormatRules& format, uint64_t usage) {
     const bool matters = std::any_of(format.rules.begin(), format.rules.end(),
@@ -342,6 +349,23 @@ Reply Device::ask(const Request& request) const {
         }
     }
     return askRules(request);
+}
+
+Reply Device::askAllocator(const Request& request) const {
+    Reply reply = ask(request);
+    const int32_t refusal = refusalByUsage(request.usage, mProfile.traits);
+    if (refusal == kGranted || reply.certainty == Certainty::kRecorded) {
+        return reply;
+    }
+    const FormatRules* const format = find(request.format);
+    if (format != nullptr && std::find(format->usages.begin(), format->usages.end(),
+                                       request.usage) != format->usages.end()) {
+        return reply;
+    }
+    const bool isRefused = reply.answer != kGranted && reply.certainty != Certainty::kGuess;
+    reply.answer = isRefused ? reply.answer : refusal;
+    reply.certainty = Certainty::kRule;
+    return reply;
 }
 
 Reply Device::askRules(const Request& request) const {

@@ -68,6 +68,9 @@ class Device {
 
     const Profile& profile() const { return mProfile; }
 
+    // As the allocator answers: what was recorded of a usage counts before the trait, which tells
+    // of one format and size.
+    Reply askAllocator(const Request& request) const;
     // By samples, then by rules; traits do not count here.
     Reply ask(const Request& request) const;
     // By rules alone.

@@ -68,42 +68,14 @@ int32_t refusalByTraits(const Description& description, const profile::Traits& t
     return profile::kGranted;
 }
 
-int32_t refusalByUsage(uint64_t usage, const profile::Traits& traits) {
-    if ((usage & traits.refusedUsage) != 0) {
-        return traits.usageRefusal;
-    }
-    return usage == 0 ? traits.zeroUsage : profile::kGranted;
-}
-
-// Whether the rules of the format stand on samples of just this usage.
-bool isRecordedUsage(const profile::Profile& profile, const Description& description) {
-    return std::ranges::any_of(profile.formats, [&](const profile::FormatRules& rules) {
-        return rules.format == description.format &&
-               std::ranges::find(rules.usages, description.usage) != rules.usages.end();
-    });
-}
-
-// What was recorded of a usage counts before the trait, which tells of one format and size.
 profile::Reply ask(const TheDevice& device, const Description& description) {
-    const profile::Traits& traits = device.device.profile().traits;
     profile::Reply reply;
-    reply.answer = refusalByTraits(description, traits);
+    reply.answer = refusalByTraits(description, device.device.profile().traits);
     if (reply.answer != profile::kGranted) {
         return reply;
     }
-    reply = device.device.ask(
+    return device.device.askAllocator(
             {description.format, description.usage, description.width, description.height});
-    const int32_t refusal = refusalByUsage(description.usage, traits);
-    if (reply.certainty == profile::Certainty::kRecorded || refusal == profile::kGranted ||
-        isRecordedUsage(device.device.profile(), description)) {
-        return reply;
-    }
-    const bool isRefused = reply.answer != profile::kGranted;
-    if (!isRefused || reply.certainty == profile::Certainty::kGuess) {
-        reply.answer = refusal;
-    }
-    reply.certainty = profile::Certainty::kRule;
-    return reply;
 }
 
 Plane planeOf(const profile::PlaneShape& shape, const profile::PlaneNumbers& numbers) {

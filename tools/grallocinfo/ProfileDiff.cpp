@@ -134,8 +134,8 @@ void FormatComparison::note(int weight, const char* what, const Request& request
 
 void FormatComparison::compare(const Request& request) {
     constexpr int kRefusal = 100;
-    const Reply left = mLeft.ask(request);
-    const Reply right = mRight.ask(request);
+    const Reply left = mLeft.askAllocator(request);
+    const Reply right = mRight.askAllocator(request);
     ++mAsked;
     if (left.answer != right.answer) {
         note(kRefusal, "request", request, answerText(left), answerText(right));

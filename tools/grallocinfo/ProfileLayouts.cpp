@@ -37,21 +37,6 @@ bool isSameAnswer(const Reply& a, const Reply& b) {
            a.shape->modifier == b.shape->modifier && a.shape->planes == b.shape->planes;
 }
 
-// As the host platform answers: what was recorded counts before the allocator's habits.
-Reply replyTo(const Device& device, const Request& request) {
-    const zelkcam::profile::Traits& traits = device.profile().traits;
-    const bool isRefused = (request.usage & traits.refusedUsage) != 0;
-    const int32_t habit = isRefused            ? traits.usageRefusal
-                          : request.usage == 0 ? traits.zeroUsage
-                                               : kGranted;
-    Reply reply = device.ask(request);
-    if (reply.certainty != Certainty::kRecorded && habit != kGranted) {
-        reply.answer = habit;
-        reply.certainty = Certainty::kRule;
-    }
-    return reply;
-}
-
 // One plane as it is drawn: a plane of the device, and those that lie in it.
 struct DrawnPlane {
     PlaneNumbers numbers;
@@ -135,7 +120,7 @@ std::vector<ProfileLayout> layoutsOf(const Device& device, int32_t format, uint3
                                      uint32_t height) {
     std::vector<ProfileLayout> layouts;
     for (size_t i = 0; i < kCommonUsages.size(); ++i) {
-        const Reply reply = replyTo(device, {format, kCommonUsages[i].bits, width, height});
+        const Reply reply = device.askAllocator({format, kCommonUsages[i].bits, width, height});
         auto same = std::ranges::find_if(layouts, [&](const ProfileLayout& layout) {
             return isSameAnswer(layout.reply, reply);
         });

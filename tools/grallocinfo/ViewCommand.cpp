@@ -69,7 +69,7 @@ bool isAsLong(int64_t length, int64_t size) {
 }
 
 bool fits(const Device& device, const Request& request, int64_t length) {
-    const Reply reply = device.ask(request);
+    const Reply reply = device.askAllocator(request);
     return reply.answer == kGranted && isAsLong(length, reply.numbers.size);
 }
 
@@ -170,10 +170,15 @@ std::vector<ToldPlane> toldPlanes(const Reply& reply) {
 }
 
 Failure noPicture(const Reply& reply) {
-    return unusable("there is no picture to be drawn in " +
-                    describeFormat(formatName(reply.shape->format), reply.shape->format) +
+    const std::string what = describeFormat(formatName(reply.shape->format), reply.shape->format);
+    if (reply.shape->modifier != 0) {
+        return unusable(what + " of this usage is compressed under this profile (modifier " +
+                        hex(reply.shape->modifier) +
+                        "): expected a --usage that lets the processor read");
+    }
+    return unusable("there is no picture to be drawn in " + what +
                     " as this profile has it: expected one of " +
-                    describeFormats(pictureFormats()) + ", not compressed; --usage may matter");
+                    describeFormats(pictureFormats()));
 }
 
 Picture draw(std::vector<uint8_t>& dump, const Request& request, const Reply& reply) {
@@ -194,7 +199,7 @@ void runView(const ViewOptions& options) {
     const Request request{parseFormat(options.format), parseUsage(options.usage),
                           static_cast<uint32_t>(size.width), static_cast<uint32_t>(size.height)};
     const Device device = loadDevice(options.profile);
-    const Reply reply = device.ask(request);
+    const Reply reply = device.askAllocator(request);
     if (reply.answer != kGranted) {
         throw unusable("the device refuses such a buffer with " + std::to_string(reply.answer) +
                        ": expected a format, size and usage that it grants");
