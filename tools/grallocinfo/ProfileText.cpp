@@ -1,6 +1,7 @@
 #include "tools/grallocinfo/ProfileText.h"
 
 #include <algorithm>
+#include <sstream>
 
 #include "profile/Words.h"
 #include "tools/grallocinfo/Failure.h"
@@ -10,6 +11,7 @@ namespace grallocinfo {
 
 namespace {
 
+using zelkcam::profile::AcquireFence;
 using zelkcam::profile::Base;
 using zelkcam::profile::Case;
 using zelkcam::profile::FormatRules;
@@ -154,6 +156,15 @@ std::string refusalText(int32_t answer) {
     return "refused with " + std::to_string(answer);
 }
 
+template <typename T>
+std::string joined(const std::vector<T>& values) {
+    std::ostringstream text;
+    for (const T& value : values) {
+        text << (&value == values.data() ? "" : ", ") << value;
+    }
+    return values.empty() ? "none" : text.str();
+}
+
 void printTraits(std::ostream& out, const Traits& traits) {
     constexpr size_t kLabelWidth = 22;
     for (auto [label, text] : describe(traits)) {
@@ -242,23 +253,25 @@ std::vector<LabelledText> describe(const Traits& traits) {
             {"reserved region", "up to " + number(traits.maxReservedSize) + " bytes" +
                                         (traits.givesReservedRegion ? "" : ", never given")},
             {"acquire fence",
-             std::string(zelkcam::profile::kAcquireFences.of(traits.acquireFence))},
-            {"waits for it", traits.waitsForAcquireFence ? "yes" : "no"},
+             traits.acquireFence == AcquireFence::kClosed ? "closed" : "left open"},
+            {"waits for the fence", traits.waitsForAcquireFence ? "yes" : "no"},
             {"release fence", traits.releaseFence ? "given" : "none"},
             {"lock without usage", unless(0, traits.lockWithoutUsage)},
             {"lock with other bits", unless(0, traits.lockWithOtherUsage)},
-            {"with these alone", unless(0, traits.lockWithOnlyOtherUsage)},
+            {"lock, other bits only", unless(0, traits.lockWithOnlyOtherUsage)},
             {"nested lock", unless(0, traits.nestedLock)},
-            {"foreign handle", unless(0, traits.foreignHandle)},
-            {"its metadata", unless(0, traits.foreignRead)},
-            {"setting these", unless(0, traits.foreignSet)},
-            {"foreign import", unless(0, traits.foreignImport)},
+            {"foreign handle: lock", unless(0, traits.foreignHandle)},
+            {"foreign handle: read", unless(0, traits.foreignRead)},
+            {"foreign handle: set", unless(0, traits.foreignSet)},
+            {"handle of other shape", unless(0, traits.foreignImport)},
             {"flush without lock", unless(0, traits.unlockedFlush)},
             {"reread without lock", unless(0, traits.unlockedReread)},
             {"flush of a read lock", unless(0, traits.flushAfterRead)},
             {"reread of a write", unless(0, traits.rereadAfterWrite)},
             {"undecodable value", unless(0, traits.setUndecodable)},
-            {"value of a constant", unless(0, traits.setConstant)}};
+            {"value of a constant", unless(0, traits.setConstant)},
+            {"metadata to be set", joined(traits.settable)},
+            {"additional options", joined(traits.options)}};
 }
 
 std::vector<LabelledText> describe(const std::vector<LockRule>& locks) {
