@@ -304,12 +304,13 @@ std::optional<CallSite> tailCallTo(const std::string& callee, Dwarf_Die* functio
     return calls.size() == 1 ? std::optional(calls.front()) : std::nullopt;
 }
 
-// Where the function begins: which of its calls it was is not known.
-Frame declared(Dwarf_Die* function, Frame frame) {
-    frame.function = nameOf(function, nullptr);
-    frame.file = text(dwarf_decl_file(function));
-    dwarf_decl_line(function, &frame.line);
-    return frame;
+// Where the function begins, when it is not known which of its calls it was.
+Frame beginOf(Dwfl_Module* module, Code code, const Frame& known) {
+    Dwarf_Addr entry = 0;
+    std::vector<Frame> frames = {known};
+    dwarf_entrypc(&code.function, &entry);
+    addFunctions(module, entry + code.bias, known, &frames);
+    return frames.back();
 }
 
 std::string moduleFile(Dwfl_Module* module, Dwarf_Addr* start) {
@@ -375,7 +376,7 @@ std::vector<Frame> DebugInfo::tailCallersBetween(uint64_t caller, uint64_t calle
         call = tailCallTo(calleeName, &code->function);
         std::vector<Frame> found;
         if (!call || !addFunctions(module, call->back - 1 + code->bias, frame, &found)) {
-            found = {declared(&code->function, frame)};
+            found = {beginOf(module, *code, frame)};
         }
         frames.insert(frames.begin(), found.begin(), found.end());
     }

@@ -15,6 +15,9 @@ namespace {
 
 constexpr char kCheckVariable[] = "ZELKCAM_HOST_CHECK";
 
+// Tells what the process still holds.
+void (*gEndCheck)() = nullptr;
+
 // Behind the faults on demand. Whoever asks for a check must not believe that there was one.
 __attribute__((constructor(202))) void loadChecker() {
     const char* const choice = std::getenv(kCheckVariable);
@@ -25,6 +28,14 @@ __attribute__((constructor(202))) void loadChecker() {
     if (checker.handle == nullptr) {
         reportVariable(kCheckVariable, choice, ("cannot be done: " + checker.error).c_str());
         _exit(2);
+    }
+    gEndCheck = reinterpret_cast<void (*)()>(dlsym(checker.handle, "zelkcam_endCheck"));
+}
+
+// Behind the destructors of all libraries that use this one, which may free buffers.
+__attribute__((destructor)) void endCheck() {
+    if (gEndCheck != nullptr) {
+        gEndCheck();
     }
 }
 

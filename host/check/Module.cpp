@@ -34,10 +34,9 @@ __attribute__((constructor)) void begin() {
                    [] { checker().mutex().unlock(); });
 }
 
-// Behind all destructors of the program's static objects, which may free buffers.
-__attribute__((destructor)) void end() {
-    tellHeld();
-}
-
 }  // namespace
 }  // namespace zelkcam::host::check
+
+extern "C" __attribute__((visibility("default"))) void zelkcam_endCheck() {
+    zelkcam::host::check::tellHeld();
+}
