@@ -179,12 +179,13 @@ bool addFunctions(Dwfl_Module* module, Dwarf_Addr address, Frame frame, std::vec
         return false;
     }
     moveToLine(unit, address - bias, &frame);
+    const char* const symbol = dwfl_module_addrname(module, address);
     const Scopes scopes = scopesAround(unit, address - bias);
     for (int i = 0; i < scopes.count; ++i) {
         Dwarf_Die* const scope = scopes.dies.get() + i;
         const int tag = dwarf_tag(scope);
         if (tag == DW_TAG_inlined_subroutine || tag == DW_TAG_subprogram) {
-            frame.function = nameOf(scope, dwfl_module_addrname(module, address));
+            frame.function = nameOf(scope, symbol);
             out->push_back(frame);
             moveToCall(unit, scope, &frame);
         }
@@ -192,7 +193,13 @@ bool addFunctions(Dwfl_Module* module, Dwarf_Addr address, Frame frame, std::vec
             return true;
         }
     }
-    return false;
+    // A lambda's code may be described inside the function around it, which is elsewhere.
+    if (symbol == nullptr || frame.line == 0) {
+        return false;
+    }
+    frame.function = readable(symbol);
+    out->push_back(frame);
+    return true;
 }
 
 std::string placeIn(const std::string& module, Dwarf_Addr offset) {
