@@ -1,12 +1,19 @@
 #include "host/gralloc/Imports.h"
 
+#include <pthread.h>
+
 #include <utility>
 
 namespace zelkcam::host::gralloc {
 
+// Never destroyed: clients free buffers in their own exit destructors. A child may go on with
+// buffers whatever other threads did at the fork.
 Imports& Imports::ofProcess() {
-    // Never destroyed: clients free buffers in their own exit destructors.
-    static Imports& imports = *new Imports;
+    static Imports& imports = []() -> Imports& {
+        pthread_atfork([] { ofProcess().mMutex.lock(); }, [] { ofProcess().mMutex.unlock(); },
+                       [] { ofProcess().mMutex.unlock(); });
+        return *new Imports;
+    }();
     return imports;
 }
 
