@@ -38,6 +38,8 @@ ROWS = [
     ("first_call", "first accessor call", 1.05),
     ("first_call_properties", "the same, floor reads the properties too", None),
     ("checked_frame", "a frame with the checker, floor without", 5),
+    ("unchecked_frame", "a frame without it, floor has no place for one", 1.05),
+    ("unchecked_lock", "the same, lock and unlock alone", None),
     ("profile_load", "loading a profile of 4,000 samples, floor parses its JSON", 1),
 ]
 BEGIN, END = "<!-- ratios: written by scripts/bench -->\n", "<!-- end of ratios -->\n"
