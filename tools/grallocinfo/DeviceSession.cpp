@@ -157,7 +157,10 @@ void Reader::readVerticalStride(Observation& seen) const {
     }
 }
 
-// What a profile keeps nothing of but that it is refused.
+// What a profile keeps nothing of but that it is refused. Some mappers refuse with an error number
+// that is positive, and too small for an encoded value.
+constexpr int32_t kNoEncoding = 72;
+
 void Reader::readOthers() {
     for (const T type :
          {T::BUFFER_ID, T::NAME, T::WIDTH, T::HEIGHT, T::LAYER_COUNT, T::PIXEL_FORMAT_REQUESTED,
@@ -165,7 +168,7 @@ void Reader::readOthers() {
           T::SMPTE2094_40, T::SMPTE2094_10}) {
         int32_t code = 0;
         mBuffer.readBytes(static_cast<int64_t>(type), &code);
-        if (code < 0) {
+        if (code < 0 || (code > 0 && code <= kNoEncoding)) {
             mRefused.push_back({static_cast<int64_t>(type), code});
         }
     }
