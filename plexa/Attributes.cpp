@@ -6,19 +6,25 @@
 namespace zelkcam::plexa {
 namespace {
 
+// What an allocator keeps of an attribute that no standard metadata carries, or another value of,
+// as the extension's vendor metadata: four plain bytes. Most mappers have none.
+std::optional<uint32_t> readKept(const Buffer& buffer, plexa_attribute_t attribute) {
+    uint32_t value = 0;
+    const int32_t size =
+            buffer.mapper.getMetadata(buffer.handle, {kTypeName, attribute}, &value, sizeof(value));
+    return size == sizeof(value) ? std::optional(value) : std::nullopt;
+}
+
 // WIDTH, HEIGHT, ALLOCATION_SIZE and STRIDE are unsigned in the metadata.
 template <StandardMetadataType T>
 std::optional<uint64_t> readUnsigned(const Buffer& buffer) {
     return readStandard<T>(buffer);
 }
 
-// What an allocator keeps of an attribute that no standard metadata carries, as the extension's
-// vendor metadata: four plain bytes. Most mappers have none.
-std::optional<uint32_t> readKept(const Buffer& buffer, plexa_attribute_t attribute) {
-    uint32_t value = 0;
-    const int32_t size =
-            buffer.mapper.getMetadata(buffer.handle, {kTypeName, attribute}, &value, sizeof(value));
-    return size == sizeof(value) ? std::optional(value) : std::nullopt;
+template <plexa_attribute_t kAttribute, StandardMetadataType T>
+std::optional<uint64_t> readKeptOr(const Buffer& buffer) {
+    const auto kept = readKept(buffer, kAttribute);
+    return kept ? std::optional<uint64_t>(*kept) : readUnsigned<T>(buffer);
 }
 
 // Rows of the first plane, padding included. A plane without a row length gives its rows itself; a
@@ -88,9 +94,10 @@ struct Number {
 constexpr Number kNumbers[] = {
         {PLEXA_GET_WIDTH, readUnsigned<StandardMetadataType::WIDTH>},
         {PLEXA_GET_HEIGHT, readUnsigned<StandardMetadataType::HEIGHT>},
-        {PLEXA_GET_STRIDE, readUnsigned<StandardMetadataType::STRIDE>},
+        {PLEXA_GET_STRIDE, readKeptOr<PLEXA_GET_STRIDE, StandardMetadataType::STRIDE>},
         {PLEXA_GET_VERTICAL_STRIDE, readVerticalStride},
-        {PLEXA_GET_ALLOC_SIZE, readUnsigned<StandardMetadataType::ALLOCATION_SIZE>},
+        {PLEXA_GET_ALLOC_SIZE,
+         readKeptOr<PLEXA_GET_ALLOC_SIZE, StandardMetadataType::ALLOCATION_SIZE>},
         {PLEXA_GET_FORMAT, readFormat},
         {PLEXA_GET_USAGE, readUsage},
         {PLEXA_GET_BUFFER_FLAGS, readFlags},

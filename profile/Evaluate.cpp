@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "profile/Words.h"
+
 namespace zelkcam::profile {
 namespace {
 
@@ -178,12 +180,15 @@ std::optional<Numbers> Evaluation::run() {
     mNumbers.stride = value(mRule.stride, 0, mAlignedWidth);
     mNumbers.answeredStride = value(mRule.answeredStride, 0, mNumbers.stride);
     mNumbers.size = value(mRule.allocationSize, 0, mTotal);
-    if (!mRule.verticalStride.empty()) {
-        mNumbers.verticalStride = value(mRule.verticalStride, 0, 0);
+    for (size_t i = 0; i < kOwnNumbers.size(); ++i) {
+        const Quantity& quantity = mRule.*kOwnNumbers[i].quantity;
+        if (!quantity.empty()) {
+            mNumbers.own[i] = value(quantity, 0, 0);
+            mMath.add(*mNumbers.own[i], INT64_MAX - UINT32_MAX);  // of 32 bits, too
+        }
     }
     const bool fits = mNumbers.size <= kMaxAllocationSize && mTotal <= kMaxAllocationSize &&
-                      mNumbers.stride <= UINT32_MAX && mNumbers.answeredStride <= UINT32_MAX &&
-                      mNumbers.verticalStride.value_or(0) <= UINT32_MAX;
+                      mNumbers.stride <= UINT32_MAX && mNumbers.answeredStride <= UINT32_MAX;
     return mMath.good() && fits ? std::optional(mNumbers) : std::nullopt;
 }
 
@@ -251,12 +256,17 @@ std::optional<Numbers> evaluate(const Rule& rule, uint32_t width, uint32_t heigh
     return Evaluation(rule, width, height, choice).run();
 }
 
-std::optional<int64_t> rowsTold(const Shape& shape, const Numbers& numbers, uint32_t height) {
-    constexpr int64_t kPlaneLayouts = 15;  // published StandardMetadataType
-    for (const Refused& refused : shape.refused) {
-        if (refused.type == kPlaneLayouts) {
-            return std::nullopt;
-        }
+std::optional<int64_t> told(const Shape& shape, const Numbers& numbers, uint32_t height,
+                            size_t own) {
+    constexpr int64_t kTypes[] = {23, 15, 10};  // STRIDE, PLANE_LAYOUTS and ALLOCATION_SIZE
+    const bool isRefused =
+            std::any_of(shape.refused.begin(), shape.refused.end(),
+                        [&](const Refused& refused) { return refused.type == kTypes[own]; });
+    if (isRefused) {
+        return std::nullopt;
+    }
+    if (own != kOwnRows) {
+        return own == kOwnStride ? numbers.stride : numbers.size;
     }
     if (shape.planes.empty()) {
         return height;
@@ -269,8 +279,10 @@ Numbers asTold(const Shape& shape, Numbers numbers, uint32_t height) {
     if (shape.planes.empty()) {
         numbers.planes = {};
     }
-    if (numbers.verticalStride && numbers.verticalStride == rowsTold(shape, numbers, height)) {
-        numbers.verticalStride.reset();
+    for (size_t i = 0; i < numbers.own.size(); ++i) {
+        if (numbers.own[i] && numbers.own[i] == told(shape, numbers, height, i)) {
+            numbers.own[i].reset();
+        }
     }
     return numbers;
 }

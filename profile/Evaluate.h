@@ -44,18 +44,20 @@ void forEachQuantity(R& rule, const Visit& visit) {
             visit(*one);
         }
     }
-    for (auto* one : {&rule.alignedWidth, &rule.alignedHeight, &rule.header, &rule.stride,
-                      &rule.answeredStride, &rule.allocationSize, &rule.verticalStride}) {
+    for (auto* one :
+         {&rule.alignedWidth, &rule.alignedHeight, &rule.header, &rule.stride, &rule.answeredStride,
+          &rule.allocationSize, &rule.extensionStride, &rule.verticalStride, &rule.extensionSize}) {
         visit(*one);
     }
 }
 
-// The vertical stride that the buffer-attribute extension reads off the planes that the mapper
-// tells; nothing where it tells none.
-std::optional<int64_t> rowsTold(const Shape& shape, const Numbers& numbers, uint32_t height);
+// What the buffer-attribute extension makes of what the mapper tells, for one of Own;
+// nothing where the mapper does not tell.
+std::optional<int64_t> told(const Shape& shape, const Numbers& numbers, uint32_t height,
+                            size_t own);
 
-// What a rule's numbers look like from outside: some devices keep planes to themselves, and a
-// vertical stride that the planes tell is nobody's own.
+// What a rule's numbers look like from outside: some devices keep planes to themselves, and what
+// the mapper tells as well is not the extension's own.
 Numbers asTold(const Shape& shape, Numbers numbers, uint32_t height);
 
 // Whether a request lies where the rule's samples do not tell its numbers.

@@ -5,6 +5,7 @@
 #include <set>
 
 #include "profile/Evaluate.h"
+#include "profile/Words.h"
 
 namespace zelkcam::profile {
 namespace {
@@ -150,7 +151,7 @@ class RuleFitter {
     void fitOffset(size_t plane);
     void fitSamples(size_t plane);
     void fitStrides();
-    void fitVerticalStride();
+    void fitOwn(size_t number, const std::vector<Option>& options);
     void fitSize();
     void settle(const Series& target, const std::vector<Option>& options, Quantity& quantity);
     std::vector<Ratio> areaRatios() const;
@@ -602,23 +603,21 @@ void RuleFitter::fitStrides() {
     if (answered != stride) {
         settle(answered, options, mRule.answeredStride);
     }
+    fitOwn(kOwnStride, options);
 }
 
-void RuleFitter::fitVerticalStride() {
-    const bool own = std::any_of(mAnswers.begin(), mAnswers.end(), [](const Answer* answer) {
-        return answer->numbers.verticalStride.has_value();
+// What an extension of the maker's own counts otherwise than the mapper.
+void RuleFitter::fitOwn(size_t number, const std::vector<Option>& options) {
+    const bool own = std::any_of(mAnswers.begin(), mAnswers.end(), [&](const Answer* answer) {
+        return answer->numbers.own[number].has_value();
     });
-    if (!own) {
-        return;
+    if (own) {
+        const Series target = collect([&](const Answer& answer) {
+            const auto otherwise = told(mShape, answer.numbers, answer.height, number);
+            return answer.numbers.own[number].value_or(otherwise.value_or(0));
+        });
+        settle(target, options, mRule.*kOwnNumbers[number].quantity);
     }
-    const Series target = collect([&](const Answer& answer) {
-        const auto told = rowsTold(mShape, answer.numbers, answer.height);
-        return answer.numbers.verticalStride.value_or(told.value_or(0));
-    });
-    settle(target,
-           {plain(mSizes.height, {.base = Base::kHeight}),
-            plain(mAlignedHeight, {.base = Base::kAlignedHeight})},
-           mRule.verticalStride);
 }
 
 // The size of a buffer whose planes the device keeps to itself: that of one plane of whole rows,
@@ -735,6 +734,7 @@ void RuleFitter::fitSize() {
         !fitArea(target, mRule.allocationSize, areaRatios())) {
         settle(target, options, mRule.allocationSize);
     }
+    fitOwn(kOwnSize, options);
 }
 
 void RuleFitter::run() {
@@ -754,7 +754,8 @@ void RuleFitter::run() {
     }
     fitSize();
     fitStrides();
-    fitVerticalStride();
+    fitOwn(kOwnRows, {plain(mSizes.height, {.base = Base::kHeight}),
+                      plain(mAlignedHeight, {.base = Base::kAlignedHeight})});
 }
 
 }  // namespace

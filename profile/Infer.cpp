@@ -8,6 +8,7 @@
 
 #include "profile/Evaluate.h"
 #include "profile/FitNumbers.h"
+#include "profile/Words.h"
 
 namespace zelkcam::profile {
 namespace {
@@ -233,7 +234,9 @@ void borrowPlanes(const Answers& answers, const std::vector<Rule>& others,
         borrowed.shape = rule.shape;
         borrowed.stride = rule.stride;
         borrowed.answeredStride = rule.answeredStride;
-        borrowed.verticalStride = rule.verticalStride;
+        for (const auto& [name, quantity] : kOwnNumbers) {
+            borrowed.*quantity = rule.*quantity;
+        }
         borrowed.evidence = rule.evidence;
         const size_t explained = countExplained(borrowed, shapes[rule.shape], answers);
         borrowed.evidence->exceptions = static_cast<int64_t>(answers.size() - explained);

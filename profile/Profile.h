@@ -87,12 +87,15 @@ struct PlaneNumbers {
     bool operator==(const PlaneNumbers&) const = default;
 };
 
+// What a buffer-attribute extension of a maker's own may count otherwise than the mapper.
+enum Own : uint8_t { kOwnStride, kOwnRows, kOwnSize, kOwnCount };
+
 struct Numbers {
     int64_t stride = 0;          // STRIDE
     int64_t answeredStride = 0;  // that of the allocation's result
     int64_t size = 0;            // ALLOCATION_SIZE
-    // The buffer-attribute extension's, where that is not what it reads off the planes.
-    std::optional<int64_t> verticalStride{};
+    std::array<std::optional<int64_t>, kOwnCount>
+            own{};  // where they are not what the mapper tells
     std::array<PlaneNumbers, kMaxPlanes> planes{};
 
     bool operator==(const Numbers&) const = default;
@@ -202,7 +205,7 @@ struct Rule {
     int32_t answer = kGranted;  // else the refusal
     uint32_t shape = 0;         // index into the profile's shapes
     Quantity alignedWidth, alignedHeight, header, stride, answeredStride, allocationSize;
-    Quantity verticalStride;  // empty: what the planes tell
+    Quantity extensionStride, verticalStride, extensionSize;  // empty: what the mapper tells
     std::vector<PlaneRule> planes;
     std::optional<Evidence> evidence;
 

@@ -445,17 +445,20 @@ void requireBases(const Node& node, const Rule& rule) {
                           Base::kAlignedHeight, Base::kRow});
         }
     }
-    for (const Quantity* one : {&rule.stride, &rule.answeredStride}) {
+    for (const Quantity* one : {&rule.stride, &rule.answeredStride, &rule.extensionStride}) {
         requireKnown(node, *one, {Base::kConstant, Base::kWidth, Base::kAlignedWidth, Base::kRow});
     }
-    requireKnown(node, rule.allocationSize,
-                 {Base::kConstant, Base::kArea, Base::kTotal, Base::kEnd, Base::kStart});
+    for (const Quantity* one : {&rule.allocationSize, &rule.extensionSize}) {
+        requireKnown(node, *one,
+                     {Base::kConstant, Base::kArea, Base::kTotal, Base::kEnd, Base::kStart});
+    }
     requireKnown(node, rule.verticalStride, {Base::kConstant, Base::kHeight, Base::kAlignedHeight});
 }
 
 void requirePlanes(const Node& node, const Rule& rule) {
     std::set<size_t> references;
     collectReferences(rule.allocationSize, references);
+    collectReferences(rule.extensionSize, references);
     for (const PlaneRule& plane : rule.planes) {
         collectReferences(plane.offset, references);
     }
@@ -477,8 +480,8 @@ void requireNothingGranted(const Node& node) {
 
 Rule readRule(const Node& node, const std::vector<Shape>& shapes) {
     node.allow({"usage", "size", "refuse", "shape", "alignedWidth", "alignedHeight", "header",
-                "stride", "answeredStride", "allocationSize", "verticalStride", "planes",
-                "evidence"});
+                "stride", "answeredStride", "allocationSize", "extensionStride", "verticalStride",
+                "extensionSize", "planes", "evidence"});
     Rule rule;
     rule.usage = readUsageTests(node);
     rule.size = optionalList<SizeTest>(node, "size", 16, readSizeTest);
@@ -697,8 +700,12 @@ void readNumbers(const Node& node, size_t planes, Answer& answer) {
     size_t count = node.count(64);
     if (count > next && node.at(count - 1).isObject()) {
         const Node own = node.at(--count);
-        own.allow({"verticalStride"});
-        answer.numbers.verticalStride = own.at("verticalStride").integer(0, kMaxNumber);
+        own.allow({"extensionStride", "verticalStride", "extensionSize"});
+        for (size_t i = 0; i < kOwnNumbers.size(); ++i) {
+            if (own.has(kOwnNumbers[i].name)) {
+                answer.numbers.own[i] = own.at(kOwnNumbers[i].name).integer(0, kMaxNumber);
+            }
+        }
     }
     if (next < count) {
         std::vector<int64_t>& library = answer.library.emplace();

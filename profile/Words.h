@@ -76,14 +76,23 @@ struct Named {
     std::string_view name;
     Quantity T::*quantity;
 };
-inline constexpr std::array<Named<Rule>, 7> kRuleQuantities{{
+inline constexpr std::array<Named<Rule>, 9> kRuleQuantities{{
         {"alignedWidth", &Rule::alignedWidth},
         {"alignedHeight", &Rule::alignedHeight},
         {"header", &Rule::header},
         {"stride", &Rule::stride},
         {"answeredStride", &Rule::answeredStride},
         {"allocationSize", &Rule::allocationSize},
+        {"extensionStride", &Rule::extensionStride},
         {"verticalStride", &Rule::verticalStride},
+        {"extensionSize", &Rule::extensionSize},
+}};
+
+// Those of Numbers::own, in its order.
+inline constexpr std::array<Named<Rule>, kOwnCount> kOwnNumbers{{
+        {"extensionStride", &Rule::extensionStride},
+        {"verticalStride", &Rule::verticalStride},
+        {"extensionSize", &Rule::extensionSize},
 }};
 inline constexpr std::array<Named<PlaneRule>, 6> kPlaneQuantities{{
         {"row", &PlaneRule::row},

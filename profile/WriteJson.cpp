@@ -220,6 +220,18 @@ void append(std::string& out, int64_t number) {
     out += std::to_string(number);
 }
 
+void appendOwn(std::string& out, const Numbers& numbers) {
+    std::string lead = ",{";
+    for (size_t i = 0; i < kOwnNumbers.size(); ++i) {
+        if (numbers.own[i]) {
+            out += lead + "\"" + std::string(kOwnNumbers[i].name) +
+                   "\":" + std::to_string(*numbers.own[i]);
+            lead = ",";
+        }
+    }
+    out += lead == "," ? "}" : "";
+}
+
 void appendAnswer(std::string& out, const Answer& answer, size_t planes) {
     out += "[" + std::to_string(answer.width);
     append(out, answer.height);
@@ -239,9 +251,7 @@ void appendAnswer(std::string& out, const Answer& answer, size_t planes) {
         for (const int64_t number : answer.library.value_or(std::vector<int64_t>())) {
             append(out, number);
         }
-        if (answer.numbers.verticalStride) {
-            out += ",{\"verticalStride\":" + std::to_string(*answer.numbers.verticalStride) + "}";
-        }
+        appendOwn(out, answer.numbers);
     }
     out += "]";
 }

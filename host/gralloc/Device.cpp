@@ -114,7 +114,7 @@ Layout layoutOf(const profile::Reply& reply) {
     layout.fourcc = shape.fourcc;
     layout.modifier = shape.modifier;
     layout.flags = shape.flags;
-    layout.verticalStride = reply.numbers.verticalStride;
+    std::ranges::copy(reply.numbers.own, layout.own.begin());
     layout.stride = static_cast<uint32_t>(reply.numbers.stride);
     layout.answeredStride = static_cast<uint32_t>(reply.numbers.answeredStride);
     layout.allocationSize = static_cast<uint64_t>(reply.numbers.size);

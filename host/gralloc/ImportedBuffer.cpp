@@ -278,7 +278,7 @@ int32_t ImportedBuffer::getMetadata(std::string_view typeName, int64_t type, voi
     return static_cast<int32_t>(value.size());
 }
 
-// The attributes of the extension that no standard metadata carries.
+// The attributes of the extension that no standard metadata carries, or another value of.
 std::optional<uint32_t> ImportedBuffer::attribute(int64_t number) const {
     switch (number) {
         case PLEXA_GET_FORMAT:
@@ -287,8 +287,12 @@ std::optional<uint32_t> ImportedBuffer::attribute(int64_t number) const {
                                        : std::nullopt;
         case PLEXA_GET_BUFFER_FLAGS:
             return mLayout.flags;
+        case PLEXA_GET_STRIDE:
+            return mLayout.own[profile::kOwnStride];
         case PLEXA_GET_VERTICAL_STRIDE:
-            return mLayout.verticalStride;
+            return mLayout.own[profile::kOwnRows];
+        case PLEXA_GET_ALLOC_SIZE:
+            return mLayout.own[profile::kOwnSize];
         default:
             return std::nullopt;
     }

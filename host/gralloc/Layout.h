@@ -67,13 +67,14 @@ struct Plane {
 struct Layout {
     int32_t format = 0;  // the concrete one that the requested one became
     uint32_t fourcc = 0;
-    uint64_t modifier = 0;                   // DRM's; 0 is linear
-    uint32_t flags = 0;                      // of the buffer-attribute extension
-    std::optional<uint32_t> verticalStride;  // the extension's, if not what the planes tell
-    uint32_t stride = 0;                     // what STRIDE metadata answers
-    uint32_t answeredStride = 0;             // what the allocator answers
-    uint64_t allocationSize = 0;             // what ALLOCATION_SIZE answers
-    uint64_t pixelBytes = 0;                 // that planes and size need, not rounded to pages
+    uint64_t modifier = 0;  // DRM's; 0 is linear
+    uint32_t flags = 0;     // of the buffer-attribute extension
+    // The extension's, where they are not what the mapper tells.
+    std::array<std::optional<uint32_t>, profile::kOwnCount> own;
+    uint32_t stride = 0;          // what STRIDE metadata answers
+    uint32_t answeredStride = 0;  // what the allocator answers
+    uint64_t allocationSize = 0;  // what ALLOCATION_SIZE answers
+    uint64_t pixelBytes = 0;      // that planes and size need, not rounded to pages
     Compression compression = Compression::NONE;
     Interlaced interlaced = Interlaced::NONE;
     ChromaSiting chromaSiting = ChromaSiting::NONE;

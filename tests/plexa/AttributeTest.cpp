@@ -52,9 +52,9 @@ TEST_F(AttributeTest, EachComesFromOneReadInFourBytes) {
     } kCases[] = {
             {PLEXA_GET_WIDTH, 1920, {"getStandardMetadata 3 512"}},
             {PLEXA_GET_HEIGHT, 1080, {"getStandardMetadata 4 512"}},
-            {PLEXA_GET_STRIDE, 1984, {"getStandardMetadata 23 512"}},
+            {PLEXA_GET_STRIDE, 1984, {"getMetadata 12", "getStandardMetadata 23 512"}},
             {PLEXA_GET_VERTICAL_STRIDE, 1088, {"getMetadata 13", "getStandardMetadata 15 512"}},
-            {PLEXA_GET_ALLOC_SIZE, 0xc0000000, {"getStandardMetadata 10 512"}},
+            {PLEXA_GET_ALLOC_SIZE, 0xc0000000, {"getMetadata 14", "getStandardMetadata 10 512"}},
             {PLEXA_GET_FORMAT, 0x11, {"getMetadata 15", "getStandardMetadata 6 512"}},
             {PLEXA_GET_USAGE, 0x80020033, {"getStandardMetadata 9 512"}},
             {PLEXA_GET_BUFFER_FLAGS, 0, {"getMetadata 52"}},
@@ -98,7 +98,9 @@ TEST_F(AttributeTest, AFormatLeftToTheAllocatorComesFromTheFourcc) {
 TEST_F(AttributeTest, WhatTheMapperKeepsForTheExtensionCountsFirst) {
     const std::vector<uint8_t> bytes = {0x04, 0x0c, 0xa3, 0x7f, 0};
     const std::pair<int, uint32_t> kAttributes[] = {{PLEXA_GET_FORMAT, 0x11},
+                                                    {PLEXA_GET_STRIDE, 1984},
                                                     {PLEXA_GET_VERTICAL_STRIDE, 1088},
+                                                    {PLEXA_GET_ALLOC_SIZE, 0xc0000000},
                                                     {PLEXA_GET_BUFFER_FLAGS, 0}};
     for (const auto& [attribute, read] : kAttributes) {
         auto& kept = mapperScript().notes.values[{"zelkcam.plexa.BufferAttribute", attribute}];

@@ -63,12 +63,14 @@ TEST(Recording, KeepsWhatOnlyTheExtensionTells) {
     const Words replay{"ZELKCAM_HOST_PROFILE=" + file};
     const std::string first = recorded(file, device);
     EXPECT_EQ(first, recorded(folder / "again.json", replay));
-    EXPECT_THAT(runTool({"profile", "show", file}).out,
-                HasSubstr("\n    verticalStride: height, to 64\n"));
+    const std::string rules = runTool({"profile", "show", file}).out;
+    EXPECT_THAT(rules, HasSubstr("\n    verticalStride: height, to 64\n"));
+    EXPECT_THAT(rules, HasSubstr("\n    extensionStride: first row / 4, to 96\n"));
+    EXPECT_THAT(rules, HasSubstr("\n    extensionSize: end of planes, to 65536\n"));
     // Of the sizes that are compared some were not recorded.
     EXPECT_THAT(runTool({"diff", file, "default"}).out,
                 HasSubstr("YV12 (0x32315659): vertical stride of the extension  512 -> as the "
-                          "planes tell  at 640x480 usage 0x0 (96 of 96 requests)"));
+                          "mapper tells  at 640x480 usage 0x0 (96 of 96 requests)"));
 }
 
 // Each trait as no shipped profile has it.

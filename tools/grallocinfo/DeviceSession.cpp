@@ -87,7 +87,7 @@ class Reader {
 
     void readShape(Shape& shape);
     void readPlanes(Observation& seen);
-    void readVerticalStride(Observation& seen) const;
+    void readOwn(Observation& seen) const;
     void readOthers();
 
     const SessionBuffer& mBuffer;
@@ -105,7 +105,7 @@ void Reader::read(Observation& seen) {
     std::sort(mRefused.begin(), mRefused.end(),
               [](const auto& a, const auto& b) { return a.type < b.type; });
     seen.shape.refused = mRefused;
-    readVerticalStride(seen);
+    readOwn(seen);
 }
 
 void Reader::readShape(Shape& shape) {
@@ -148,13 +148,17 @@ void Reader::readPlanes(Observation& seen) {
     seen.shape.crop = isPlane ? zelkcam::profile::Crop::kPlane : zelkcam::profile::Crop::kPicture;
 }
 
-// A maker's own extension may tell other rows than the planes do.
-void Reader::readVerticalStride(Observation& seen) const {
-    int32_t rows = 0;
-    if (plexa_query(mBuffer.handle(), PLEXA_GET_VERTICAL_STRIDE, &rows) == 0) {
-        seen.numbers.verticalStride = bounded(rows);
-        seen.numbers = asTold(seen.shape, seen.numbers, mRequest.height);
+// A maker's own extension may count otherwise than the mapper.
+void Reader::readOwn(Observation& seen) const {
+    constexpr int kAttributes[] = {PLEXA_GET_STRIDE, PLEXA_GET_VERTICAL_STRIDE,
+                                   PLEXA_GET_ALLOC_SIZE};  // in the order of Own
+    for (size_t i = 0; i < std::size(kAttributes); ++i) {
+        uint32_t number = 0;
+        if (plexa_query(mBuffer.handle(), kAttributes[i], &number) == 0) {
+            seen.numbers.own[i] = bounded(number);
+        }
     }
+    seen.numbers = asTold(seen.shape, seen.numbers, mRequest.height);
 }
 
 // What a profile keeps nothing of but that it is refused. Some mappers refuse with an error number

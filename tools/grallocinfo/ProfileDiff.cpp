@@ -44,6 +44,12 @@ std::string planeNumber(const Reply& reply) {
     return kPlane < planeCount(reply) ? std::to_string(reply.numbers.planes[kPlane].*kField) : "-";
 }
 
+template <size_t kNumber>
+std::string ownNumber(const Reply& reply) {
+    const auto& number = reply.numbers.own[kNumber];
+    return number ? std::to_string(*number) : "as the mapper tells";
+}
+
 std::string componentPlaces(const Reply& reply) {
     std::string text;
     for (const auto& plane : reply.shape->planes) {
@@ -82,11 +88,9 @@ const Aspect kAspects[] = {
         {40, "allocation size",
          [](const Reply& reply) { return std::to_string(reply.numbers.size); }},
         {30, "stride", [](const Reply& reply) { return std::to_string(reply.numbers.stride); }},
-        {25, "vertical stride of the extension",
-         [](const Reply& reply) {
-             const auto& rows = reply.numbers.verticalStride;
-             return rows ? std::to_string(*rows) : std::string("as the planes tell");
-         }},
+        {27, "stride of the extension", ownNumber<zelkcam::profile::kOwnStride>},
+        {26, "vertical stride of the extension", ownNumber<zelkcam::profile::kOwnRows>},
+        {25, "size of the extension", ownNumber<zelkcam::profile::kOwnSize>},
         {20, "chroma siting",
          [](const Reply& reply) { return std::to_string(reply.shape->chromaSiting); }},
 };
