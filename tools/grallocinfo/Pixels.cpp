@@ -491,6 +491,7 @@ bool hasPicture(int32_t format) {
 
 std::vector<int32_t> pictureFormats() {
     std::vector<int32_t> formats;
+    formats.reserve(kRules.size());
     for (const PictureRule& rule : kRules) {
         formats.push_back(rule.code);
     }
