@@ -173,6 +173,14 @@ void printTraits(std::ostream& out, const Traits& traits) {
     }
 }
 
+Json inWords(const std::vector<LabelledText>& lines) {
+    Json object = Json::object();
+    for (const auto& [label, text] : lines) {
+        object[label] = text;
+    }
+    return object;
+}
+
 Json ruleDocument(const Rule& rule, const Profile& profile) {
     const RuleText described = describe(rule, profile);
     Json object;
@@ -181,11 +189,7 @@ Json ruleDocument(const Rule& rule, const Profile& profile) {
         object["refusal"] = rule.answer;
     } else {
         object["becomes"] = described.outcome;
-        Json formulas = Json::object();
-        for (const auto& [label, text] : described.formulas) {
-            formulas[label] = text;
-        }
-        object["formulas"] = formulas;
+        object["formulas"] = inWords(described.formulas);
         object["partlyGuessed"] = described.isPartlyGuessed;
     }
     if (rule.evidence) {
@@ -313,6 +317,8 @@ Json profileDocument(const Profile& profile) {
     Json document = newDocument();
     document["name"] = profile.name;
     document["device"] = profile.device;
+    document["traits"] = inWords(describe(profile.traits));
+    document["locks"] = inWords(describe(profile.locks));
     Json& formats = document["formats"] = Json::array();
     for (const FormatRules& format : profile.formats) {
         Json object;
