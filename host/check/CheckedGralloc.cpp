@@ -242,7 +242,7 @@ std::optional<Finding> CheckedGralloc::admitWriter(const Import& import, HeldLoc
 
 std::optional<Finding> CheckedGralloc::enter(Import& import, HeldLock lock) {
     const std::lock_guard guard(mMutex);
-    const auto conflict = lock.padding != nullptr ? admitWriter(import, lock) : std::nullopt;
+    auto conflict = lock.padding != nullptr ? admitWriter(import, lock) : std::nullopt;
     ++import.openLocks;
     import.locks.push_back(std::move(lock));
     return conflict;

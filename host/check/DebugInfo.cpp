@@ -98,7 +98,7 @@ std::string nameInItsScopes(Dwarf_Die* function) {
             return nameOf(scopes + i, nullptr) + "::" + name;
         }
         if (tag == DW_TAG_class_type || tag == DW_TAG_structure_type || tag == DW_TAG_namespace) {
-            name = nameOfScope(scopes + i) + "::" + name;
+            name.insert(0, nameOfScope(scopes + i) + "::");
         }
     }
     return name;
