@@ -116,7 +116,9 @@ int64_t Evaluation::value(const Term& term, size_t self) {
     const int64_t whole =
             mMath.alignUp(base(term, self), other && term.orUnit ? term.orUnit : term.unit);
     const int64_t scaled = mMath.multiply(whole, term.times);
-    const int64_t divided = (term.up ? mMath.add(scaled, term.per - 1) : scaled) / term.per;
+    const int64_t divided =
+            term.per == 1 ? scaled
+                          : (term.up ? mMath.add(scaled, term.per - 1) : scaled) / term.per;
     int64_t sum = mMath.add(divided, other && term.plusOpen ? term.orPlus : term.plus);
     const int64_t tailRows = other && term.plusOpen ? term.orTailRows : term.tailRows;
     if (tailRows != 0) {
@@ -125,8 +127,10 @@ int64_t Evaluation::value(const Term& term, size_t self) {
     if (term.header) {
         sum = mMath.add(sum, mHeader);
     }
-    return mMath.natural(
-            mMath.alignUp(mMath.natural(sum), other && term.orAlign ? term.orAlign : term.align));
+    const int64_t aligned =
+            mMath.alignUp(mMath.natural(sum), other && term.orAlign ? term.orAlign : term.align);
+    const int64_t extra = term.extra != 0 && aligned % term.extraAt == 0 ? term.extra : 0;
+    return std::max(mMath.natural(mMath.add(aligned, extra)), term.least);
 }
 
 int64_t Evaluation::value(const Quantity& quantity, size_t self, int64_t byDefault) {
@@ -207,17 +211,22 @@ bool isUnknownUsage(const FormatRules& format, uint64_t usage) {
            std::find(format.usages.begin(), format.usages.end(), usage) == format.usages.end();
 }
 
-// Whether a recorded rule is asked about more than its samples tell, or does not explain them.
+// Whether a recorded rule is asked about more than its samples tell, or does not explain them. What
+// refuses some sizes grants no larger ones.
 bool isBeyond(const Rule& rule, uint32_t width, uint32_t height) {
-    return rule.evidence && (rule.evidence->exceptions > 0 || width > rule.evidence->maxWidth ||
-                             height > rule.evidence->maxHeight);
+    if (!rule.evidence || rule.evidence->exceptions > 0) {
+        return rule.evidence.has_value();
+    }
+    return rule.answer == kGranted &&
+           (width > rule.evidence->maxWidth || height > rule.evidence->maxHeight);
 }
 
 // Whether the rules were told apart by a size that nobody recorded.
 bool nearLimit(const std::vector<SizeTest>& tests, int64_t width, int64_t height) {
     return std::any_of(tests.begin(), tests.end(), [&](const SizeTest& test) {
         const int64_t at = onAxis(test.axis, width, height);
-        return test.op == SizeOp::kAbove && at > test.sure && at < test.next;
+        const bool limit = test.op == SizeOp::kAbove || test.op == SizeOp::kUpTo;
+        return limit && at > test.sure && at < test.next;
     });
 }
 
@@ -231,10 +240,12 @@ bool holds(const SizeTest& test, int64_t width, int64_t height) {
     switch (test.op) {
         case SizeOp::kAbove:
             return onAxis(test.axis, width, height) > test.limit;
+        case SizeOp::kUpTo:
+            return onAxis(test.axis, width, height) <= test.limit;
         case SizeOp::kOddWidth:
-            return width % 2 != 0;
+            return width % test.unit != 0;
         case SizeOp::kOddHeight:
-            return height % 2 != 0;
+            return height % test.unit != 0;
     }
     return false;
 }
@@ -254,6 +265,16 @@ std::optional<Numbers> evaluate(const Rule& rule, uint32_t width, uint32_t heigh
         return std::nullopt;
     }
     return Evaluation(rule, width, height, choice).run();
+}
+
+Rule quantitiesOf(const Rule& rule) {
+    Rule quantities = rule;
+    quantities.usage.clear();
+    quantities.size.clear();
+    quantities.shape = 0;
+    quantities.evidence.reset();
+    quantities.others.clear();
+    return quantities;
 }
 
 std::optional<int64_t> told(const Shape& shape, const Numbers& numbers, uint32_t height,
@@ -287,13 +308,23 @@ Numbers asTold(const Shape& shape, Numbers numbers, uint32_t height) {
     return numbers;
 }
 
-bool isOpen(const Rule& rule, uint32_t width, uint32_t height, const Numbers& chosen) {
+namespace {
+
+// Whether a request lies where the rule's samples do not tell its numbers.
+bool isOpen(const Rule& rule, const Shape& shape, const Request& request, const Numbers& chosen) {
     if (!rule.evidence) {
         return false;
     }
-    return isBeyond(rule, width, height) ||
-           evaluate(rule, width, height, Choice::kOther) != std::optional(chosen);
+    const auto differs = [&](const Rule& other, Choice choice) {
+        const auto its = evaluate(other, request.width, request.height, choice);
+        return !its || asTold(shape, *its, request.height) != chosen;
+    };
+    return isBeyond(rule, request.width, request.height) || differs(rule, Choice::kOther) ||
+           std::any_of(rule.others.begin(), rule.others.end(),
+                       [&](const Rule& other) { return differs(other, Choice::kChosen); });
 }
+
+}  // namespace
 
 size_t Device::Key::operator()(const Request& request) const {
     uint64_t hash = static_cast<uint32_t>(request.format);
@@ -407,7 +438,7 @@ Reply Device::askRules(const Request& request) const {
             reply.shape = &mProfile.shapes[rule.shape];
             reply.numbers = asTold(*reply.shape, *numbers, request.height);
             reply.locks = locks(request.format, request.usage);
-            open = open || isOpen(rule, request.width, request.height, *numbers);
+            open = open || isOpen(rule, *reply.shape, request, reply.numbers);
         } else {
             open = open || isBeyond(rule, request.width, request.height);
         }

@@ -51,6 +51,9 @@ void forEachQuantity(R& rule, const Visit& visit) {
     }
 }
 
+// A rule of nothing but the quantities of another.
+Rule quantitiesOf(const Rule& rule);
+
 // What the buffer-attribute extension makes of what the mapper tells, for one of Own;
 // nothing where the mapper does not tell.
 std::optional<int64_t> told(const Shape& shape, const Numbers& numbers, uint32_t height,
@@ -59,9 +62,6 @@ std::optional<int64_t> told(const Shape& shape, const Numbers& numbers, uint32_t
 // What a rule's numbers look like from outside: some devices keep planes to themselves, and what
 // the mapper tells as well is not the extension's own.
 Numbers asTold(const Shape& shape, Numbers numbers, uint32_t height);
-
-// Whether a request lies where the rule's samples do not tell its numbers.
-bool isOpen(const Rule& rule, uint32_t width, uint32_t height, const Numbers& chosen);
 
 // A profile ready to answer. Nothing changes once it is made, so any thread may ask.
 class Device {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <numeric>
 
+#include "profile/FitTerms.h"
+
 namespace zelkcam::profile {
 namespace {
 
@@ -35,40 +37,29 @@ Slack slackOf(const Series& target, const Series& values, const Chosen& chosen) 
     return slack;
 }
 
-bool isPowerOfTwo(int64_t value) {
-    return (value & (value - 1)) == 0;
-}
-
 // The alignments that divide `divisor` and exceed `most`: powers of two first, each ascending.
 std::vector<int64_t> alignments(int64_t divisor, int64_t most) {
     std::vector<int64_t> found;
     if (divisor == 0 || divisor <= most) {
         return found;
     }
-    for (int64_t candidate = 1; candidate <= kWidestAlignment; candidate *= 2) {
-        if (candidate > most && divisor % candidate == 0) {
-            found.push_back(candidate);
-        }
-    }
-    std::vector<int64_t> others;
-    for (int64_t low = 1; low * low <= divisor && low <= kWidestAlignment; ++low) {
-        if (divisor % low != 0) {
-            continue;
-        }
-        for (const int64_t candidate : {low, divisor / low}) {
-            if (candidate > most && candidate <= kWidestAlignment && !isPowerOfTwo(candidate)) {
-                others.push_back(candidate);
+    const auto add = [&](int64_t odd) {
+        for (int64_t candidate = odd; candidate <= kWidestAlignment && divisor % candidate == 0;
+             candidate *= 2) {
+            if (candidate > most) {
+                found.push_back(candidate);
             }
         }
+    };
+    add(1);
+    const auto powers = static_cast<ptrdiff_t>(found.size());
+    // No device rounds to anything odder.
+    constexpr int64_t kOddest = 45;
+    for (int64_t odd = 3; odd <= kOddest; odd += 2) {
+        add(odd);
     }
-    std::sort(others.begin(), others.end());
-    found.insert(found.end(), others.begin(), others.end());
+    std::sort(found.begin() + powers, found.end());
     return found;
-}
-
-int64_t alternative(const std::vector<int64_t>& fitting) {
-    const int64_t largest = *std::max_element(fitting.begin(), fitting.end());
-    return largest == fitting.front() ? 0 : largest;
 }
 
 std::optional<Term> exact(const Series& target, const Option& option, const Chosen& chosen) {
@@ -93,7 +84,6 @@ std::optional<Term> aligned(const Series& target, const Option& option, const Ch
     }
     Term term = option.term;
     term.align = fitting.front();
-    term.orAlign = alternative(fitting);
     return term;
 }
 
@@ -114,10 +104,95 @@ std::optional<Term> withConstant(const Series& target, const Option& option, con
     const int64_t low =
             std::max<int64_t>(slack.most - term.align + 1, slack.least >= 0 ? 0 : INT64_MIN);
     term.plus = roundest(low, slack.least);
-    term.plusOpen = true;
-    term.orPlus = term.plus == low ? slack.least : low;
-    term.orTailRows = term.tailRows;
     return term;
+}
+
+// So many bytes behind what was rounded: all targets leave the same rest.
+std::optional<Term> withExtra(const Series& target, const Option& option, const Chosen& chosen) {
+    const Slack slack = slackOf(target, option.values, chosen);
+    int64_t divisor = 0;
+    for (const uint32_t i : chosen) {
+        divisor = std::gcd(divisor, std::abs(target[i] - target[chosen.front()]));
+    }
+    for (const int64_t align : alignments(divisor, slack.most - slack.least)) {
+        const int64_t extra = target[chosen.front()] % align;
+        const int64_t low = slack.most - extra - align + 1;
+        const int64_t high = slack.least - extra;
+        if (extra != 0 && std::max<int64_t>(low, 0) <= high) {
+            Term term = option.term;
+            term.align = align;
+            term.extra = extra;
+            term.plus = roundest(std::max<int64_t>(low, 0), high);
+            return term;
+        }
+    }
+    return std::nullopt;
+}
+
+// More where the value is a whole multiple: what is left out of a formula is the same everywhere,
+// and where it is, the value is such a multiple.
+std::optional<Term> dodging(const Series& target, const Option& option, const Chosen& chosen) {
+    constexpr int64_t kMultiples[] = {4096, 2048, 1024, 8192, 512, 16384, 256};
+    constexpr int64_t kWidest = 1024;
+    for (int64_t align = 1; align <= kWidest; align *= 2) {
+        int64_t extra = 0;
+        bool good = true;
+        for (const uint32_t i : chosen) {
+            const int64_t rest = target[i] - alignUp(option.values[i], align);
+            good = good && (rest == 0 || (rest > 0 && (extra == 0 || rest == extra)));
+            extra = std::max(extra, rest);
+            if (!good) {
+                break;
+            }
+        }
+        for (const int64_t multiple : kMultiples) {
+            const bool tells = good && extra != 0 &&
+                               std::all_of(chosen.begin(), chosen.end(), [&](uint32_t i) {
+                                   const int64_t value = alignUp(option.values[i], align);
+                                   return (target[i] != value) == (value % multiple == 0);
+                               });
+            if (tells) {
+                Term term = option.term;
+                term.align = align;
+                term.extra = extra;
+                term.extraAt = multiple;
+                return term;
+            }
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<Term> fitOne(const Series& target, const Option& option, const Chosen& chosen,
+                           Effort effort);
+
+// Never less than the least that was seen, if that was seen for several sizes.
+std::optional<Term> withLeast(const Series& target, const Option& option, const Chosen& chosen) {
+    int64_t least = INT64_MAX;
+    for (const uint32_t i : chosen) {
+        least = std::min(least, target[i]);
+    }
+    Chosen larger;
+    int64_t most = 0;
+    for (const uint32_t i : chosen) {
+        if (target[i] > least) {
+            larger.push_back(i);
+        } else {
+            most = std::max(most, option.values[i]);
+        }
+    }
+    constexpr size_t kEnough = 3;
+    if (larger.size() < kEnough || chosen.size() < larger.size() + kEnough) {
+        return std::nullopt;
+    }
+    for (const Effort effort : {Effort::kExact, Effort::kAligned, Effort::kPlus}) {
+        auto term = fitOne(target, option, larger, effort);
+        if (term && alignUp(most + term->plus - option.term.plus, term->align) <= least) {
+            term->least = least;
+            return term;
+        }
+    }
+    return std::nullopt;
 }
 
 std::optional<Term> fitOne(const Series& target, const Option& option, const Chosen& chosen,
@@ -128,39 +203,27 @@ std::optional<Term> fitOne(const Series& target, const Option& option, const Cho
         case Effort::kAligned:
             return aligned(target, option, chosen);
         case Effort::kPlus:
-        case Effort::kZones:
             return withConstant(target, option, chosen);
+        case Effort::kOdd:
+        case Effort::kZones:
+            break;
+    }
+    for (const auto& odd : {withLeast, dodging, withExtra}) {
+        if (const auto term = odd(target, option, chosen)) {
+            return term;
+        }
     }
     return std::nullopt;
 }
 
-// Another unit that explains the samples as well, by a formula that is the same otherwise.
-void noteOtherUnit(const Series& target, const std::vector<Option>& options, const Chosen& chosen,
-                   Effort effort, Term& term) {
-    for (const Option& option : options) {
-        if (option.term.unit <= term.unit || option.term.base != term.base ||
-            option.term.times != term.times || option.term.per != term.per) {
-            continue;
-        }
-        if (const auto other = fitOne(target, option, chosen, effort)) {
-            term.orUnit = other->unit;
-            term.orAlign = other->align;
-            return;
-        }
-    }
-}
-
 std::optional<Term> fitAny(const Series& target, const std::vector<Option>& options,
                            const Chosen& chosen, Effort most) {
-    for (const Effort effort : {Effort::kExact, Effort::kAligned, Effort::kPlus}) {
+    for (const Effort effort : {Effort::kExact, Effort::kAligned, Effort::kPlus, Effort::kOdd}) {
         if (effort > most) {
             break;
         }
         for (const Option& option : options) {
             if (auto term = fitOne(target, option, chosen, effort)) {
-                if (term->unit != 1) {
-                    noteOtherUnit(target, options, chosen, effort, *term);
-                }
                 return term;
             }
         }
@@ -227,18 +290,12 @@ bool Zones::explains(const Term& term, int64_t from, int64_t to) const {
         Term plain = term;
         plain.plus = option.term.plus;
         plain.align = option.term.align;
-        plain.orUnit = option.term.orUnit;
-        plain.orAlign = option.term.orAlign;
-        plain.plusOpen = option.term.plusOpen;
-        plain.orPlus = option.term.orPlus;
-        plain.orTailRows = option.term.orTailRows;
         if (!(plain == option.term)) {
             continue;
         }
         for (size_t i = 0; i < mTarget.size(); ++i) {
             const int64_t sum = option.values[i] + term.plus - option.term.plus;
-            const int64_t value = (sum + term.align - 1) / term.align * term.align;
-            if (mAxis[i] >= from && mAxis[i] <= to && value != mTarget[i]) {
+            if (mAxis[i] >= from && mAxis[i] <= to && alignUp(sum, term.align) != mTarget[i]) {
                 return false;
             }
         }
@@ -282,7 +339,7 @@ std::optional<Quantity> Zones::split(Axis axis) const {
 int64_t matches(const Series& target, const Series& values, int64_t alignment) {
     int64_t count = 0;
     for (size_t i = 0; i < target.size(); ++i) {
-        count += (values[i] + alignment - 1) / alignment * alignment == target[i] ? 1 : 0;
+        count += alignUp(values[i], alignment) == target[i] ? 1 : 0;
     }
     return count;
 }

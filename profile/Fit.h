@@ -22,6 +22,7 @@ enum class Effort : uint8_t {
     kExact,    // the option's value as it is
     kAligned,  // rounded up
     kPlus,     // with a constant added before that
+    kOdd,      // with something more behind it, always or by the value, or with a least value
     kZones,    // different formulas by size
 };
 

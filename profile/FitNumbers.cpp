@@ -5,94 +5,12 @@
 #include <set>
 
 #include "profile/Evaluate.h"
+#include "profile/FitSizes.h"
+#include "profile/FitTerms.h"
 #include "profile/Words.h"
 
 namespace zelkcam::profile {
 namespace {
-
-struct Ratio {
-    int64_t times;
-    int64_t per;
-};
-
-// Bytes of a pixel where the planes do not tell.
-constexpr Ratio kBytesPerPixel[] = {{1, 1}, {2, 1}, {4, 1}, {3, 1}, {8, 1}, {5, 4},
-                                    {3, 2}, {6, 1}, {5, 3}, {4, 3}, {1, 2}, {1, 4}};
-// Units of pixels that a row's bytes are counted in.
-constexpr int64_t kUnits[] = {2, 4,  8,  16, 32, 64, 128, 256, 12,  24,  48, 96,
-                              6, 10, 20, 40, 80, 36, 72,  144, 192, 160, 320};
-constexpr int64_t kRowAlignments[] = {1, 2, 4, 8, 16, 32, 64, 128, 256, 12, 24, 48, 96, 6, 10, 20};
-
-struct Block {
-    int64_t width;
-    int64_t height;
-};
-// Blocks that tiling works on.
-constexpr Block kBlocks[] = {{1, 1},   {16, 16},   {32, 8},  {8, 8},   {4, 4},    {16, 4},
-                             {32, 32}, {64, 4},    {64, 16}, {64, 64}, {128, 32}, {16, 1},
-                             {32, 1},  {64, 1},    {1, 2},   {1, 16},  {1, 32},   {64, 32},
-                             {128, 1}, {128, 128}, {256, 1}, {256, 16}};
-// Sides of the blocks that compression works on, the likelier first.
-constexpr int64_t kSides[] = {16, 32, 8, 64, 4, 128, 256};
-// What chroma adds to the first plane, and how rows of bytes are rounded.
-constexpr Ratio kChroma[] = {{1, 1}, {3, 2}, {2, 1}};
-constexpr int64_t kRowBytes[] = {1,    2,  4,  8,   16, 32, 64, 128, 256, 512,
-                                 1024, 48, 96, 192, 10, 20, 40, 80,  384};
-constexpr int64_t kHeaderBytes[] = {16, 32, 8, 4, 1, 2, 64};
-// Pixels that a header's bytes are for.
-constexpr int64_t kHeaderPixels[] = {256, 64, 16, 1024, 4096};
-constexpr int64_t kHeaderAlignments[] = {1, 4096, 1024, 64, 128, 256, 512, 65536};
-
-int64_t alignUp(int64_t value, int64_t alignment) {
-    return (value + alignment - 1) / alignment * alignment;
-}
-
-Ratio reduced(int64_t times, int64_t per) {
-    const int64_t common = std::gcd(times, per);
-    return {times / common, per / common};
-}
-
-Option scaled(const Series& base, Term term, Ratio ratio, bool up) {
-    term.times = ratio.times;
-    term.per = ratio.per;
-    term.up = up && ratio.per != 1;
-    Option option{term, {}};
-    option.values.reserve(base.size());
-    for (const int64_t value : base) {
-        const int64_t product = alignUp(value, term.unit) * ratio.times;
-        option.values.push_back((term.up ? product + ratio.per - 1 : product) / ratio.per);
-    }
-    return option;
-}
-
-Option plain(const Series& base, Term term) {
-    return scaled(base, term, {1, 1}, false);
-}
-
-bool isConstant(const Series& series) {
-    return std::all_of(series.begin(), series.end(),
-                       [&](int64_t value) { return value == series.front(); });
-}
-
-Quantity oneTerm(const Term& term) {
-    return {Case{.term = term}};
-}
-
-// How much of a pixel, at most, `target` leaves beside `values`; nothing if they exceed it.
-Ratio moreThan(const Series& values, const Series& target, const Series& pixels) {
-    Ratio least{INT32_MAX, 1};
-    for (size_t i = 0; i < values.size(); ++i) {
-        const Ratio left{target[i] - values[i], pixels[i]};
-        if (left.times <= 0) {
-            return {0, 1};
-        }
-        if (static_cast<double>(left.times) * static_cast<double>(least.per) <
-            static_cast<double>(least.times) * static_cast<double>(left.per)) {
-            least = left;
-        }
-    }
-    return least;
-}
 
 // The largest of the ratios that no target falls short of.
 Ratio likeliest(const std::vector<Ratio>& ratios, const Series& base, const Series& target) {
@@ -130,20 +48,14 @@ class RuleFitter {
     Series valuesOf(const Quantity& quantity, const Series& base) const;
     // Several sizes with one value are a constant; one size may be anything.
     bool constant(const Series& target, Quantity& quantity) const;
-    bool fitRowByPixels(const Series& target, const std::vector<Ratio>& ratios);
+    bool fitRowByPixels(const Series& target, const std::vector<Ratio>& ratios, Effort most);
     bool fitRowsOfFirst(const Series& size, Effort most);
     bool fitHiddenRows(const Series& size);
-    bool fitArea(const Series& target, Quantity& quantity, const std::vector<Ratio>& ratios);
-    bool fitHeader(const Series& target, Quantity& quantity, const Block& block,
-                   const std::vector<Ratio>& ratios);
-    bool fitHeaderOf(const Series& target, Quantity& quantity, Option header,
-                     const Option& payload);
+    bool fitArea(const Series& target, Quantity& quantity);
     void fitFirstRow();
     void addUnits(Ratio ratio, std::vector<Option>& options) const;
     bool fitWithoutPlanes(const Series& target);
-    bool fitUntold(const Series& target, int64_t divisor, const Series& row, const Term& rowTerm,
-                   Ratio chroma);
-    void fitTail(const Series& target, const Series& total);
+    void fitTail(const Series& target, const Series& total, Effort most);
     void fitFirstSize();
     void fitNextRow(size_t plane);
     void fitNextSize(size_t plane);
@@ -154,9 +66,6 @@ class RuleFitter {
     void fitOwn(size_t number, const std::vector<Option>& options);
     void fitSize();
     void settle(const Series& target, const std::vector<Option>& options, Quantity& quantity);
-    std::vector<Ratio> areaRatios() const;
-    Series area(const Block& block) const;
-    void takeBlock(const Block& block);
 
     const std::vector<const Answer*>& mAnswers;
     const Shape& mShape;
@@ -215,7 +124,8 @@ Series RuleFitter::valuesOf(const Quantity& quantity, const Series& base) const 
     return values;
 }
 
-bool RuleFitter::fitRowByPixels(const Series& target, const std::vector<Ratio>& ratios) {
+bool RuleFitter::fitRowByPixels(const Series& target, const std::vector<Ratio>& ratios,
+                                Effort most) {
     for (const int64_t alignment : kUnits) {
         Series pixels;
         pixels.reserve(mSizes.width.size());
@@ -227,17 +137,15 @@ bool RuleFitter::fitRowByPixels(const Series& target, const std::vector<Ratio>& 
         for (const Ratio& ratio : ratios) {
             options.push_back(scaled(pixels, {.base = Base::kAlignedWidth}, ratio, false));
         }
-        const auto found = fit(target, options, mSizes, Effort::kAligned);
-        if (found && mRule.alignedWidth.empty()) {
+        const auto found = fit(target, options, mSizes, most);
+        if (found) {
             mRule.alignedWidth = oneTerm({.base = Base::kWidth, .align = alignment});
             mAlignedWidth = pixels;
             mRule.planes[0].row = *found;
-        } else if (found == mRule.planes[0].row) {
-            mRule.alignedWidth.front().term.orAlign = alignment;
-            break;
+            return true;
         }
     }
-    return !mRule.alignedWidth.empty();
+    return false;
 }
 
 void RuleFitter::fitFirstRow() {
@@ -260,7 +168,14 @@ void RuleFitter::fitFirstRow() {
         row = *found;
         return;
     }
-    if (!fitRowByPixels(target, ratios)) {
+    if (fitRowByPixels(target, ratios, Effort::kAligned)) {
+        return;
+    }
+    if (const auto found = fit(target, options, mSizes, Effort::kOdd)) {
+        row = *found;
+        return;
+    }
+    if (!fitRowByPixels(target, ratios, Effort::kOdd)) {
         addUnits(increment > 0 ? ratios.front() : likeliest(ratios, mSizes.width, target), options);
         settle(target, options, row);
     }
@@ -319,108 +234,49 @@ bool RuleFitter::fitHiddenRows(const Series& size) {
     return false;
 }
 
-Series RuleFitter::area(const Block& block) const {
-    Series series;
-    for (size_t i = 0; i < mSizes.width.size(); ++i) {
-        series.push_back(alignUp(mSizes.width[i], block.width) *
-                         alignUp(mSizes.height[i], block.height));
-    }
-    return series;
-}
-
-void RuleFitter::takeBlock(const Block& block) {
-    mBlockTaken = true;
-    if (block.width != 1) {
-        mRule.alignedWidth = oneTerm({.base = Base::kWidth, .align = block.width});
-    }
-    if (block.height != 1) {
-        mRule.alignedHeight = oneTerm({.base = Base::kHeight, .align = block.height});
-    }
-    for (size_t i = 0; i < mSizes.width.size(); ++i) {
-        mAlignedWidth[i] = alignUp(mSizes.width[i], block.width);
-        mAlignedHeight[i] = alignUp(mSizes.height[i], block.height);
-    }
-}
-
-bool RuleFitter::fitHeader(const Series& target, Quantity& quantity, const Block& block,
-                           const std::vector<Ratio>& ratios) {
-    const Series pixels = area(block);
-    for (const Ratio& payload : ratios) {
-        const Option plain = scaled(pixels, {.base = Base::kArea, .header = true}, payload, true);
-        const Ratio most = moreThan(plain.values, target, pixels);
-        for (const int64_t per : kHeaderPixels) {
-            for (const int64_t bytes : kHeaderBytes) {
-                const Ratio ratio = reduced(bytes, per);
-                if (per <= block.width * block.height &&
-                    ratio.times * most.per <= most.times * ratio.per &&
-                    fitHeaderOf(target, quantity,
-                                scaled(pixels, {.base = Base::kArea}, ratio, true), plain)) {
-                    takeBlock(block);
-                    return true;
-                }
-            }
-        }
-    }
-    return false;
-}
-
-// A header so large, in each alignment that occurs.
-bool RuleFitter::fitHeaderOf(const Series& target, Quantity& quantity, Option header,
-                             const Option& payload) {
-    for (const int64_t alignment : kHeaderAlignments) {
-        Option option = payload;
-        for (size_t i = 0; i < option.values.size(); ++i) {
-            option.values[i] += alignUp(header.values[i], alignment);
-        }
-        if (const auto found = fit(target, {option}, mSizes, Effort::kAligned)) {
-            header.term.align = alignment;
-            mRule.header = oneTerm(header.term);
-            quantity = *found;
-            return true;
-        }
-    }
-    return false;
-}
-
-std::vector<Ratio> RuleFitter::areaRatios() const {
-    std::vector<Ratio> ratios(std::begin(kBytesPerPixel), std::end(kBytesPerPixel));
-    return ratios;
-}
-
-// A size that depends on blocks of pixels and on no row.
-bool RuleFitter::fitArea(const Series& target, Quantity& quantity,
-                         const std::vector<Ratio>& ratios) {
+// A size that depends on blocks of pixels and on no row. What a device tells the components of is
+// not compressed.
+bool RuleFitter::fitArea(const Series& target, Quantity& quantity) {
     if (mBlockTaken || !mRule.alignedWidth.empty()) {
         return false;
     }
-    for (const Block& block : kBlocks) {
-        const Series pixels = area(block);
-        std::vector<Option> options;
-        options.reserve(ratios.size());
-        for (const Ratio& ratio : ratios) {
-            options.push_back(scaled(pixels, {.base = Base::kArea}, ratio, true));
-        }
-        if (const auto found = fit(target, options, mSizes, Effort::kAligned)) {
-            quantity = *found;
-            takeBlock(block);
-            return true;
-        }
+    const bool readable = !mShape.planes.empty() && !mShape.planes.front().components.empty();
+    auto found = fitBlocks(target, mSizes);
+    if (!found && !readable) {
+        found = fitHeader(target, mSizes);
     }
-    for (const int64_t width : kSides) {
-        for (const int64_t height : kSides) {
-            if (fitHeader(target, quantity, {width, height}, ratios)) {
-                return true;
-            }
-        }
+    if (!found) {
+        return false;
     }
-    return false;
+    mBlockTaken = true;
+    mRule.alignedWidth = found->alignedWidth;
+    mRule.alignedHeight = found->alignedHeight;
+    mRule.header = found->header;
+    quantity = found->size;
+    if (!mRule.alignedWidth.empty()) {
+        mAlignedWidth = valuesOf(mRule.alignedWidth, mSizes.width);
+    }
+    if (!mRule.alignedHeight.empty()) {
+        mAlignedHeight = valuesOf(mRule.alignedHeight, mSizes.height);
+    }
+    return true;
+}
+
+bool RuleFitter::fitWithoutPlanes(const Series& target) {
+    const auto found = fitHidden(target, mSizes);
+    if (found) {
+        mRule.alignedHeight = found->alignedHeight;
+        mRule.planes = {found->plane};
+        mRule.allocationSize = found->size;
+    }
+    return found.has_value();
 }
 
 void RuleFitter::fitFirstSize() {
     const Series size = ofPlane(0, &PlaneNumbers::size);
     Quantity& quantity = mRule.planes[0].size;
-    if (constant(size, quantity) || fitRowsOfFirst(size, Effort::kAligned) || fitHiddenRows(size) ||
-        fitArea(size, quantity, areaRatios()) || fitRowsOfFirst(size, Effort::kZones)) {
+    if (constant(size, quantity) || fitRowsOfFirst(size, Effort::kOdd) || fitHiddenRows(size) ||
+        fitArea(size, quantity) || fitRowsOfFirst(size, Effort::kZones)) {
         return;
     }
     const Series row = ofPlane(0, &PlaneNumbers::row);
@@ -430,7 +286,7 @@ void RuleFitter::fitFirstSize() {
     }
     std::vector<Option> options{plain(bytes, {.base = Base::kPlane})};
     for (const Ratio& ratio : kBytesPerPixel) {
-        options.push_back(scaled(area({1, 1}), {.base = Base::kArea}, ratio, true));
+        options.push_back(scaled(mSizes.area, {.base = Base::kArea}, ratio, true));
     }
     settle(size, options, quantity);
 }
@@ -488,22 +344,27 @@ void RuleFitter::fitNextSize(size_t plane) {
     const int64_t per = std::max<int64_t>(mShape.planes[plane].verticalSubsampling, 1);
     const std::pair<Base, const Series*> bases[] = {{Base::kAlignedHeight, &mAlignedHeight},
                                                     {Base::kHeight, &mSizes.height}};
-    for (const Effort effort : {Effort::kExact, Effort::kAligned, Effort::kPlus, Effort::kZones}) {
-        for (const auto& [base, heights] : bases) {
-            for (const int way : {0, 1, 2}) {
-                // Halved after the product, or whole rows, rounded up or down.
-                const Term rows{.base = base, .up = way == 1, .per = way == 0 ? 1 : per};
-                const Series counted = valuesOf(oneTerm(rows), *heights);
-                Series bytes;
-                for (size_t i = 0; i < size.size(); ++i) {
-                    bytes.push_back(row[i] * counted[i]);
-                }
-                const auto option =
-                        scaled(bytes, {.base = Base::kPlane}, {1, way == 0 ? per : 1}, false);
-                if (const auto found = fit(size, {option}, mSizes, effort)) {
-                    rule.rows = oneTerm(rows);
-                    rule.size = *found;
-                    return;
+    for (const Effort effort : {Effort::kExact, Effort::kAligned, Effort::kPlus}) {
+        for (const int64_t align : kRowAlignments) {
+            for (const auto& [base, heights] : bases) {
+                for (const int way : {0, 1, 2}) {
+                    // Halved after the product, or whole rows, rounded up or down.
+                    const Term rows{.base = base,
+                                    .up = way == 1,
+                                    .per = way == 0 ? 1 : per,
+                                    .align = align};
+                    const Series counted = valuesOf(oneTerm(rows), *heights);
+                    Series bytes;
+                    for (size_t i = 0; i < size.size(); ++i) {
+                        bytes.push_back(row[i] * counted[i]);
+                    }
+                    const auto option =
+                            scaled(bytes, {.base = Base::kPlane}, {1, way == 0 ? per : 1}, false);
+                    if (const auto found = fit(size, {option}, mSizes, effort)) {
+                        rule.rows = oneTerm(rows);
+                        rule.size = *found;
+                        return;
+                    }
                 }
             }
         }
@@ -550,7 +411,7 @@ void RuleFitter::fitOffset(size_t plane) {
     for (size_t i = 0; i < target.size(); ++i) {
         pixels.push_back(mAlignedWidth[i] * mAlignedHeight[i]);
     }
-    for (const int64_t bytes : kHeaderBytes) {
+    for (const int64_t bytes : {16, 32, 8, 4, 1, 2, 64}) {
         options.push_back(scaled(pixels, {.base = Base::kArea}, reduced(bytes, 256), true));
     }
     settle(target, options, offset);
@@ -620,83 +481,16 @@ void RuleFitter::fitOwn(size_t number, const std::vector<Option>& options) {
     }
 }
 
-// The size of a buffer whose planes the device keeps to itself: that of one plane of whole rows,
-// and more for chroma.
-bool RuleFitter::fitWithoutPlanes(const Series& target) {
-    int64_t divisor = 0;
-    for (const int64_t size : target) {
-        divisor = std::gcd(divisor, size);
-    }
-    for (const Ratio& chroma : kChroma) {
-        for (const Ratio& pixel : kBytesPerPixel) {
-            for (const int64_t align : kRowBytes) {
-                const Series row = scaled(mSizes.width, {.base = Base::kWidth}, pixel, true).values;
-                if (fitUntold(target, divisor, row,
-                              {.base = Base::kWidth,
-                               .up = pixel.per != 1,
-                               .times = pixel.times,
-                               .per = pixel.per,
-                               .align = align},
-                              chroma)) {
-                    return true;
-                }
-            }
-        }
-    }
-    return false;
-}
-
-bool RuleFitter::fitUntold(const Series& target, int64_t divisor, const Series& row,
-                           const Term& rowTerm, Ratio chroma) {
-    for (const int64_t tail : {0, 1, 2, 8}) {
-        for (const int64_t rows : kRowAlignments) {
-            Option option{{.base = Base::kTotal, .tailRows = tail}, {}};
-            int64_t least = INT64_MAX;
-            int64_t most = 0;
-            for (size_t i = 0; i < target.size() && (i == 0 || most - least < divisor); ++i) {
-                const int64_t bytes = alignUp(row[i], rowTerm.align);
-                const int64_t plane = bytes * alignUp(mSizes.height[i], rows);
-                option.values.push_back(plane * chroma.times / chroma.per + tail * bytes);
-                least = std::min(least, target[i] - option.values.back());
-                most = std::max(most, target[i] - option.values.back());
-            }
-            const bool possible = least >= 0 && most - least < divisor;
-            const auto found =
-                    possible ? fit(target, {option}, mSizes, Effort::kPlus) : std::nullopt;
-            if (found) {
-                mRule.alignedHeight = oneTerm({.base = Base::kHeight, .align = rows});
-                PlaneRule& plane = mRule.planes.emplace_back();
-                plane.row = oneTerm(rowTerm);
-                plane.size =
-                        oneTerm({.base = Base::kPlane, .times = chroma.times, .per = chroma.per});
-                mRule.allocationSize = *found;
-                return true;
-            }
-        }
-    }
-    return false;
-}
-
-// Rows behind the planes: what explains the size, or explains it as well as a constant does.
-void RuleFitter::fitTail(const Series& target, const Series& total) {
-    Quantity& size = mRule.allocationSize;
-    for (const int64_t tail : {1, 2, 4, 8, 16, 32}) {
-        if (!size.empty() && !size.front().term.plusOpen) {
-            return;
-        }
+// Rows behind the planes.
+void RuleFitter::fitTail(const Series& target, const Series& total, Effort most) {
+    for (const int64_t tail : {1, 2, 4, 8, 16, 32, 3}) {
         Option option = plain(total, {.base = Base::kTotal, .tailRows = tail});
         for (size_t i = 0; i < total.size(); ++i) {
             option.values[i] += tail * mAnswers[i]->numbers.planes[0].row;
         }
-        const auto found = fit(target, {option}, mSizes, Effort::kPlus);
-        if (found && size.empty()) {
-            size = *found;
-        } else if (found) {
-            Term& term = size.front().term;
-            term.orTailRows = tail;
-            term.orPlus = found->front().term.plus;
-            term.orAlign = found->front().term.align;
-            return;
+        const auto found = fit(target, {option}, mSizes, most);
+        if (found && mRule.allocationSize.empty()) {
+            mRule.allocationSize = *found;
         }
     }
 }
@@ -724,14 +518,20 @@ void RuleFitter::fitSize() {
         options.push_back(plain(collect([&](const Answer& answer) { return endOf(answer, i); }),
                                 {.base = Base::kEnd, .plane = static_cast<uint8_t>(i)}));
     }
-    if (const auto found = fit(target, options, mSizes, Effort::kPlus)) {
-        mRule.allocationSize = *found == oneTerm({.base = Base::kTotal}) ? Quantity() : *found;
+    for (const Effort most : {Effort::kPlus, Effort::kOdd}) {
+        const auto found = fit(target, options, mSizes, most);
+        if (found) {
+            mRule.allocationSize = *found == oneTerm({.base = Base::kTotal}) ? Quantity() : *found;
+            return;
+        }
+        if (planes != 0) {
+            fitTail(target, total, most);
+        }
+        if (!mRule.allocationSize.empty()) {
+            return;
+        }
     }
-    if (planes != 0) {
-        fitTail(target, total);
-    }
-    if (mRule.allocationSize.empty() && target != total &&
-        !fitArea(target, mRule.allocationSize, areaRatios())) {
+    if (!fitArea(target, mRule.allocationSize)) {
         settle(target, options, mRule.allocationSize);
     }
     fitOwn(kOwnSize, options);

@@ -7,8 +7,7 @@
 #include <utility>
 
 #include "profile/Evaluate.h"
-#include "profile/FitNumbers.h"
-#include "profile/Words.h"
+#include "profile/Fit.h"
 
 namespace zelkcam::profile {
 namespace {
@@ -51,7 +50,6 @@ std::vector<Group> groupUsages(const std::vector<const Samples*>& format) {
     return groups;
 }
 
-using Answers = std::vector<const Answer*>;
 using AnswerKind = std::pair<int32_t, uint32_t>;  // answer and shape
 
 AnswerKind kindOf(const Answer& answer) {
@@ -81,56 +79,105 @@ const Answer* firstCaught(const SizeTest& test, const Answers& answers) {
     return found == answers.end() ? nullptr : *found;
 }
 
-// The lowest limit of the axis above which all answers are of one kind.
-std::optional<SizeTest> limitOn(Axis axis, const Answers& answers) {
-    std::set<int64_t> edges;
+// The limit of the axis that catches the most answers, all of one kind: those above it, or those up
+// to it.
+std::optional<SizeTest> limitOn(SizeOp op, Axis axis, const Answers& answers) {
+    std::vector<std::pair<int64_t, AnswerKind>> sorted;
     for (const Answer* const answer : answers) {
-        edges.insert(onAxis(axis, answer->width, answer->height));
+        sorted.emplace_back(onAxis(axis, answer->width, answer->height), kindOf(*answer));
     }
-    std::optional<SizeTest> best;
-    for (auto edge = edges.rbegin(); edge != edges.rend(); ++edge) {
-        const auto below = std::next(edge);
-        if (below == edges.rend()) {
-            break;
-        }
-        SizeTest test{SizeOp::kAbove, axis, roundest(*below, *edge - 1), *below, *edge};
-        if (pureCatch(test, answers) == 0) {
-            break;
-        }
-        best = test;
+    std::sort(sorted.begin(), sorted.end());
+    if (op == SizeOp::kAbove) {
+        std::reverse(sorted.begin(), sorted.end());
     }
-    return best;
+    const auto other = std::find_if(sorted.begin(), sorted.end(), [&](const auto& one) {
+        return one.second != sorted.front().second;
+    });
+    if (other == sorted.end()) {
+        return std::nullopt;
+    }
+    // Sizes at which both kinds occur lie beyond the limit.
+    auto last = other;
+    while (last != sorted.begin() && std::prev(last)->first == other->first) {
+        --last;
+    }
+    if (last == sorted.begin()) {
+        return std::nullopt;
+    }
+    const int64_t sure = std::min(std::prev(last)->first, other->first);
+    const int64_t next = std::max(std::prev(last)->first, other->first);
+    return SizeTest{op, axis, roundest(sure, next - 1), sure, next};
 }
 
+// The kind that most are of; refusals, of which the search for limits leads to many, only count
+// where nothing is granted.
 AnswerKind majority(const Answers& answers) {
     std::map<AnswerKind, size_t> counts;
     for (const Answer* const answer : answers) {
         ++counts[kindOf(*answer)];
     }
     return std::max_element(counts.begin(), counts.end(),
-                            [](const auto& a, const auto& b) { return a.second < b.second; })
+                            [](const auto& a, const auto& b) {
+                                return std::pair(a.first.first == kGranted, a.second) <
+                                       std::pair(b.first.first == kGranted, b.second);
+                            })
             ->first;
+}
+
+// Conditions that catch answers of one kind only.
+std::vector<SizeTest> sizeTests(const Answers& answers) {
+    std::vector<SizeTest> tests;
+    for (const SizeOp op : {SizeOp::kOddWidth, SizeOp::kOddHeight}) {
+        for (const int64_t unit : {2, 4, 8, 16}) {
+            tests.push_back({.op = op, .unit = unit});
+        }
+    }
+    for (const SizeOp op : {SizeOp::kAbove, SizeOp::kUpTo}) {
+        for (const Axis axis : {Axis::kWidth, Axis::kHeight, Axis::kArea}) {
+            if (const auto limit = limitOn(op, axis, answers)) {
+                tests.push_back(*limit);
+            }
+        }
+    }
+    return tests;
+}
+
+bool isOdd(const SizeTest& test) {
+    return test.op == SizeOp::kOddWidth || test.op == SizeOp::kOddHeight;
+}
+
+// Whether all that one condition catches is caught by another.
+bool isWithin(const SizeTest& test, const SizeTest& other, const Answers& answers) {
+    return std::all_of(answers.begin(), answers.end(), [&](const Answer* answer) {
+        return !holds(test, *answer) || holds(other, *answer);
+    });
+}
+
+// The conditions that catch answers of one kind only. An odd size beyond a limit is no sign that
+// odd sizes are refused.
+std::vector<SizeTest> pureTests(const Answers& answers) {
+    std::vector<SizeTest> tests = sizeTests(answers);
+    std::erase_if(tests, [&](const SizeTest& test) { return pureCatch(test, answers) == 0; });
+    const std::vector<SizeTest> all = tests;
+    std::erase_if(tests, [&](const SizeTest& test) {
+        return isOdd(test) && std::any_of(all.begin(), all.end(), [&](const SizeTest& other) {
+                   return !isOdd(other) && isWithin(test, other, answers);
+               });
+    });
+    return tests;
 }
 
 // The condition that takes the most answers of one kind away: sizes that are no whole samples
 // first, then what is larger than most, and only then the many.
 std::optional<SizeTest> bestSizeTest(const Answers& answers) {
-    std::vector<SizeTest> tests{{.op = SizeOp::kOddWidth}, {.op = SizeOp::kOddHeight}};
-    for (const Axis axis : {Axis::kWidth, Axis::kHeight, Axis::kArea}) {
-        if (const auto limit = limitOn(axis, answers)) {
-            tests.push_back(*limit);
-        }
-    }
     const AnswerKind many = majority(answers);
     std::optional<SizeTest> best;
     std::tuple<bool, bool, size_t> most{};
-    for (const SizeTest& test : tests) {
-        const size_t count = pureCatch(test, answers);
-        const auto* const one = count == 0 ? nullptr : firstCaught(test, answers);
-        if (one == nullptr) {
-            continue;
-        }
-        const std::tuple merit(kindOf(*one) != many, test.op != SizeOp::kAbove, count);
+    for (const SizeTest& test : pureTests(answers)) {
+        const AnswerKind kind = kindOf(*firstCaught(test, answers));
+        // Whole fours and more are a device's demand only where nothing else explains a refusal.
+        const bool odd = isOdd(test) && test.unit == 2 && kind.first != kGranted;
+        const std::tuple merit(kind != many, odd, pureCatch(test, answers));
         if (merit > most) {
             most = merit;
             best = test;
@@ -139,46 +186,31 @@ std::optional<SizeTest> bestSizeTest(const Answers& answers) {
     return best;
 }
 
-size_t countExplained(const Rule& rule, const Shape& shape, const Answers& answers) {
-    return static_cast<size_t>(
-            std::count_if(answers.begin(), answers.end(), [&](const Answer* answer) {
-                const auto numbers = evaluate(rule, answer->width, answer->height);
-                return kindOf(*answer) == AnswerKind(kGranted, rule.shape) && numbers &&
-                       asTold(shape, *numbers, answer->height) == answer->numbers;
-            }));
+// Answers of one class of usages that are mostly of one kind, and the sizes that they are for.
+struct Leaf {
+    size_t finding = 0;
+    AnswerKind kind;
+    Answers answers;
+    Answers alike;  // those of the kind
+    std::vector<SizeTest> size;
+    size_t layout = kNoLayout;
+};
+
+Leaf leafOf(size_t finding, const Answers& answers, const std::vector<SizeTest>& size) {
+    Leaf leaf;
+    leaf.finding = finding;
+    leaf.kind = majority(answers);
+    leaf.answers = answers;
+    leaf.size = size;
+    std::copy_if(answers.begin(), answers.end(), std::back_inserter(leaf.alike),
+                 [&](const Answer* answer) { return kindOf(*answer) == leaf.kind; });
+    return leaf;
 }
 
-// One rule for answers of which most are of one kind.
-Rule ruleFor(const Answers& answers, const std::vector<Shape>& shapes) {
-    const AnswerKind kind = majority(answers);
-    Answers alike;
-    Evidence evidence;
-    for (const Answer* const answer : answers) {
-        evidence.maxWidth = std::max<int64_t>(evidence.maxWidth, answer->width);
-        evidence.maxHeight = std::max<int64_t>(evidence.maxHeight, answer->height);
-        if (kindOf(*answer) == kind) {
-            alike.push_back(answer);
-        }
-    }
-    Rule rule;
-    rule.answer = kind.first;
-    size_t explained = alike.size();
-    if (kind.first == kGranted) {
-        rule.shape = kind.second;
-        fitNumbers(alike, shapes[rule.shape], rule);
-        explained = countExplained(rule, shapes[rule.shape], alike);
-    }
-    evidence.samples = static_cast<int64_t>(answers.size());
-    evidence.exceptions = static_cast<int64_t>(answers.size() - explained);
-    rule.evidence = evidence;
-    return rule;
-}
-
-// Rules by size for answers of several kinds, and at last one for the rest.
-std::vector<Rule> rulesBySize(Answers answers, const std::vector<Shape>& shapes) {
-    constexpr size_t kMost = 6;
-    std::vector<Rule> rules;
-    while (rules.size() < kMost) {
+// Takes answers of another kind than the rest away by size until one kind is left.
+void splitByKind(size_t finding, Answers answers, std::vector<Leaf>& leaves) {
+    constexpr int kMost = 8;
+    for (int i = 0; i < kMost; ++i) {
         const AnswerKind first = kindOf(*answers.front());
         const bool alike = std::all_of(answers.begin(), answers.end(), [&](const Answer* answer) {
             return kindOf(*answer) == first;
@@ -187,18 +219,13 @@ std::vector<Rule> rulesBySize(Answers answers, const std::vector<Shape>& shapes)
         if (!test) {
             break;
         }
-        Answers caught;
-        for (const Answer* const answer : answers) {
-            if (holds(*test, *answer)) {
-                caught.push_back(answer);
-            }
-        }
-        rules.push_back(ruleFor(caught, shapes));
-        rules.back().size = {*test};
-        std::erase_if(answers, [&](const Answer* answer) { return holds(*test, *answer); });
+        const auto rest =
+                std::stable_partition(answers.begin(), answers.end(),
+                                      [&](const Answer* answer) { return holds(*test, *answer); });
+        leaves.push_back(leafOf(finding, {answers.begin(), rest}, {*test}));
+        answers.erase(answers.begin(), rest);
     }
-    rules.push_back(ruleFor(answers, shapes));
-    return rules;
+    leaves.push_back(leafOf(finding, answers, {}));
 }
 
 Answers answersOf(const Group& group) {
@@ -207,87 +234,6 @@ Answers answersOf(const Group& group) {
         answers.push_back(answer);
     }
     return answers;
-}
-
-// What is left for the last of some rules by size.
-Answers remaining(Answers answers, const std::vector<Rule>& rules) {
-    for (const Rule& rule : rules) {
-        if (!rule.size.empty()) {
-            std::erase_if(answers,
-                          [&](const Answer* answer) { return holds(rule.size.front(), *answer); });
-        }
-    }
-    return answers;
-}
-
-// A device that keeps the planes of some buffers to itself lays them out as it does others of the
-// format: their formulas explain its sizes, too.
-void borrowPlanes(const Answers& answers, const std::vector<Rule>& others,
-                  const std::vector<Shape>& shapes, Rule& rule) {
-    for (const Rule& other : others) {
-        if (rule.evidence->exceptions == 0) {
-            return;
-        }
-        Rule borrowed = other;
-        borrowed.usage = rule.usage;
-        borrowed.size = rule.size;
-        borrowed.shape = rule.shape;
-        borrowed.stride = rule.stride;
-        borrowed.answeredStride = rule.answeredStride;
-        for (const auto& [name, quantity] : kOwnNumbers) {
-            borrowed.*quantity = rule.*quantity;
-        }
-        borrowed.evidence = rule.evidence;
-        const size_t explained = countExplained(borrowed, shapes[rule.shape], answers);
-        borrowed.evidence->exceptions = static_cast<int64_t>(answers.size() - explained);
-        if (borrowed.evidence->exceptions < rule.evidence->exceptions) {
-            rule = borrowed;
-        }
-    }
-}
-
-using GroupRules = std::vector<std::vector<Rule>>;  // by group
-
-GroupRules rulesOfGroups(const std::vector<Group>& groups, const std::vector<Shape>& shapes) {
-    GroupRules rules;
-    std::vector<Rule> told;
-    for (const Group& group : groups) {
-        rules.push_back(rulesBySize(answersOf(group), shapes));
-        const Rule& last = rules.back().back();
-        if (last.answer == kGranted && !last.planes.empty()) {
-            told.push_back(last);
-        }
-    }
-    for (size_t i = 0; i < groups.size(); ++i) {
-        Rule& last = rules[i].back();
-        if (last.answer == kGranted && last.planes.empty()) {
-            borrowPlanes(remaining(answersOf(groups[i]), rules[i]), told, shapes, last);
-        }
-    }
-    return rules;
-}
-
-FormatRules rulesOf(const std::vector<const Samples*>& format, const std::vector<Shape>& shapes) {
-    FormatRules result;
-    result.format = format.front()->format;
-    const std::vector<Group> groups = groupUsages(format);
-    std::vector<std::pair<uint64_t, size_t>> usages;
-    for (size_t i = 0; i < groups.size(); ++i) {
-        for (const uint64_t usage : groups[i].usages) {
-            usages.emplace_back(usage, i);
-            result.usages.push_back(usage);
-        }
-    }
-    std::sort(result.usages.begin(), result.usages.end());
-    std::sort(usages.begin(), usages.end());
-    const GroupRules rules = rulesOfGroups(groups, shapes);
-    for (const UsageClass& one : separate(usages)) {
-        for (Rule rule : rules[one.number]) {
-            rule.usage = one.tests;
-            result.rules.push_back(std::move(rule));
-        }
-    }
-    return result;
 }
 
 using LockTable = std::map<uint64_t, LockAnswer>;
@@ -346,23 +292,186 @@ void inferLocks(Profile& profile) {
     addLockRules(common, {}, profile.locks);
 }
 
+// All that is told of formats and usages, taken apart.
+struct Leaves {
+    std::vector<Finding> findings;
+    std::vector<Leaf> leaves;
+    std::vector<Told> told;
+};
+
+Leaves leavesOf(const std::map<int32_t, std::vector<const Samples*>>& formats) {
+    Leaves all;
+    for (const auto& [format, samples] : formats) {
+        for (const Group& group : groupUsages(samples)) {
+            all.findings.push_back({format, group.usages, {}});
+            splitByKind(all.findings.size() - 1, answersOf(group), all.leaves);
+        }
+    }
+    for (Leaf& leaf : all.leaves) {
+        if (leaf.kind.first == kGranted) {
+            leaf.layout = all.told.size();  // until layouts are known, the number of what is told
+            const Finding& finding = all.findings[leaf.finding];
+            const uint64_t key = finding.usages.front() << 32 ^
+                                 static_cast<uint64_t>(leaf.size.size()) << 60 ^
+                                 static_cast<uint32_t>(finding.format);
+            all.told.push_back({key, leaf.kind.second, leaf.alike});
+        }
+    }
+    return all;
+}
+
+Evidence evidenceOf(const Leaf& leaf) {
+    Evidence evidence;
+    for (const Answer* const answer : leaf.answers) {
+        evidence.maxWidth = std::max<int64_t>(evidence.maxWidth, answer->width);
+        evidence.maxHeight = std::max<int64_t>(evidence.maxHeight, answer->height);
+    }
+    return evidence;
+}
+
+FoundRule refusalOf(const Leaf& leaf) {
+    FoundRule found;
+    found.rule.answer = leaf.kind.first;
+    found.rule.size = leaf.size;
+    found.rule.evidence = evidenceOf(leaf);
+    found.rule.evidence->samples = static_cast<int64_t>(leaf.answers.size());
+    found.rule.evidence->exceptions = static_cast<int64_t>(leaf.answers.size() - leaf.alike.size());
+    found.layout = kNoLayout;
+    found.own = leaf.size.size();
+    return found;
+}
+
+bool holdsAll(const std::vector<SizeTest>& tests, const Size& size) {
+    return std::all_of(tests.begin(), tests.end(),
+                       [&](const SizeTest& test) { return holds(test, size.first, size.second); });
+}
+
+const FoundRule* ruleFor(const Finding& finding, const Size& size) {
+    const auto found =
+            std::find_if(finding.rules.begin(), finding.rules.end(),
+                         [&](const FoundRule& one) { return holdsAll(one.rule.size, size); });
+    return found == finding.rules.end() ? nullptr : &*found;
+}
+
+// The rules of a layout for the sizes of a leaf.
+void addRules(const Leaf& leaf, const Layout& layout, const Shape& shape,
+              std::vector<FoundRule>& rules) {
+    Answers answers = leaf.answers;
+    for (Rule rule : layout.rules) {
+        const auto rest =
+                std::stable_partition(answers.begin(), answers.end(), [&](const Answer* answer) {
+                    return holdsAll(rule.size, {answer->width, answer->height});
+                });
+        const Answers its(answers.begin(), rest);
+        answers.erase(answers.begin(), rest);
+        Evidence evidence = evidenceOf(leaf);
+        evidence.maxWidth = std::max(evidence.maxWidth, layout.maxWidth);
+        evidence.maxHeight = std::max(evidence.maxHeight, layout.maxHeight);
+        evidence.samples = static_cast<int64_t>(its.size());
+        const auto explained = std::count_if(its.begin(), its.end(), [&](const Answer* answer) {
+            return kindOf(*answer) == leaf.kind && explains(rule, {answer}, shape);
+        });
+        evidence.exceptions = evidence.samples - explained;
+        rule.evidence = evidence;
+        rule.shape = leaf.kind.second;
+        rule.size.insert(rule.size.begin(), leaf.size.begin(), leaf.size.end());
+        rules.push_back({std::move(rule), leaf.layout, leaf.size.size()});
+    }
+}
+
+// Which usage of a format is answered by which rules.
+FormatRules rulesOf(const std::vector<Finding>& findings, int32_t format) {
+    FormatRules result;
+    result.format = format;
+    std::vector<std::pair<uint64_t, size_t>> usages;
+    for (size_t i = 0; i < findings.size(); ++i) {
+        for (const uint64_t usage : findings[i].usages) {
+            if (findings[i].format == format) {
+                usages.emplace_back(usage, i);
+                result.usages.push_back(usage);
+            }
+        }
+    }
+    std::sort(result.usages.begin(), result.usages.end());
+    std::sort(usages.begin(), usages.end());
+    for (const UsageClass& one : separate(usages)) {
+        for (const FoundRule& found : findings[one.number].rules) {
+            result.rules.push_back(found.rule);
+            result.rules.back().usage = one.tests;
+        }
+    }
+    return result;
+}
+
 }  // namespace
 
-FormatRules inferFormat(const std::vector<const Samples*>& samples,
-                        const std::vector<Shape>& shapes) {
-    return rulesOf(samples, shapes);
+bool isRefused(const Finding& finding, const Size& size) {
+    const FoundRule* const found = ruleFor(finding, size);
+    return found != nullptr && found->rule.answer != kGranted;
+}
+
+std::optional<Answer> predict(const Finding& finding, const std::vector<Shape>& shapes,
+                              const Size& size) {
+    const FoundRule* const found = ruleFor(finding, size);
+    if (found == nullptr) {
+        return std::nullopt;
+    }
+    Answer answer;
+    answer.width = size.first;
+    answer.height = size.second;
+    answer.answer = found->rule.answer;
+    if (answer.answer != kGranted) {
+        return answer;
+    }
+    const auto numbers = evaluate(found->rule, size.first, size.second);
+    if (!numbers) {
+        return std::nullopt;
+    }
+    answer.shape = found->rule.shape;
+    answer.numbers = asTold(shapes[answer.shape], *numbers, size.second);
+    return answer;
+}
+
+std::vector<Finding> findRules(const std::vector<const Samples*>& samples,
+                               const std::vector<Shape>& shapes, KnownLayouts& known) {
+    std::map<int32_t, std::vector<const Samples*>> formats;
+    for (const Samples* const one : samples) {
+        formats[one->format].push_back(one);
+    }
+    Leaves all = leavesOf(formats);
+    const std::vector<Layout> layouts = findLayouts(all.told, shapes, known);
+    std::vector<size_t> layoutOf(all.told.size());
+    for (size_t i = 0; i < layouts.size(); ++i) {
+        for (const size_t member : layouts[i].members) {
+            layoutOf[member] = i;
+        }
+    }
+    for (Leaf& leaf : all.leaves) {
+        auto& rules = all.findings[leaf.finding].rules;
+        if (leaf.kind.first != kGranted) {
+            rules.push_back(refusalOf(leaf));
+            continue;
+        }
+        leaf.layout = layoutOf[leaf.layout];
+        addRules(leaf, layouts[leaf.layout], shapes[leaf.kind.second], rules);
+    }
+    return std::move(all.findings);
 }
 
 void infer(Profile& profile) {
-    profile.formats.clear();
-    std::map<int32_t, std::vector<const Samples*>> formats;
-    for (const Samples& samples : profile.samples) {
-        if (!samples.answers.empty()) {
-            formats[samples.format].push_back(&samples);
+    std::vector<const Samples*> samples;
+    std::set<int32_t> formats;
+    for (const Samples& one : profile.samples) {
+        if (!one.answers.empty()) {
+            samples.push_back(&one);
+            formats.insert(one.format);
         }
     }
-    for (const auto& [format, samples] : formats) {
-        profile.formats.push_back(inferFormat(samples, profile.shapes));
+    KnownLayouts known;
+    const std::vector<Finding> findings = findRules(samples, profile.shapes, known);
+    profile.formats.clear();
+    for (const int32_t format : formats) {
+        profile.formats.push_back(rulesOf(findings, format));
     }
     inferLocks(profile);
 }

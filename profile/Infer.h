@@ -2,22 +2,45 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <utility>
 #include <vector>
 
+#include "profile/Layouts.h"
 #include "profile/Profile.h"
 
 namespace zelkcam::profile {
-
-using Size = std::pair<uint32_t, uint32_t>;  // width and height
 
 // Fills the profile's formats and locks from its shapes and samples. The same samples give the same
 // rules.
 void infer(Profile& profile);
 
-// The rules of one format; its samples are of different usages and none is empty.
-FormatRules inferFormat(const std::vector<const Samples*>& samples,
-                        const std::vector<Shape>& shapes);
+inline constexpr size_t kNoLayout = SIZE_MAX;
+
+// A rule, and the number of the layout that it shares with rules of other formats and usages.
+struct FoundRule {
+    Rule rule;          // without conditions on usages
+    size_t layout = 0;  // or kNoLayout, of a refusal
+    size_t own = 0;     // so many of its conditions on sizes are the format's, not the layout's
+};
+
+// What is known about some usages of a format that nothing tells apart.
+struct Finding {
+    int32_t format = 0;
+    std::vector<uint64_t> usages;
+    std::vector<FoundRule> rules;  // the first whose conditions hold
+};
+
+// Whether the first rule whose conditions hold refuses.
+bool isRefused(const Finding& finding, const Size& size);
+
+// What the first rule whose conditions hold answers; nothing if its numbers leave their range.
+std::optional<Answer> predict(const Finding& finding, const std::vector<Shape>& shapes,
+                              const Size& size);
+
+// What samples tell; they are of different formats and usages and none is empty.
+std::vector<Finding> findRules(const std::vector<const Samples*>& samples,
+                               const std::vector<Shape>& shapes, KnownLayouts& known);
 
 // Whether two requests of one size were answered alike.
 inline bool sameAnswer(const Answer& a, const Answer& b) {

@@ -118,10 +118,11 @@ enum class Base : uint8_t {
 
 // One formula: the base in whole `unit`s, times `times`, divided by `per` and rounded (down unless
 // `up`), plus `plus` and `tailRows` rows of the first plane and, if asked for, the header; rounded
-// up to `align`.
+// up to `align`; `extra` more if that is a multiple of `extraAt` (devices avoid rows that are
+// powers of two so); and never less than `least`.
 //
-// Where samples leave several values open, the others are kept: a request for which they make a
-// difference is answered by a guess.
+// The or... are other values that the samples allow, as profiles had them before a rule held whole
+// other formulas; a request for which they make a difference is answered by a guess.
 struct Term {
     Base base = Base::kConstant;
     uint8_t plane = 0;
@@ -133,6 +134,9 @@ struct Term {
     int64_t plus = 0;
     int64_t tailRows = 0;
     int64_t align = 1;
+    int64_t extra = 0;
+    int64_t extraAt = 1;
+    int64_t least = 0;
     int64_t orUnit = 0;   // 0: nothing is open
     int64_t orAlign = 0;  // likewise
     int64_t orPlus = 0;   // meaningful with plusOpen, and so are the rows
@@ -176,15 +180,17 @@ struct UsageTest {
     bool operator==(const UsageTest&) const = default;
 };
 
-enum class SizeOp : uint8_t { kAbove, kOddWidth, kOddHeight };
+enum class SizeOp : uint8_t { kAbove, kUpTo, kOddWidth, kOddHeight };
 
 struct SizeTest {
     SizeOp op = SizeOp::kAbove;
-    // With kAbove: larger than `limit`. Surely not so up to `sure`, surely so from `next` on.
+    // With kAbove: larger than `limit`. Surely not so up to `sure`, surely so from `next` on. With
+    // kUpTo the opposite.
     Axis axis = Axis::kWidth;
     int64_t limit = 0;
     int64_t sure = 0;
     int64_t next = 0;
+    int64_t unit = 2;  // with kOddWidth and kOddHeight: of what the size is no multiple
 
     bool operator==(const SizeTest&) const = default;
 };
@@ -208,6 +214,9 @@ struct Rule {
     Quantity extensionStride, verticalStride, extensionSize;  // empty: what the mapper tells
     std::vector<PlaneRule> planes;
     std::optional<Evidence> evidence;
+    // Formulas that explain the samples as well: where they answer otherwise, the rule guesses. Of
+    // these only the quantities count.
+    std::vector<Rule> others;
 
     bool operator==(const Rule&) const = default;
 };

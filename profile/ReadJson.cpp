@@ -3,6 +3,7 @@
 #include <set>
 #include <tuple>
 
+#include "profile/Evaluate.h"
 #include "profile/Json.h"
 #include "profile/Value.h"
 #include "profile/Words.h"
@@ -27,6 +28,7 @@ constexpr int64_t kMaxAlignment = 1 << 24;
 constexpr size_t kMaxText = 200;
 constexpr size_t kMaxRules = 64;
 constexpr size_t kMaxCases = 8;
+constexpr size_t kMaxOthers = 16;
 constexpr size_t kMaxFormats = 256;
 constexpr size_t kMaxShapes = 4096;
 constexpr size_t kMaxGroups = 16384;
@@ -257,11 +259,13 @@ uint32_t fourcc(const Node& node) {
 
 Term readTerm(const Node& node, bool amongCases) {
     if (amongCases) {
-        node.allow({"of", "plane", "up", "header", "unit", "times", "per", "plus", "tailRows",
-                    "align", "orUnit", "orTailRows", "orAlign", "orPlus", "upTo", "sure", "next"});
+        node.allow({"of",         "plane",    "up",     "header", "unit",    "times", "per",
+                    "plus",       "tailRows", "align",  "extra",  "extraAt", "least", "orUnit",
+                    "orTailRows", "orAlign",  "orPlus", "upTo",   "sure",    "next"});
     } else {
         node.allow({"of", "plane", "up", "header", "unit", "times", "per", "plus", "tailRows",
-                    "align", "orUnit", "orTailRows", "orAlign", "orPlus"});
+                    "align", "extra", "extraAt", "least", "orUnit", "orTailRows", "orAlign",
+                    "orPlus"});
     }
     Term term;
     term.base = node.at("of").word(kBases);
@@ -274,6 +278,9 @@ Term readTerm(const Node& node, bool amongCases) {
     term.plus = integerOr(node, "plus", -kMaxNumber, kMaxNumber, 0);
     term.tailRows = integerOr(node, "tailRows", 0, kMaxFactor, 0);
     term.align = integerOr(node, "align", 1, kMaxAlignment, 1);
+    term.extra = integerOr(node, "extra", 0, kMaxNumber, 0);
+    term.extraAt = integerOr(node, "extraAt", 1, kMaxAlignment, 1);
+    term.least = integerOr(node, "least", 0, kMaxNumber, 0);
     term.orUnit = integerOr(node, "orUnit", 0, kMaxAlignment, 0);
     term.orAlign = integerOr(node, "orAlign", 0, kMaxAlignment, 0);
     term.plusOpen = node.has("orPlus");
@@ -356,19 +363,24 @@ std::vector<UsageTest> readUsageTests(const Node& node) {
 }
 
 SizeTest readSizeTest(const Node& node) {
-    node.allow({"odd", "above", "sure", "next"});
+    node.allow({"odd", "unit", "above", "upTo", "sure", "next"});
     if (node.has("odd")) {
-        if (node.size() != 1) {
+        if (node.size() != (node.has("unit") ? 2 : 1)) {
             node.fail("\"odd\" or a limit expected, not both");
         }
         const Axis axis = node.at("odd").word(kAxes);
         if (axis == Axis::kArea) {
             node.fail("width or height expected");
         }
-        return {.op = axis == Axis::kWidth ? SizeOp::kOddWidth : SizeOp::kOddHeight};
+        return {.op = axis == Axis::kWidth ? SizeOp::kOddWidth : SizeOp::kOddHeight,
+                .unit = integerOr(node, "unit", 2, kMaxAlignment, 2)};
     }
-    const Limit limit = readLimit(node, "above");
-    return {SizeOp::kAbove, limit.axis, limit.value, limit.sure, limit.next};
+    const bool upTo = node.has("upTo");
+    if (node.has("unit") || (upTo && node.has("above"))) {
+        node.fail("one limit expected");
+    }
+    const Limit limit = readLimit(node, upTo ? "upTo" : "above");
+    return {upTo ? SizeOp::kUpTo : SizeOp::kAbove, limit.axis, limit.value, limit.sure, limit.next};
 }
 
 Evidence readEvidence(const Node& node) {
@@ -379,9 +391,8 @@ Evidence readEvidence(const Node& node) {
             node.at("maxHeight").integer(0, kMaxNumber)};
 }
 
-PlaneRule readPlaneRule(const Node& node) {
+PlaneRule readPlaneRule(const Node& node, PlaneRule rule) {
     node.allow({"row", "rows", "size", "offset", "width", "height"});
-    PlaneRule rule;
     for (const auto& [name, quantity] : kPlaneQuantities) {
         if (node.has(name)) {
             rule.*quantity = readQuantity(node.at(name));
@@ -469,7 +480,7 @@ void requirePlanes(const Node& node, const Rule& rule) {
 }
 
 void requireNothingGranted(const Node& node) {
-    bool granted = node.has("shape") || node.has("planes");
+    bool granted = node.has("shape") || node.has("planes") || node.has("others");
     for (const auto& [name, quantity] : kRuleQuantities) {
         granted = granted || node.has(name);
     }
@@ -478,10 +489,39 @@ void requireNothingGranted(const Node& node) {
     }
 }
 
+void readQuantities(const Node& node, Rule& rule) {
+    for (const auto& [name, quantity] : kRuleQuantities) {
+        if (node.has(name)) {
+            rule.*quantity = readQuantity(node.at(name));
+        }
+    }
+}
+
+// Formulas that explain the samples as well, given by what is different.
+Rule readOther(const Node& node, const Rule& rule) {
+    node.allow({"alignedWidth", "alignedHeight", "header", "stride", "answeredStride",
+                "allocationSize", "extensionStride", "verticalStride", "extensionSize", "planes"});
+    Rule other = quantitiesOf(rule);
+    readQuantities(node, other);
+    if (node.has("planes")) {
+        const Node planes = node.at("planes");
+        other.planes.resize(planes.count(kMaxPlanes));
+        if (other.planes.size() < rule.planes.size()) {
+            planes.fail("as many planes as the rule has expected");
+        }
+        for (size_t i = 0; i < other.planes.size(); ++i) {
+            other.planes[i] = readPlaneRule(planes.at(i), other.planes[i]);
+        }
+    }
+    requireBases(node, other);
+    requirePlanes(node, other);
+    return other;
+}
+
 Rule readRule(const Node& node, const std::vector<Shape>& shapes) {
     node.allow({"usage", "size", "refuse", "shape", "alignedWidth", "alignedHeight", "header",
                 "stride", "answeredStride", "allocationSize", "extensionStride", "verticalStride",
-                "extensionSize", "planes", "evidence"});
+                "extensionSize", "planes", "evidence", "others"});
     Rule rule;
     rule.usage = readUsageTests(node);
     rule.size = optionalList<SizeTest>(node, "size", 16, readSizeTest);
@@ -495,12 +535,9 @@ Rule readRule(const Node& node, const std::vector<Shape>& shapes) {
     }
     rule.shape = static_cast<uint32_t>(
             node.at("shape").integer(0, static_cast<int64_t>(shapes.size()) - 1));
-    for (const auto& [name, quantity] : kRuleQuantities) {
-        if (node.has(name)) {
-            rule.*quantity = readQuantity(node.at(name));
-        }
-    }
-    rule.planes = optionalList<PlaneRule>(node, "planes", kMaxPlanes, readPlaneRule);
+    readQuantities(node, rule);
+    rule.planes = optionalList<PlaneRule>(node, "planes", kMaxPlanes,
+                                          [](const Node& one) { return readPlaneRule(one, {}); });
     // A device may keep its planes to itself; the rule counts with them all the same.
     const size_t told = shapes[rule.shape].planes.size();
     if (told != 0 && rule.planes.size() != told) {
@@ -509,6 +546,9 @@ Rule readRule(const Node& node, const std::vector<Shape>& shapes) {
     }
     requireBases(node, rule);
     requirePlanes(node, rule);
+    const Rule& known = rule;
+    rule.others = optionalList<Rule>(node, "others", kMaxOthers,
+                                     [&](const Node& one) { return readOther(one, known); });
     return rule;
 }
 

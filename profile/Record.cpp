@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "profile/Infer.h"
+#include "profile/Questions.h"
 #include "profile/Usage.h"
 
 namespace zelkcam::profile {
@@ -41,55 +42,75 @@ constexpr uint64_t kUsages[] = {
         kProtected | kCameraWrite,
 };
 
-// Sizes that every usage is asked about: they tell usages apart.
-constexpr Size kCommonSizes[] = {{66, 34}, {1922, 1082}, {4098, 18}};
+// Sizes that every usage is asked about, as they tell usages apart: whole fours, since some devices
+// refuse others, and above the thresholds that devices have.
+constexpr Size kSmall = {68, 36};
+constexpr Size kLarge = {3844, 2172};
+// For devices that refuse the large one.
+constexpr Size kMedium = {1028, 1092};
+
+// One usage of each class is asked about these: they tell whether its layout is known already.
+constexpr Size kChecks[] = {{2052, 132}, {132, 2052},  {516, 260},   {1028, 1092},
+                            {1283, 724}, {1284, 723},  {1286, 724},  {640, 480},
+                            {1280, 720}, {1920, 1080}, {4000, 3000}, {4100, 20}};
 
 // One dimension at a time. A row of one pixel shows an alignment at its widest; the numbers beside
 // powers of two show where a device begins to do otherwise;
-constexpr uint32_t kSweepHeight = 34;
-constexpr uint32_t kWidths[] = {1,    2,    18,   33,   130,  258,  514,  640,  770,  1026, 1280,
-                                1538, 1920, 2046, 2048, 2050, 3840, 4094, 4096, 4098, 8192, 8194};
-constexpr uint32_t kSweepWidth = 66;
-constexpr uint32_t kHeights[] = {1,   2,    17,   18,   66,   130,  258,  480,  514, 720,
-                                 770, 1026, 1080, 2048, 2050, 4096, 4098, 5002, 8194};
+constexpr uint32_t kSweepHeight = 36;
+constexpr uint32_t kWidths[] = {1,    2,    18,   34,   130,  260,  516,  640,  772,  1028, 1280,
+                                1540, 1920, 2048, 2052, 2564, 3076, 3840, 4096, 4100, 8192, 8196};
+constexpr uint32_t kSweepWidth = 68;
+constexpr uint32_t kHeights[] = {1,   2,    18,   66,   130,  260,  480, 516,
+                                 772, 1028, 1080, 2048, 2052, 4100, 8196};
 // What cameras have, and large sizes that are whole units of nothing: some devices round a row by
 // the number of rows, and rows by their length.
-constexpr Size kPictures[] = {{640, 480},   {1280, 720},  {1920, 1080}, {3840, 2160}, {4000, 3000},
-                              {4032, 3024}, {1282, 722},  {1026, 1090}, {770, 2050},  {2050, 2050},
-                              {2562, 1442}, {3842, 2162}, {514, 4098},  {1030, 3074}};
+constexpr Size kPictures[] = {{3840, 2160}, {4032, 3024}, {1284, 724}, {1028, 1090}, {772, 2052},
+                              {2052, 2052}, {2564, 1444}, {516, 4100}, {1030, 3076}};
+// A JPEG's buffer is as wide as it has bytes.
+constexpr int32_t kBlob = 0x21;
+constexpr Size kBlobs[] = {{65536, 1}, {1000001, 1}, {16777216, 1}, {50000000, 1}};
 
 class Recording {
   public:
     Recording(const Ask& ask, Profile& profile) : mAsk(ask), mProfile(profile) {}
 
-    void recordFormat(int32_t format, size_t formatsToCome);
+    void askAll(const std::vector<int32_t>& formats);
     void finish();
 
   private:
     struct Group {
+        int32_t format;
         std::vector<uint64_t> usages;
-        std::vector<Answer> answers;  // to the common sizes
+        std::vector<Answer> answers;  // to the sizes that all are asked about
     };
 
     Answer ask(const Request& request, bool locks);
-    uint32_t shapeIndex(const Shape& shape);
-    std::vector<Group> askCommon(int32_t format);
-    void sweep(int32_t format, uint64_t usage);
-    bool narrow(int32_t format);
-    bool narrowRule(const FormatRules& rules, Rule rule);
-    bool narrowCase(const FormatRules& rules, uint64_t usage, const Rule& rule, Case& border);
-    bool narrowOpen(const FormatRules& rules, uint64_t usage, const Rule& rule);
-    std::optional<uint64_t> sweptUsage(const Rule& rule, const FormatRules& rules) const;
     bool askNew(int32_t format, uint64_t usage, const Size& size);
-    bool exhausted() const { return mQuestions >= kMaxQuestions - mReserve; }
+    uint32_t shapeIndex(const Shape& shape);
+    Group askUsage(int32_t format, uint64_t usage);
+    std::vector<Group> askUsages(int32_t format);
+    void askChecks(const Group& group);
+    void sweep(int32_t format, uint64_t usage);
+    void sweepLayouts();
+    bool narrow();
+    bool narrowFinding(const Finding& finding, uint64_t usage, bool whole);
+    bool validate(const Finding& finding, uint64_t usage, int most);
+    bool askLimits(int32_t format, uint64_t usage);
+    std::vector<Finding> findings();
+    size_t answersTo(int32_t format, uint64_t usage) const;
+    uint64_t bestKnown(const Finding& finding) const;
+    std::map<size_t, size_t> mainFindings(const std::vector<Finding>& findings) const;
+    bool exhausted() const { return mQuestions >= kMaxQuestions; }
 
     const Ask& mAsk;
     Profile& mProfile;
     std::map<std::pair<int32_t, uint64_t>, Samples> mSamples;
-    std::map<std::pair<int32_t, uint64_t>, std::map<Size, bool>> mAsked;
-    std::set<std::pair<int32_t, uint64_t>> mSwept;
+    std::map<std::pair<int32_t, uint64_t>, std::set<Size>> mAsked;
+    std::map<std::pair<int32_t, uint64_t>, int> mValidated;
+    KnownLayouts mKnown;
+    Borders mBorders;
+    std::set<Size> mLimits;  // sizes that tell what is refused
     size_t mQuestions = 0;
-    size_t mReserve = 0;  // questions that the formats to come need
 };
 
 uint32_t Recording::shapeIndex(const Shape& shape) {
@@ -122,23 +143,37 @@ Answer Recording::ask(const Request& request, bool locks) {
         samples.locks = observed.locks;
     }
     samples.answers.push_back(answer);
-    mAsked[key][{request.width, request.height}] = true;
+    mAsked[key].insert({request.width, request.height});
     return answer;
 }
 
+bool Recording::askNew(int32_t format, uint64_t usage, const Size& size) {
+    const auto& asked = mAsked[{format, usage}];
+    if (exhausted() || asked.contains(size)) {
+        return false;
+    }
+    ask({format, usage, size.first, size.second}, false);
+    return true;
+}
+
 // A usage that is refused in the first size is not asked about others, but for the commonest two.
-std::vector<Recording::Group> Recording::askCommon(int32_t format) {
+Recording::Group Recording::askUsage(int32_t format, uint64_t usage) {
+    Group asked{format, {usage}, {}};
+    asked.answers.push_back(ask({format, usage, kSmall.first, kSmall.second}, true));
+    const bool common = usage == kUsages[0] || usage == kUsages[1];
+    if (common || asked.answers.front().answer == kGranted) {
+        asked.answers.push_back(ask({format, usage, kLarge.first, kLarge.second}, false));
+        if (asked.answers.back().answer != kGranted) {
+            asked.answers.push_back(ask({format, usage, kMedium.first, kMedium.second}, false));
+        }
+    }
+    return asked;
+}
+
+std::vector<Recording::Group> Recording::askUsages(int32_t format) {
     std::vector<Group> groups;
     for (const uint64_t usage : kUsages) {
-        Group asked{{usage}, {}};
-        for (const auto& [width, height] : kCommonSizes) {
-            const bool first = asked.answers.empty();
-            asked.answers.push_back(ask({format, usage, width, height}, first));
-            const bool common = usage == kUsages[0] || usage == kUsages[1];
-            if (first && !common && asked.answers.front().answer != kGranted) {
-                break;
-            }
-        }
+        const Group asked = askUsage(format, usage);
         const auto same = std::find_if(groups.begin(), groups.end(), [&](const Group& group) {
             return std::equal(group.answers.begin(), group.answers.end(), asked.answers.begin(),
                               asked.answers.end(), sameAnswer);
@@ -152,152 +187,179 @@ std::vector<Recording::Group> Recording::askCommon(int32_t format) {
     return groups;
 }
 
+void Recording::askChecks(const Group& group) {
+    const bool granted = std::any_of(group.answers.begin(), group.answers.end(),
+                                     [](const Answer& one) { return one.answer == kGranted; });
+    if (!granted) {
+        return;
+    }
+    for (const Size& size : kChecks) {
+        askNew(group.format, group.usages.front(), size);
+    }
+}
+
 void Recording::sweep(int32_t format, uint64_t usage) {
-    std::vector<Size> sizes;
     for (const uint32_t width : kWidths) {
-        sizes.emplace_back(width, kSweepHeight);
+        askNew(format, usage, {width, kSweepHeight});
     }
     for (const uint32_t height : kHeights) {
-        sizes.emplace_back(kSweepWidth, height);
+        askNew(format, usage, {kSweepWidth, height});
     }
-    sizes.insert(sizes.end(), std::begin(kPictures), std::end(kPictures));
-    const auto& asked = mAsked[{format, usage}];
-    for (const auto& [width, height] : sizes) {
-        if (!exhausted() && !asked.contains({width, height})) {
-            ask({format, usage, width, height}, false);
+    for (const Size& size : kPictures) {
+        askNew(format, usage, size);
+    }
+    if (format == kBlob) {
+        for (const Size& size : kBlobs) {
+            askNew(format, usage, size);
         }
     }
 }
 
-// A usage of the rule's class that was asked about many sizes.
-std::optional<uint64_t> Recording::sweptUsage(const Rule& rule, const FormatRules& rules) const {
-    const auto isOfClass = [&](uint64_t one) {
-        const auto first = std::find_if(rules.rules.begin(), rules.rules.end(),
-                                        [&](const Rule& any) { return holds(any.usage, one); });
-        return first != rules.rules.end() && first->usage == rule.usage;
-    };
-    const auto usage = std::find_if(rules.usages.begin(), rules.usages.end(), [&](uint64_t one) {
-        return mSwept.contains({rules.format, one}) && isOfClass(one);
-    });
-    return usage == rules.usages.end() ? std::nullopt : std::optional(*usage);
-}
-
-bool Recording::askNew(int32_t format, uint64_t usage, const Size& size) {
-    if (exhausted() || mAsked[{format, usage}].contains(size)) {
-        return false;
-    }
-    ask({format, usage, size.first, size.second}, false);
-    return true;
-}
-
-// A size of the axis that lies between two zones, near their middle and even if it can be: even
-// sizes are refused by nobody. `step` counts the tries.
-std::optional<Size> between(Axis axis, int64_t sure, int64_t next, int64_t step) {
-    const int64_t middle = sure + (next - sure) / 2;
-    const int64_t away = (step + 1) / 2 * (step % 2 == 0 ? 1 : -1) * (next - sure > 8 ? 2 : 1);
-    const int64_t at = (next - sure > 8 ? middle / 2 * 2 : middle) + away;
-    if (axis == Axis::kArea || at <= sure || at >= next) {
-        return std::nullopt;
-    }
-    const auto length = static_cast<uint32_t>(at);
-    return axis == Axis::kWidth ? Size{length, kSweepHeight} : Size{kSweepWidth, length};
-}
-
-// Asks where the formulas below and above a border differ. `border` is a case of `rule`.
-bool Recording::narrowCase(const FormatRules& rules, uint64_t usage, const Rule& rule,
-                           Case& border) {
-    constexpr int64_t kTries = 100;
-    const Case kept = border;
-    for (int64_t step = 0; kept.limited && step < kTries; ++step) {
-        const auto size = between(kept.axis, kept.sure, kept.next, step);
-        if (!size) {
-            continue;
-        }
-        const int64_t at = kept.axis == Axis::kWidth ? size->first : size->second;
-        border.upTo = at;
-        const auto below = evaluate(rule, size->first, size->second);
-        border.upTo = at - 1;
-        const auto above = evaluate(rule, size->first, size->second);
-        border = kept;
-        if (below != above && askNew(rules.format, usage, *size)) {
-            return true;
-        }
-    }
-    return false;
-}
-
-// Asks where the constants and alignments that the samples leave open give different answers.
-bool Recording::narrowOpen(const FormatRules& rules, uint64_t usage, const Rule& rule) {
-    constexpr int kTries = 400;
-    constexpr int kMost = 4;
-    // NOLINTNEXTLINE(cert-msc32-c,cert-msc51-cpp): the same questions every time
-    std::minstd_rand random(1);
-    int asked = 0;
-    for (int i = 0; i < kTries && asked < kMost; ++i) {
-        const Size size{2 + 2 * static_cast<uint32_t>(random() % 2040),
-                        2 + 2 * static_cast<uint32_t>(random() % 1080)};
-        if (evaluate(rule, size.first, size.second) !=
-                    evaluate(rule, size.first, size.second, Choice::kOther) &&
-            askNew(rules.format, usage, size)) {
-            ++asked;
-        }
-    }
-    return asked > 0;
-}
-
-bool Recording::narrowRule(const FormatRules& rules, Rule rule) {
-    const auto usage = sweptUsage(rule, rules);
-    if (!usage) {
-        return false;
-    }
-    bool asked = false;
-    for (const SizeTest& test : rule.size) {
-        const auto size = between(test.axis, test.sure, test.next, 0);
-        asked |= test.op == SizeOp::kAbove && size && askNew(rules.format, *usage, *size);
-    }
-    bool open = false;
-    forEachQuantity(rule, [&](Quantity& quantity) {
-        for (Case& one : quantity) {
-            open |= one.term.open();
-            asked |= narrowCase(rules, *usage, rule, one);
-        }
-    });
-    return asked | (open && narrowOpen(rules, *usage, rule));
-}
-
-// Some more questions for what the rules of a format leave open.
-bool Recording::narrow(int32_t format) {
+std::vector<Finding> Recording::findings() {
     std::vector<const Samples*> samples;
-    for (auto& [key, one] : mSamples) {
-        if (key.first == format) {
-            samples.push_back(&one);
+    for (const auto& [key, one] : mSamples) {
+        samples.push_back(&one);
+    }
+    return findRules(samples, mProfile.shapes, mKnown);
+}
+
+size_t Recording::answersTo(int32_t format, uint64_t usage) const {
+    const auto found = mSamples.find({format, usage});
+    return found == mSamples.end() ? 0 : found->second.answers.size();
+}
+
+uint64_t Recording::bestKnown(const Finding& finding) const {
+    return *std::max_element(finding.usages.begin(), finding.usages.end(),
+                             [&](uint64_t a, uint64_t b) {
+                                 return answersTo(finding.format, a) < answersTo(finding.format, b);
+                             });
+}
+
+// For each layout, which of the findings that follow it is known best.
+std::map<size_t, size_t> Recording::mainFindings(const std::vector<Finding>& findings) const {
+    std::map<size_t, size_t> mains;
+    std::map<size_t, size_t> most;
+    for (size_t i = 0; i < findings.size(); ++i) {
+        const size_t answers = answersTo(findings[i].format, bestKnown(findings[i]));
+        for (const FoundRule& found : findings[i].rules) {
+            if (found.layout != kNoLayout && answers > most[found.layout]) {
+                most[found.layout] = answers;
+                mains[found.layout] = i;
+            }
         }
     }
-    const FormatRules rules = inferFormat(samples, mProfile.shapes);
+    return mains;
+}
+
+// Each layout is asked about many sizes once, whatever formats and usages share it.
+void Recording::sweepLayouts() {
+    const std::vector<Finding> all = findings();
+    for (const auto& [layout, main] : mainFindings(all)) {
+        sweep(all[main].format, bestKnown(all[main]));
+    }
+}
+
+// Any sizes, to see whether the rules hold. Where they do not, other usages may differ, too.
+bool Recording::validate(const Finding& finding, uint64_t usage, int most) {
+    constexpr int kAtOnce = 8;
+    int& count = mValidated[{finding.format, finding.usages.front()}];
     bool asked = false;
-    for (const Rule& rule : rules.rules) {
-        asked |= narrowRule(rules, rule);
+    for (int i = 0; i < kAtOnce && count < most; ++i) {
+        // NOLINTNEXTLINE(cert-msc32-c,cert-msc51-cpp): the same questions every time
+        std::minstd_rand random(static_cast<uint32_t>(count + 1 + finding.format * 64));
+        random.discard(3);
+        const auto unit = static_cast<uint32_t>(count % 4 == 3 ? 1 : 4);
+        const auto width = static_cast<uint32_t>(random() % 4096);
+        const auto height = static_cast<uint32_t>(random() % 3072);
+        const Size size{width / unit * unit + unit, height / unit * unit + unit};
+        const uint64_t other = finding.usages[static_cast<size_t>(count) % finding.usages.size()];
+        const uint64_t chosen = count % 2 == 0 ? usage : other;
+        ++count;
+        asked |= askNew(finding.format, chosen, size);
     }
     return asked;
 }
 
-void Recording::recordFormat(int32_t format, size_t formatsToCome) {
-    mReserve = 0;
-    const std::vector<Group> groups = askCommon(format);
-    mReserve = formatsToCome * std::size(kUsages) * std::size(kCommonSizes);
-    for (const Group& group : groups) {
-        const bool granted =
-                std::any_of(group.answers.begin(), group.answers.end(),
-                            [](const Answer& answer) { return answer.answer == kGranted; });
-        if (granted) {
-            sweep(format, group.usages.front());
-            mSwept.insert({format, group.usages.front()});
+// Asks where the formulas on the two sides of a border differ, and where formulas do that explain
+// the samples equally well.
+bool Recording::narrowFinding(const Finding& finding, uint64_t usage, bool whole) {
+    constexpr size_t kMost = 4;
+    const auto& asked = mAsked[{finding.format, usage}];
+    const auto isNew = [&](const Size& size) { return !asked.contains(size); };
+    std::vector<Size> sizes = betweenBorders(finding, mProfile.shapes, mBorders, whole, isNew);
+    for (const FoundRule& found : finding.rules) {
+        if (whole && !found.rule.others.empty()) {
+            const Shape& shape = mProfile.shapes[found.rule.shape];
+            const auto more = tellingApart(found, shape, kMost, [&](const Size& size) {
+                return isNew(size) && !isRefused(finding, size);
+            });
+            sizes.insert(sizes.end(), more.begin(), more.end());
         }
     }
-    constexpr int kRounds = 14;  // halve the widest gap away
-    int round = 0;
-    while (round < kRounds && narrow(format)) {
-        ++round;
+    bool any = false;
+    for (const Size& size : sizes) {
+        any |= askNew(finding.format, usage, size);
+    }
+    return any;
+}
+
+bool Recording::askLimits(int32_t format, uint64_t usage) {
+    constexpr size_t kMost = 12;
+    bool asked = false;
+    size_t count = 0;
+    for (const Size& size : mLimits) {
+        asked |= ++count <= kMost && askNew(format, usage, size);
+    }
+    return asked;
+}
+
+// Whether no other finding of the format is about more usages.
+bool isMostUsages(const std::vector<Finding>& findings, size_t number) {
+    return std::none_of(findings.begin(), findings.end(), [&](const Finding& other) {
+        return other.format == findings[number].format &&
+               other.usages.size() > findings[number].usages.size();
+    });
+}
+
+// Some more questions for what the rules leave open.
+bool Recording::narrow() {
+    constexpr int kMain = 16;
+    constexpr int kOther = 4;
+    const std::vector<Finding> all = findings();
+    std::set<size_t> mains;
+    for (const auto& [layout, main] : mainFindings(all)) {
+        mains.insert(main);
+    }
+    for (const Finding& finding : all) {
+        addBorders(finding, mBorders);
+        addLimitChecks(finding, mLimits);
+    }
+    bool asked = false;
+    for (size_t i = 0; i < all.size() && !exhausted(); ++i) {
+        const bool isMain = mains.contains(i);
+        const uint64_t usage = bestKnown(all[i]);
+        asked |= narrowFinding(all[i], usage, isMain);
+        const bool granted =
+                std::any_of(all[i].rules.begin(), all[i].rules.end(),
+                            [](const FoundRule& found) { return found.rule.answer == kGranted; });
+        asked |= (granted || isMostUsages(all, i)) && askLimits(all[i].format, usage);
+        asked |= granted && validate(all[i], usage, isMain ? kMain : kOther);
+    }
+    return asked;
+}
+
+void Recording::askAll(const std::vector<int32_t>& formats) {
+    std::vector<Group> groups;
+    for (const int32_t format : formats) {
+        const auto its = askUsages(format);
+        groups.insert(groups.end(), its.begin(), its.end());
+    }
+    for (const Group& group : groups) {
+        askChecks(group);
+    }
+    sweepLayouts();
+    constexpr int kRounds = 24;
+    for (int round = 0; round < kRounds && narrow(); ++round) {
     }
 }
 
@@ -329,9 +391,7 @@ void record(const std::vector<int32_t>& formats, const Ask& ask, Profile& profil
     profile.shapes.clear();
     profile.samples.clear();
     Recording recording(ask, profile);
-    for (size_t i = 0; i < formats.size(); ++i) {
-        recording.recordFormat(formats[i], formats.size() - i - 1);
-    }
+    recording.askAll(formats);
     recording.finish();
 }
 

@@ -74,6 +74,9 @@ Json termOf(const Term& term) {
     putUnless(object, "tailRows", term.tailRows, plain.tailRows);
     putUnless(object, "header", term.header, plain.header);
     putUnless(object, "align", term.align, plain.align);
+    putUnless(object, "extra", term.extra, plain.extra);
+    putUnless(object, "extraAt", term.extraAt, plain.extraAt);
+    putUnless(object, "least", term.least, plain.least);
     putUnless(object, "orUnit", term.orUnit, plain.orUnit);
     putUnless(object, "orAlign", term.orAlign, plain.orAlign);
     if (term.plusOpen) {
@@ -93,10 +96,15 @@ Json caseOf(const Case& one) {
     return object;
 }
 
+// The quantities that differ from those of another rule, or from none.
 template <typename T, size_t N>
-void putQuantities(Json& object, const T& rule, const std::array<Named<T>, N>& quantities) {
+void putQuantities(Json& object, const T& rule, const T& base,
+                   const std::array<Named<T>, N>& quantities) {
     for (const auto& [name, member] : quantities) {
         const Quantity& quantity = rule.*member;
+        if (quantity == base.*member) {
+            continue;
+        }
         if (quantity.size() == 1) {
             object[std::string(name)] = termOf(quantity.front().term);
         } else if (!quantity.empty()) {
@@ -110,12 +118,32 @@ Json usageTestOf(const UsageTest& test) {
 }
 
 Json sizeTestOf(const SizeTest& test) {
-    if (test.op != SizeOp::kAbove) {
-        return {{"odd", test.op == SizeOp::kOddWidth ? "width" : "height"}};
+    if (test.op == SizeOp::kOddWidth || test.op == SizeOp::kOddHeight) {
+        Json object{{"odd", test.op == SizeOp::kOddWidth ? "width" : "height"}};
+        putUnless(object, "unit", test.unit, int64_t{2});
+        return object;
     }
-    Json object{{"above", {{kAxes.of(test.axis), test.limit}}}};
+    const char* const word = test.op == SizeOp::kAbove ? "above" : "upTo";
+    Json object{{word, {{kAxes.of(test.axis), test.limit}}}};
     putUnless(object, "sure", test.sure, test.limit);
     putUnless(object, "next", test.next, test.limit + 1);
+    return object;
+}
+
+// Another rule by what it has different; planes that have nothing are empty.
+Json otherOf(const Rule& other, const Rule& rule) {
+    Json object = Json::object();
+    putQuantities(object, other, rule, kRuleQuantities);
+    if (other.planes != rule.planes) {
+        Json planes = Json::array();
+        for (size_t i = 0; i < other.planes.size(); ++i) {
+            Json quantities = Json::object();
+            putQuantities(quantities, other.planes[i],
+                          i < rule.planes.size() ? rule.planes[i] : PlaneRule(), kPlaneQuantities);
+            planes.push_back(std::move(quantities));
+        }
+        object["planes"] = std::move(planes);
+    }
     return object;
 }
 
@@ -127,12 +155,14 @@ Json ruleOf(const Rule& rule) {
         object["refuse"] = rule.answer;
     } else {
         object["shape"] = rule.shape;
-        putQuantities(object, rule, kRuleQuantities);
+        putQuantities(object, rule, {}, kRuleQuantities);
         putList(object, "planes", rule.planes, [](const PlaneRule& plane) {
             Json quantities = Json::object();
-            putQuantities(quantities, plane, kPlaneQuantities);
+            putQuantities(quantities, plane, {}, kPlaneQuantities);
             return quantities;
         });
+        putList(object, "others", rule.others,
+                [&](const Rule& other) { return otherOf(other, rule); });
     }
     if (rule.evidence) {
         object["evidence"] = {{"samples", rule.evidence->samples},

@@ -60,6 +60,10 @@ INSTANTIATE_TEST_SUITE_P(
                       "at /formats/0/rules/0: the planes' offsets wait for each other"},
                 Wrong{"unknown", "/formats/0/rules/0/planes/0/row", R"({"of": "total"})",
                       "at /formats/0/rules/0: \"total\" is not known when this is counted"},
+                Wrong{"others", "/formats/0/rules/0/others",
+                      R"([{"planes": [{"row": {"of": "total"}}, {}]}])",
+                      "at /formats/0/rules/0/others/0: \"total\" is not known when this is "
+                      "counted"},
                 Wrong{"negative", "/samples/0/answers/0/6", "-5",
                       "at /samples/0/answers/0/6: a number from 0 to 2147483647 expected, not -5"},
                 Wrong{"twice", "/samples/0/answers/1", "[64, 2, 2]",

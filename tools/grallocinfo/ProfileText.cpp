@@ -79,18 +79,24 @@ std::string termText(const Term& term) {
     if (term.align != 1) {
         text += ", to " + std::to_string(term.align);
     }
+    if (term.extra != 0) {
+        text += " + " + std::to_string(term.extra);
+        text += term.extraAt == 1 ? "" : " if a multiple of " + std::to_string(term.extraAt);
+    }
+    if (term.least != 0) {
+        text += ", at least " + std::to_string(term.least);
+    }
     return text + (term.open() ? " (?)" : "");
 }
 
 std::string sizeTestText(const SizeTest& test) {
-    if (test.op == SizeOp::kOddWidth) {
-        return "odd width";
+    if (test.op == SizeOp::kOddWidth || test.op == SizeOp::kOddHeight) {
+        const std::string side = test.op == SizeOp::kOddWidth ? "width" : "height";
+        return test.unit == 2 ? "odd " + side
+                              : side + " no multiple of " + std::to_string(test.unit);
     }
-    if (test.op == SizeOp::kOddHeight) {
-        return "odd height";
-    }
-    return std::string(zelkcam::profile::kAxes.of(test.axis)) + " above " +
-           std::to_string(test.limit);
+    return std::string(zelkcam::profile::kAxes.of(test.axis)) +
+           (test.op == SizeOp::kAbove ? " above " : " up to ") + std::to_string(test.limit);
 }
 
 std::string usageTestText(const UsageTest& test) {
@@ -112,9 +118,12 @@ std::string nameOf(int32_t format) {
     return describeFormat(formatName(format), format);
 }
 
-void addFormula(std::string label, const Quantity& quantity, std::vector<LabelledText>& formulas) {
-    if (!quantity.empty()) {
-        formulas.emplace_back(std::move(label), describe(quantity));
+// A formula, marked where others would explain the samples as well.
+void addFormula(std::string label, const Quantity& quantity, bool open,
+                std::vector<LabelledText>& formulas) {
+    if (!quantity.empty() || open) {
+        const std::string text = quantity.empty() ? "as mostly" : describe(quantity);
+        formulas.emplace_back(std::move(label), text + (open ? " (?)" : ""));
     }
 }
 
@@ -122,12 +131,17 @@ void addFormula(std::string label, const Quantity& quantity, std::vector<Labelle
 std::vector<LabelledText> formulasOf(const Rule& rule) {
     std::vector<LabelledText> formulas;
     for (const auto& [name, member] : kRuleQuantities) {
-        addFormula(std::string(name), rule.*member, formulas);
+        const bool open = std::ranges::any_of(
+                rule.others, [&](const Rule& other) { return other.*member != rule.*member; });
+        addFormula(std::string(name), rule.*member, open, formulas);
     }
     for (size_t i = 0; i < rule.planes.size(); ++i) {
         for (const auto& [name, member] : kPlaneQuantities) {
+            const bool open = std::ranges::any_of(rule.others, [&](const Rule& other) {
+                return i < other.planes.size() && other.planes[i].*member != rule.planes[i].*member;
+            });
             addFormula("plane " + std::to_string(i) + " " + std::string(name),
-                       rule.planes[i].*member, formulas);
+                       rule.planes[i].*member, open, formulas);
         }
     }
     return formulas;
