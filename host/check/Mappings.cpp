@@ -205,11 +205,34 @@ struct FaultFinder {
 
 namespace {
 
-struct sigaction gBefore[2];  // of SIGSEGV and SIGBUS
+// What handled a signal before us, the latest last: each may hand a fault on to the one before it,
+// which is us.
+struct Handlers {
+    static constexpr size_t kMost = 8;
+    struct sigaction kept[kMost];
+    std::atomic<size_t> count{0};
 
-struct sigaction& before(int signal) {
-    return gBefore[signal == SIGBUS ? 1 : 0];
+    void keep(const struct sigaction& action) {
+        const size_t now = count;
+        const bool isKnown = now > 0 && kept[now - 1].sa_sigaction == action.sa_sigaction;
+        const size_t place = isKnown || now == kMost ? now - 1 : now;
+        kept[place] = action;
+        count = place + 1;
+    }
+};
+
+Handlers& before(int signal) {
+    static Handlers handlers[2];
+    return handlers[signal == SIGBUS ? 1 : 0];
 }
+
+// The fault that this thread is at, and how many of the handlers have had it.
+struct Handling {
+    void* context = nullptr;
+    char* frame = nullptr;
+    size_t passed = 0;
+};
+thread_local Handling tlsHandling __attribute__((tls_model("initial-exec")));
 
 void* programCounter(const ucontext_t& context) {
 #if defined(__x86_64__)
@@ -221,8 +244,13 @@ void* programCounter(const ucontext_t& context) {
 }
 
 // As the kernel would have called it.
-void callBefore(int signal, siginfo_t* info, void* context) {
-    struct sigaction action = before(signal);
+void callBefore(int signal, siginfo_t* info, void* context, size_t passed) {
+    const Handlers& handlers = before(signal);
+    const size_t left = handlers.count;
+    struct sigaction action = {};
+    if (passed < left) {
+        action = handlers.kept[left - 1 - passed];
+    }
     if ((action.sa_flags & SA_SIGINFO) != 0) {
         action.sa_sigaction(signal, info, context);
     } else if (action.sa_handler != SIG_DFL && action.sa_handler != SIG_IGN) {
@@ -249,18 +277,35 @@ void* tellFault(void* argument) {
     return nullptr;
 }
 
-void onFault(int signal, siginfo_t* info, void* context) {
-    auto* const address = static_cast<std::byte*>(info->si_addr);
+void tellIfOurs(const siginfo_t& info, const ucontext_t& context) {
+    auto* const address = static_cast<std::byte*>(info.si_addr);
     // Otherwise sent by a process, not by an access.
-    if (info->si_code > 0 && address >= gLowest && address < gHighest) {
-        void* const pc = programCounter(*static_cast<ucontext_t*>(context));
-        Fault fault{address, CallStack::ofSignal(pc)};
-        pthread_t thread{};
-        if (pthread_create(&thread, nullptr, tellFault, &fault) == 0) {
-            pthread_join(thread, nullptr);
-        }
+    if (info.si_code <= 0 || address < gLowest || address >= gHighest) {
+        return;
     }
-    callBefore(signal, info, context);
+    Fault fault{address, CallStack::ofSignal(programCounter(context))};
+    pthread_t thread{};
+    if (pthread_create(&thread, nullptr, tellFault, &fault) == 0) {
+        pthread_join(thread, nullptr);
+    }
+}
+
+// A handler that hands the fault on calls this from further down the stack. One that leaves by
+// longjmp does not come back here.
+void onFault(int signal, siginfo_t* info, void* context) {
+    auto* const frame = static_cast<char*>(__builtin_frame_address(0));
+    const bool isHandedOn =
+            frame < tlsHandling.frame && (context == tlsHandling.context || context == nullptr);
+    if (isHandedOn) {
+        ++tlsHandling.passed;
+    } else {
+        tlsHandling = {context, frame, 0};
+        tellIfOurs(*info, *static_cast<ucontext_t*>(context));
+    }
+    callBefore(signal, info, context, tlsHandling.passed);
+    if (!isHandedOn) {
+        tlsHandling = {};
+    }
 }
 
 }  // namespace
@@ -273,7 +318,7 @@ void watchFaults() {
         if ((now.sa_flags & SA_SIGINFO) != 0 && now.sa_sigaction == onFault) {
             continue;
         }
-        before(signal) = now;
+        before(signal).keep(now);
         struct sigaction ours = {};
         ours.sa_sigaction = onFault;
         // The program may have a stack of its own for faults, and expect to find it in use.

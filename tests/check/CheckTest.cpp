@@ -81,6 +81,7 @@ const Case kCases[] = {
         {"lockForWritingTwice", {"conflicting-locks"}, "locked here"},
         {"lockForWritingInTwoProcesses", {"conflicting-locks"}, nullptr, "while process "},
         {"touchAfterUnlock", {"access-after-unlock"}, "unlocked here", "byte 5 ", SIGSEGV},
+        {"touchAndHandFaultOn", {"access-after-unlock"}, "unlocked here", "byte 0 ", SIGSEGV},
         {"touchBefore", {"out-of-bounds"}, "locked here", "byte -1 ", SIGSEGV},
         {"touchBehind", {"out-of-bounds"}, "locked here", "byte 737280 ", SIGSEGV},
         {"writeTheLastPage", {"out-of-bounds"}, "locked here", "so many: 1"},

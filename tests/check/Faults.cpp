@@ -1,5 +1,6 @@
 // A program with one fault: misuse WAY FAULT. Each fault is in the function of its name.
 #include <poll.h>
+#include <signal.h>
 #include <sys/eventfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -36,6 +37,18 @@ void awaitFence(Buffers& buffers) {
     buffers.lock(handle, kRead);
     pollfd fence{buffers.unlock(handle), POLLIN, 0};
     exit(fence.fd >= 0 && poll(&fence, 1, 500) == 1 ? 0 : 1);
+}
+
+struct sigaction gHandlerBefore;
+
+// As crash reporters do. The handler before has nobody to hand the fault on to but the one before
+// it.
+void handOn(int signal, siginfo_t* info, void* context) {
+    static int calls = 0;
+    if (++calls > 1) {
+        _exit(3);
+    }
+    gHandlerBefore.sa_sigaction(signal, info, context);
 }
 
 }  // namespace
@@ -125,6 +138,17 @@ FAULT touchAfterUnlock(Buffers& buffers) {
     unsigned char* const pixels = buffers.lock(handle, kReadWrite);
     buffers.unlock(handle);
     touch(pixels + 5);
+}
+
+FAULT touchAndHandFaultOn(Buffers& buffers) {
+    const native_handle* const handle = make(buffers);
+    unsigned char* const pixels = buffers.lock(handle, kReadWrite);
+    struct sigaction action = {};
+    action.sa_flags = SA_SIGINFO;
+    action.sa_sigaction = handOn;
+    sigaction(SIGSEGV, &action, &gHandlerBefore);
+    buffers.unlock(handle);
+    touch(pixels);
 }
 
 FAULT touchBefore(Buffers& buffers) {
@@ -263,6 +287,7 @@ bool run(std::string_view name, Buffers& buffers) {
     RUN(lockForWritingTwice)
     RUN(lockForWritingInTwoProcesses)
     RUN(touchAfterUnlock)
+    RUN(touchAndHandFaultOn)
     RUN(touchBefore)
     RUN(touchBehind)
     RUN(writeTheLastPage)
