@@ -266,7 +266,7 @@ bool Recording::validate(const Finding& finding, uint64_t usage, int most) {
     bool asked = false;
     for (int i = 0; i < kAtOnce && count < most; ++i) {
         // NOLINTNEXTLINE(cert-msc32-c,cert-msc51-cpp): the same questions every time
-        std::minstd_rand random(static_cast<uint32_t>(count + 1 + finding.format * 64));
+        std::minstd_rand random(static_cast<uint32_t>(count + 1 + int64_t{finding.format} * 64));
         random.discard(3);
         const auto unit = static_cast<uint32_t>(count % 4 == 3 ? 1 : 4);
         const auto width = static_cast<uint32_t>(random() % 4096);
