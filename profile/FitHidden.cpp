@@ -12,7 +12,6 @@ constexpr Ratio kChroma[] = {{1, 1}, {3, 2}, {2, 1}};
 constexpr int64_t kRowBytes[] = {1,    2,  4,  8,   16, 32, 64, 128, 256, 512,
                                  1024, 48, 96, 192, 10, 20, 40, 80,  384};
 constexpr int64_t kTailRows[] = {0, 1, 2, 8, 4, 3};
-constexpr int64_t kGuardRows[] = {0, 1, 2, 4, 8, 16, 32};
 
 // Rows of bytes, so many of them, more for chroma, and some rows behind.
 struct Formula {

@@ -51,11 +51,12 @@ class RuleFitter {
     bool fitRowByPixels(const Series& target, const std::vector<Ratio>& ratios, Effort most);
     bool fitRowsOfFirst(const Series& size, Effort most);
     bool fitHiddenRows(const Series& size);
+    bool fitRounded(const Series& size, const Series& row, const Term& height, Effort effort);
     bool fitArea(const Series& target, Quantity& quantity);
     void fitFirstRow();
     void addUnits(Ratio ratio, std::vector<Option>& options) const;
     bool fitWithoutPlanes(const Series& target);
-    void fitTail(const Series& target, const Series& total, Effort most);
+    void fitTail(const Series& target, const std::vector<Option>& ends, Effort most);
     void fitFirstSize();
     void fitNextRow(size_t plane);
     void fitNextSize(size_t plane);
@@ -209,29 +210,41 @@ bool RuleFitter::fitRowsOfFirst(const Series& size, Effort most) {
     return true;
 }
 
-// Rows that only show through a rounded size.
+// Rows that only show through a rounded size, some behind the picture perhaps.
 bool RuleFitter::fitHiddenRows(const Series& size) {
     const Series row = ofPlane(0, &PlaneNumbers::row);
     for (const Effort effort : {Effort::kAligned, Effort::kPlus}) {
-        for (const int64_t alignment : kRowAlignments) {
-            Series rows;
-            Series bytes;
-            for (size_t i = 0; i < size.size(); ++i) {
-                rows.push_back(alignUp(mSizes.height[i], alignment));
-                bytes.push_back(rows[i] * row[i]);
-            }
-            const auto found = fit(size, {plain(bytes, {.base = Base::kPlane})}, mSizes, effort);
-            if (found) {
-                mRule.planes[0].size = *found;
-                if (alignment != 1) {
-                    mRule.alignedHeight = oneTerm({.base = Base::kHeight, .align = alignment});
+        for (const int64_t guard : kGuardRows) {
+            for (const int64_t alignment : kRowAlignments) {
+                const Term term{.base = Base::kHeight, .align = alignment, .extra = guard};
+                if (fitRounded(size, row, term, effort)) {
+                    return true;
                 }
-                mAlignedHeight = rows;
-                return true;
             }
         }
     }
     return false;
+}
+
+// The first plane's size as so many rows, rounded.
+bool RuleFitter::fitRounded(const Series& size, const Series& row, const Term& height,
+                            Effort effort) {
+    Series rows;
+    Series bytes;
+    for (size_t i = 0; i < size.size(); ++i) {
+        rows.push_back(alignUp(mSizes.height[i], height.align) + height.extra);
+        bytes.push_back(rows[i] * row[i]);
+    }
+    const auto found = fit(size, {plain(bytes, {.base = Base::kPlane})}, mSizes, effort);
+    if (!found) {
+        return false;
+    }
+    mRule.planes[0].size = *found;
+    if (!(height == Term{.base = Base::kHeight})) {
+        mRule.alignedHeight = oneTerm(height);
+    }
+    mAlignedHeight = rows;
+    return true;
 }
 
 // A size that depends on blocks of pixels and on no row. What a device tells the components of is
@@ -481,16 +494,20 @@ void RuleFitter::fitOwn(size_t number, const std::vector<Option>& options) {
     }
 }
 
-// Rows behind the planes.
-void RuleFitter::fitTail(const Series& target, const Series& total, Effort most) {
-    for (const int64_t tail : {1, 2, 4, 8, 16, 32, 3}) {
-        Option option = plain(total, {.base = Base::kTotal, .tailRows = tail});
-        for (size_t i = 0; i < total.size(); ++i) {
-            option.values[i] += tail * mAnswers[i]->numbers.planes[0].row;
-        }
-        const auto found = fit(target, {option}, mSizes, most);
-        if (found && mRule.allocationSize.empty()) {
-            mRule.allocationSize = *found;
+// Rows behind the planes, or behind one of them.
+void RuleFitter::fitTail(const Series& target, const std::vector<Option>& ends, Effort most) {
+    for (const Option& end : ends) {
+        for (const int64_t tail : {1, 2, 4, 8, 16, 32, 3}) {
+            Option option = end;
+            option.term.tailRows = tail;
+            for (size_t i = 0; i < option.values.size(); ++i) {
+                option.values[i] += tail * mAnswers[i]->numbers.planes[0].row;
+            }
+            const auto found = fit(target, {option}, mSizes, most);
+            if (found) {
+                mRule.allocationSize = *found;
+                return;
+            }
         }
     }
 }
@@ -525,7 +542,7 @@ void RuleFitter::fitSize() {
             return;
         }
         if (planes != 0) {
-            fitTail(target, total, most);
+            fitTail(target, options, most);
         }
         if (!mRule.allocationSize.empty()) {
             return;

@@ -22,6 +22,9 @@ inline constexpr int64_t kUnits[] = {2, 4,  8,  16, 32, 64, 128, 256, 12,  24,  
 inline constexpr int64_t kRowAlignments[] = {1,   2,  4,  8,  16, 32, 64, 128,
                                              256, 12, 24, 48, 96, 6,  10, 20};
 
+// Rows that some devices keep behind a picture.
+inline constexpr int64_t kGuardRows[] = {0, 1, 2, 4, 8, 16, 32};
+
 inline int64_t alignUp(int64_t value, int64_t alignment) {
     return (value + alignment - 1) / alignment * alignment;
 }

@@ -142,10 +142,6 @@ std::vector<SizeTest> sizeTests(const Answers& answers) {
     return tests;
 }
 
-bool isOdd(const SizeTest& test) {
-    return test.op == SizeOp::kOddWidth || test.op == SizeOp::kOddHeight;
-}
-
 // Whether all that one condition catches is caught by another.
 bool isWithin(const SizeTest& test, const SizeTest& other, const Answers& answers) {
     return std::all_of(answers.begin(), answers.end(), [&](const Answer* answer) {

@@ -42,6 +42,11 @@ std::optional<Answer> predict(const Finding& finding, const std::vector<Shape>& 
 std::vector<Finding> findRules(const std::vector<const Samples*>& samples,
                                const std::vector<Shape>& shapes, KnownLayouts& known);
 
+// Whether a condition is about sizes that are no multiples.
+inline bool isOdd(const SizeTest& test) {
+    return test.op == SizeOp::kOddWidth || test.op == SizeOp::kOddHeight;
+}
+
 // Whether two requests of one size were answered alike.
 inline bool sameAnswer(const Answer& a, const Answer& b) {
     return a.answer == b.answer && a.shape == b.shape && a.numbers == b.numbers;

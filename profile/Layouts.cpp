@@ -251,15 +251,39 @@ void addOthers(const Answers& answers, const Shape& shape, std::vector<Rule>& ru
     }
 }
 
+// What an answer between the two sides of a border tells of where it lies.
+void tighten(Rule& rule, Case& border, const Answer& answer, const Shape& shape) {
+    const int64_t at = onAxis(border.axis, answer.width, answer.height);
+    if (!border.limited || at <= border.sure || at >= border.next) {
+        return;
+    }
+    border.upTo = at;
+    const bool below = explains(rule, {&answer}, shape);
+    border.upTo = at - 1;
+    const bool above = explains(rule, {&answer}, shape);
+    border.sure = below && !above ? at : border.sure;
+    border.next = above && !below ? at : border.next;
+    border.upTo = roundest(border.sure, border.next - 1);
+}
+
 // Whether a rule that was found from fewer answers is what all of them lead to: it explains them,
-// and no border in it could be known better now.
-bool isCurrent(const std::vector<Rule>& rules, const Answers& answers, const Shape& shape) {
+// with borders as close as they are known now.
+bool isCurrent(std::vector<Rule>& rules, const Answers& answers, const Shape& shape) {
     if (rules.size() != 1 || rules.front().others.size() >= kMostOthers) {
         return false;
     }
+    Rule& rule = rules.front();
     bool split = false;
-    forEachQuantity(rules.front(), [&](const Quantity& quantity) { split |= quantity.size() > 1; });
-    return !split && explains(rules.front(), answers, shape);
+    forEachQuantity(rule, [&](Quantity& quantity) {
+        split |= quantity.size() > 1;
+        for (Case& border : quantity) {
+            for (const Answer* const answer : answers) {
+                tighten(rule, border, *answer, shape);
+            }
+        }
+    });
+    // The others have borders of their own.
+    return (!split || rule.others.empty()) && explains(rule, answers, shape);
 }
 
 void findRules(Pool& pool, KnownLayouts& known) {

@@ -119,6 +119,36 @@ std::optional<Size> between(const Finding& finding, const std::vector<Shape>& sh
     return telling;
 }
 
+// Of a device that takes 4,096 and more.
+constexpr uint32_t kLong = 4096;
+
+// Sizes beside a limit that is known by now, and how far it leaves `largest`. A size beyond it that
+// is odd, too, tells which of the two the device looks at first.
+void addSizesAt(const SizeTest& test, bool refusesOdd, std::set<Size>& sizes, Size& largest) {
+    constexpr int64_t kLongest = 1 << 30;
+    const bool above = test.op == SizeOp::kAbove;
+    const int64_t close = test.axis == Axis::kArea ? kCloseArea : kClose;
+    if (isOdd(test) || test.next - test.sure > close) {
+        return;
+    }
+    const auto sure = static_cast<uint32_t>(std::min(test.sure, kLongest));
+    const auto at = above ? static_cast<uint32_t>(std::min(test.next, kLongest)) : sure;
+    const uint32_t other = above ? 36 : 1028;
+    if (test.axis == Axis::kArea) {
+        const uint32_t length = at / kLong / 4 * 4 + (above ? 4 : 0);
+        sizes.insert({{kLong, length}, {length, kLong}});
+        return;
+    }
+    const bool isWidth = test.axis == Axis::kWidth;
+    sizes.insert(isWidth ? Size{at, other} : Size{other, at});
+    if (refusesOdd && above) {
+        sizes.insert(isWidth ? Size{at | 1, other + 1} : Size{other + 1, at | 1});
+    }
+    if (above) {
+        (isWidth ? largest.first : largest.second) = sure;
+    }
+}
+
 }  // namespace
 
 void addBorders(const Finding& finding, Borders& borders) {
@@ -179,37 +209,18 @@ std::vector<Size> tellingApart(const FoundRule& found, const Shape& shape, size_
 }
 
 void addLimitChecks(const Finding& finding, std::set<Size>& sizes) {
-    constexpr uint32_t kShort = 36;
-    constexpr uint32_t kLong = 4096;
-    constexpr int64_t kLongest = 1 << 30;
-    uint32_t width = kLong;
-    uint32_t height = kLong;
-    const size_t before = sizes.size();
+    bool refusesOdd = false;
     for (const FoundRule& found : finding.rules) {
-        for (size_t i = 0; i < found.own; ++i) {
-            const SizeTest& test = found.rule.size[i];
-            const auto sure = static_cast<uint32_t>(std::min(test.sure, kLongest));
-            const auto next = static_cast<uint32_t>(std::min(test.next, kLongest));
-            const bool above = test.op == SizeOp::kAbove;
-            const bool isLimit = above || test.op == SizeOp::kUpTo;
-            const int64_t close = test.axis == Axis::kArea ? kCloseArea : kClose;
-            if (!isLimit || test.next - test.sure > close || found.rule.answer == kGranted) {
-                continue;
-            }
-            if (test.axis == Axis::kArea) {
-                const uint32_t other = (above ? next : sure) / kLong / 4 * 4 + (above ? 4 : 0);
-                sizes.insert({{kLong, other}, {other, kLong}});
-            } else if (test.axis == Axis::kWidth) {
-                sizes.insert({above ? next : sure, above ? kShort : 1028});
-                width = above ? sure : width;
-            } else {
-                sizes.insert({above ? kShort : 1028, above ? next : sure});
-                height = above ? sure : height;
-            }
+        refusesOdd |= std::any_of(found.rule.size.begin(), found.rule.size.end(), isOdd);
+    }
+    Size largest{kLong, kLong};
+    for (const FoundRule& found : finding.rules) {
+        for (size_t i = 0; found.rule.answer != kGranted && i < found.own; ++i) {
+            addSizesAt(found.rule.size[i], refusesOdd, sizes, largest);
         }
     }
-    if (sizes.size() != before) {
-        sizes.insert({width, height});
+    if (largest != Size{kLong, kLong}) {
+        sizes.insert(largest);
     }
     std::erase_if(sizes, [](const Size& size) { return size.first == 0 || size.second == 0; });
 }

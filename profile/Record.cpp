@@ -50,9 +50,9 @@ constexpr Size kLarge = {3844, 2172};
 constexpr Size kMedium = {1028, 1092};
 
 // One usage of each class is asked about these: they tell whether its layout is known already.
-constexpr Size kChecks[] = {{2052, 132}, {132, 2052},  {516, 260},   {1028, 1092},
-                            {1283, 724}, {1284, 723},  {1286, 724},  {640, 480},
-                            {1280, 720}, {1920, 1080}, {4000, 3000}, {4100, 20}};
+constexpr Size kChecks[] = {{2052, 132}, {132, 2052},  {516, 260},  {1028, 1092}, {1283, 724},
+                            {1284, 723}, {1286, 724},  {1024, 768}, {1280, 720},  {1920, 1080},
+                            {4096, 36},  {4000, 3000}, {4100, 20}};
 
 // One dimension at a time. A row of one pixel shows an alignment at its widest; the numbers beside
 // powers of two show where a device begins to do otherwise;
