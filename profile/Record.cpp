@@ -334,16 +334,22 @@ bool Recording::narrow() {
         addBorders(finding, mBorders);
         addLimitChecks(finding, mLimits);
     }
+    const auto isGranted = [](const Finding& finding) {
+        return std::any_of(finding.rules.begin(), finding.rules.end(),
+                           [](const FoundRule& found) { return found.rule.answer == kGranted; });
+    };
     bool asked = false;
+    // First what concerns whole formats, in case that questions run out.
+    for (size_t i = 0; i < all.size(); ++i) {
+        if (isGranted(all[i]) || isMostUsages(all, i)) {
+            asked |= askLimits(all[i].format, bestKnown(all[i]));
+        }
+    }
     for (size_t i = 0; i < all.size() && !exhausted(); ++i) {
         const bool isMain = mains.contains(i);
         const uint64_t usage = bestKnown(all[i]);
         asked |= narrowFinding(all[i], usage, isMain);
-        const bool granted =
-                std::any_of(all[i].rules.begin(), all[i].rules.end(),
-                            [](const FoundRule& found) { return found.rule.answer == kGranted; });
-        asked |= (granted || isMostUsages(all, i)) && askLimits(all[i].format, usage);
-        asked |= granted && validate(all[i], usage, isMain ? kMain : kOther);
+        asked |= isGranted(all[i]) && validate(all[i], usage, isMain ? kMain : kOther);
     }
     return asked;
 }
