@@ -45,7 +45,7 @@ constexpr uint64_t kUsages[] = {
 // Sizes that every usage is asked about, as they tell usages apart: whole fours, since some devices
 // refuse others, and above the thresholds that devices have.
 constexpr Size kSmall = {68, 36};
-constexpr Size kLarge = {3844, 2172};
+constexpr Size kLarge = {4100, 3076};
 // For devices that refuse the large one.
 constexpr Size kMedium = {1028, 1092};
 
