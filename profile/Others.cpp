@@ -108,6 +108,7 @@ class Search {
   private:
     void offer(const Rule& other);
     void changeSum(const Rule& rule, const Place& place);
+    void changeEnd();
     void changeConstants(const Rule& other, const Place& place, size_t number);
     void changeLengths();
     void changeTerm(Rule& other, Term& term);
@@ -239,6 +240,28 @@ void Search::changeSum(const Rule& rule, const Place& place) {
     }
 }
 
+// The end of another plane. Of chroma that is interleaved the plane that begins a byte later ends a
+// byte behind the pixels, and the devices that tell such planes count without it.
+void Search::changeEnd() {
+    const Place size = sums(mRule)[0];
+    Rule copy = spelled(mRule, size);
+    for (Case& one : size.quantity(copy)) {
+        const Term kept = one.term;
+        if (kept.base != Base::kTotal && kept.base != Base::kEnd) {
+            continue;
+        }
+        one.term.base = Base::kTotal;
+        one.term.plane = 0;
+        offer(copy);
+        one.term.base = Base::kEnd;
+        for (size_t plane = 0; plane < copy.planes.size(); ++plane) {
+            one.term.plane = static_cast<uint8_t>(plane);
+            offer(copy);
+        }
+        one.term = kept;
+    }
+}
+
 // Another unit, alignment or way to round a half.
 void Search::changeTerm(Rule& other, Term& term) {
     const Term kept = term;
@@ -339,6 +362,7 @@ void Search::changeBlocks() {
 }
 
 std::vector<Rule> Search::run() {
+    changeEnd();
     for (const Place& place : sums(mRule)) {
         changeSum(mRule, place);
     }

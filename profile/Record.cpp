@@ -43,11 +43,18 @@ constexpr uint64_t kUsages[] = {
 };
 
 // Sizes that every usage is asked about, as they tell usages apart: whole fours, since some devices
-// refuse others, and above the thresholds that devices have.
-constexpr Size kSmall = {68, 36};
-constexpr Size kLarge = {4100, 3076};
-// For devices that refuse the large one.
-constexpr Size kMedium = {1028, 1092};
+// refuse others, and above the thresholds and limits that devices have.
+struct FirstSizes {
+    Size small;
+    Size large;
+    Size medium;  // for devices that refuse the large one
+};
+constexpr FirstSizes kFirst = {{68, 36}, {4100, 3076}, {1028, 1092}};
+
+// A JPEG's buffer is as wide as it has bytes, and many devices grant no other height than 1.
+constexpr int32_t kBlob = 0x21;
+constexpr FirstSizes kFirstOfBlob = {{5004, 1}, {16000004, 1}, {1000004, 1}};
+constexpr Size kBlobs[] = {{1, 1}, {100, 1}, {4095, 1}, {4097, 1}, {65536, 1}, {50000000, 1}};
 
 // One usage of each class is asked about these: they tell whether its layout is known already.
 constexpr Size kChecks[] = {{2052, 132}, {132, 2052},  {516, 260},  {1028, 1092}, {1283, 724},
@@ -66,10 +73,6 @@ constexpr uint32_t kHeights[] = {1,   2,    18,   66,   130,  260,  480, 516,
 // the number of rows, and rows by their length.
 constexpr Size kPictures[] = {{3840, 2160}, {4032, 3024}, {1284, 724}, {1028, 1090}, {772, 2052},
                               {2052, 2052}, {2564, 1444}, {516, 4100}, {1030, 3076}};
-// A JPEG's buffer is as wide as it has bytes.
-constexpr int32_t kBlob = 0x21;
-constexpr Size kBlobs[] = {{65536, 1}, {1000001, 1}, {16777216, 1}, {50000000, 1}};
-
 class Recording {
   public:
     Recording(const Ask& ask, Profile& profile) : mAsk(ask), mProfile(profile) {}
@@ -158,13 +161,14 @@ bool Recording::askNew(int32_t format, uint64_t usage, const Size& size) {
 
 // A usage that is refused in the first size is not asked about others, but for the commonest two.
 Recording::Group Recording::askUsage(int32_t format, uint64_t usage) {
+    const auto& [small, large, medium] = format == kBlob ? kFirstOfBlob : kFirst;
     Group asked{format, {usage}, {}};
-    asked.answers.push_back(ask({format, usage, kSmall.first, kSmall.second}, true));
+    asked.answers.push_back(ask({format, usage, small.first, small.second}, true));
     const bool common = usage == kUsages[0] || usage == kUsages[1];
     if (common || asked.answers.front().answer == kGranted) {
-        asked.answers.push_back(ask({format, usage, kLarge.first, kLarge.second}, false));
+        asked.answers.push_back(ask({format, usage, large.first, large.second}, false));
         if (asked.answers.back().answer != kGranted) {
-            asked.answers.push_back(ask({format, usage, kMedium.first, kMedium.second}, false));
+            asked.answers.push_back(ask({format, usage, medium.first, medium.second}, false));
         }
     }
     return asked;
@@ -196,6 +200,11 @@ void Recording::askChecks(const Group& group) {
     for (const Size& size : kChecks) {
         askNew(group.format, group.usages.front(), size);
     }
+    if (group.format == kBlob) {
+        for (const Size& size : kBlobs) {
+            askNew(group.format, group.usages.front(), size);
+        }
+    }
 }
 
 void Recording::sweep(int32_t format, uint64_t usage) {
@@ -207,11 +216,6 @@ void Recording::sweep(int32_t format, uint64_t usage) {
     }
     for (const Size& size : kPictures) {
         askNew(format, usage, size);
-    }
-    if (format == kBlob) {
-        for (const Size& size : kBlobs) {
-            askNew(format, usage, size);
-        }
     }
 }
 
