@@ -535,6 +535,7 @@ void RuleFitter::fitSize() {
         options.push_back(plain(collect([&](const Answer& answer) { return endOf(answer, i); }),
                                 {.base = Base::kEnd, .plane = static_cast<uint8_t>(i)}));
     }
+    fitOwn(kOwnSize, options);
     for (const Effort most : {Effort::kPlus, Effort::kOdd}) {
         const auto found = fit(target, options, mSizes, most);
         if (found) {
@@ -551,7 +552,6 @@ void RuleFitter::fitSize() {
     if (!fitArea(target, mRule.allocationSize)) {
         settle(target, options, mRule.allocationSize);
     }
-    fitOwn(kOwnSize, options);
 }
 
 void RuleFitter::run() {
