@@ -55,7 +55,9 @@ std::vector<Place> lengths(const Rule& rule) {
     const auto add = [&](auto access, Base byDefault) {
         places.push_back({access, nullptr, {.base = byDefault}});
     };
-    add([](Rule& one) -> Quantity& { return one.alignedWidth; }, Base::kWidth);
+    if (!rule.alignedWidth.empty()) {  // otherwise nothing is counted from it
+        add([](Rule& one) -> Quantity& { return one.alignedWidth; }, Base::kWidth);
+    }
     add([](Rule& one) -> Quantity& { return one.alignedHeight; }, Base::kHeight);
     add([](Rule& one) -> Quantity& { return one.stride; }, Base::kAlignedWidth);
     for (const auto& [name, quantity] : kOwnNumbers) {
@@ -106,9 +108,16 @@ class Search {
     std::vector<Rule> run();
 
   private:
+    struct Rest {
+        int64_t least = INT64_MAX;
+        int64_t most = INT64_MIN;
+        int64_t divisor = 0;  // of all targets
+    };
+
     void offer(const Rule& other);
     void changeSum(const Rule& rule, const Place& place);
     void changeEnd();
+    std::optional<Rest> restOf(const Rule& other, const Place& place, size_t number) const;
     void changeConstants(const Rule& other, const Place& place, size_t number);
     void changeLengths();
     void changeTerm(Rule& other, Term& term);
@@ -165,9 +174,9 @@ void Search::offer(const Rule& other) {
     }
 }
 
-// Solves for the constant: with each alignment a range of constants may explain all, and its ends
-// tell whether the constant matters for a size.
-void Search::changeConstants(const Rule& other, const Place& place, size_t number) {
+// What is left of each target for a sum's constant and alignment, if that can be told.
+std::optional<Search::Rest> Search::restOf(const Rule& other, const Place& place,
+                                           size_t number) const {
     Rule plain = other;
     const Term found = place.quantity(plain)[number].term;
     Term& term = place.quantity(plain)[number].term;
@@ -176,9 +185,7 @@ void Search::changeConstants(const Rule& other, const Place& place, size_t numbe
     term.extra = 0;
     term.least = 0;
     const Quantity quantity = place.quantity(plain);
-    int64_t least = INT64_MAX;
-    int64_t most = INT64_MIN;
-    std::vector<int64_t> targets;
+    Rest rest;
     for (const Answer* const answer : mAnswers) {
         const int64_t target =
                 place.value(answer->numbers) - (found.extraAt == 1 ? found.extra : 0);
@@ -188,32 +195,42 @@ void Search::changeConstants(const Rule& other, const Place& place, size_t numbe
         }
         const auto numbers = evaluate(plain, answer->width, answer->height);
         if (!numbers) {
-            return;
+            return std::nullopt;
         }
-        least = std::min(least, target - place.value(*numbers));
-        most = std::max(most, target - place.value(*numbers));
-        targets.push_back(target);
-        if (most - least >= kLargestAlignment) {
-            return;
+        rest.least = std::min(rest.least, target - place.value(*numbers));
+        rest.most = std::max(rest.most, target - place.value(*numbers));
+        rest.divisor = std::gcd(rest.divisor, target);
+        if (rest.most - rest.least >= kLargestAlignment) {
+            return std::nullopt;
         }
     }
+    return rest.least <= rest.most ? std::optional(rest) : std::nullopt;
+}
+
+// Solves for the constant: with each alignment a range of constants may explain all, and its ends
+// tell whether the constant matters for a size.
+void Search::changeConstants(const Rule& other, const Place& place, size_t number) {
+    const auto rest = restOf(other, place, number);
+    if (!rest) {
+        return;
+    }
+    Rule solved = other;
+    Term& term = place.quantity(solved)[number].term;
+    const Term found = term;
     std::vector<int64_t> alignments{found.align};
     for (int64_t align = 1; align <= kLargestAlignment; align *= 2) {
         alignments.push_back(align);
     }
     for (const int64_t align : alignments) {
-        const int64_t low = std::max(most - align + 1, found.plus >= 0 ? int64_t{0} : INT64_MIN);
-        if (targets.empty() || low > least ||
-            std::any_of(targets.begin(), targets.end(),
-                        [&](int64_t target) { return target % align != 0; })) {
+        const int64_t low =
+                std::max(rest->most - align + 1, found.plus >= 0 ? int64_t{0} : INT64_MIN);
+        if (low > rest->least || rest->divisor % align != 0) {
             continue;
         }
-        for (const int64_t plus : {low, least}) {
-            Rule solved = other;
-            Term& one = place.quantity(solved)[number].term;
-            one.align = align;
-            one.plus = plus;
-            if (!(one == found)) {
+        for (const int64_t plus : {low, rest->least}) {
+            term.align = align;
+            term.plus = plus;
+            if (!(term == found)) {
                 offer(solved);
             }
         }
@@ -295,11 +312,6 @@ void Search::changeTerm(Rule& other, Term& term) {
 
 void Search::changeLengths() {
     for (const Place& place : lengths(mRule)) {
-        const bool aligned = place.byDefault.base == Base::kWidth &&
-                             &place.quantity(const_cast<Rule&>(mRule)) == &mRule.alignedWidth;
-        if (aligned && mRule.alignedWidth.empty()) {
-            continue;  // nothing is counted from it
-        }
         Rule copy = spelled(mRule, place);
         for (Case& one : place.quantity(copy)) {
             changeTerm(copy, one.term);
