@@ -57,8 +57,8 @@ constexpr FirstSizes kFirstOfBlob = {{5004, 1}, {16000004, 1}, {1000004, 1}};
 constexpr Size kBlobs[] = {{1, 1}, {100, 1}, {4095, 1}, {4097, 1}, {65536, 1}, {50000000, 1}};
 
 // One usage of each class is asked about these: they tell whether its layout is known already.
-constexpr Size kChecks[] = {{2052, 132}, {132, 2052},  {516, 260},  {1028, 1092}, {1283, 724},
-                            {1284, 723}, {1286, 724},  {1024, 768}, {1280, 720},  {1920, 1080},
+constexpr Size kChecks[] = {{2052, 132}, {132, 2052},  {516, 260},  {1028, 1092}, {1281, 724},
+                            {1284, 769}, {1286, 770},  {1024, 768}, {1280, 720},  {1920, 1080},
                             {4096, 36},  {4000, 3000}, {4100, 20}};
 
 // One dimension at a time. A row of one pixel shows an alignment at its widest; the numbers beside
