@@ -19,6 +19,7 @@ using zelkcam::profile::kGranted;
 using zelkcam::profile::kPlaneQuantities;
 using zelkcam::profile::kRuleQuantities;
 using zelkcam::profile::LockRule;
+using zelkcam::profile::PlaneRule;
 using zelkcam::profile::Profile;
 using zelkcam::profile::Quantity;
 using zelkcam::profile::Rule;
@@ -127,21 +128,29 @@ void addFormula(std::string label, const Quantity& quantity, bool open,
     }
 }
 
+// Whether others that explain the samples have another formula.
+bool isOpen(const Rule& rule, Quantity Rule::*member) {
+    return std::ranges::any_of(rule.others,
+                               [&](const Rule& other) { return other.*member != rule.*member; });
+}
+
+bool isOpen(const Rule& rule, size_t plane, Quantity PlaneRule::*member) {
+    return std::ranges::any_of(rule.others, [&](const Rule& other) {
+        return plane < other.planes.size() &&
+               other.planes[plane].*member != rule.planes[plane].*member;
+    });
+}
+
 // What a rule states of every quantity.
 std::vector<LabelledText> formulasOf(const Rule& rule) {
     std::vector<LabelledText> formulas;
     for (const auto& [name, member] : kRuleQuantities) {
-        const bool open = std::ranges::any_of(
-                rule.others, [&](const Rule& other) { return other.*member != rule.*member; });
-        addFormula(std::string(name), rule.*member, open, formulas);
+        addFormula(std::string(name), rule.*member, isOpen(rule, member), formulas);
     }
     for (size_t i = 0; i < rule.planes.size(); ++i) {
         for (const auto& [name, member] : kPlaneQuantities) {
-            const bool open = std::ranges::any_of(rule.others, [&](const Rule& other) {
-                return i < other.planes.size() && other.planes[i].*member != rule.planes[i].*member;
-            });
             addFormula("plane " + std::to_string(i) + " " + std::string(name),
-                       rule.planes[i].*member, open, formulas);
+                       rule.planes[i].*member, isOpen(rule, i, member), formulas);
         }
     }
     return formulas;
