@@ -14,9 +14,12 @@
 #include <utility>
 
 #include "host/check/Findings.h"
+#include "host/gralloc/SharedMemory.h"
 
 namespace zelkcam::host::check {
 namespace {
+
+using gralloc::roundToPages;
 
 // Room for the typical overrun: some rows.
 constexpr uint64_t kGuardSize = 1 << 20;
@@ -52,11 +55,6 @@ Registry& registry() {
 __attribute__((constructor)) void keepRegistryAcrossForks() {
     pthread_atfork([] { registry().mutex.lock(); }, [] { registry().mutex.unlock(); },
                    [] { registry().mutex.unlock(); });
-}
-
-uint64_t roundToPages(uint64_t size) {
-    const auto page = static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
-    return (size + page - 1) / page * page;
 }
 
 std::byte* reserve(uint64_t size) {

@@ -1,11 +1,11 @@
 #include "host/check/Padding.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cstring>
 #include <utility>
+
+#include "host/gralloc/SharedMemory.h"
 
 namespace zelkcam::host::check {
 namespace {
@@ -122,8 +122,7 @@ int64_t Padding::Rows::gapEnd(int64_t row) const {
 
 Padding::Padding(const gralloc::Description& description, const Layout& layout)
     : mSize(static_cast<int64_t>(layout.pixelBytes)) {
-    const int64_t page = sysconf(_SC_PAGESIZE);
-    mMappedSize = divideUp(mSize, page) * page;
+    mMappedSize = static_cast<int64_t>(gralloc::roundToPages(layout.pixelBytes));
     if (layout.compression != gralloc::Compression::NONE) {
         return;
     }

@@ -17,11 +17,6 @@ constexpr int kSeals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL;
 // Newer than glibc's header. A kernel may be set up to put it on every memfd.
 constexpr int kSealExec = 0x20;
 
-uint64_t roundToPages(uint64_t size) {
-    const uint64_t page = static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
-    return (size + page - 1) / page * page;
-}
-
 bool isSealed(int fd) {
     const int seals = fcntl(fd, F_GET_SEALS);
     return seals >= 0 && (seals & ~kSealExec) == kSeals;

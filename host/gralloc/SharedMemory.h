@@ -1,6 +1,8 @@
 // Memory that several processes share through a descriptor: memfds of fixed size, and mappings.
 #pragma once
 
+#include <unistd.h>
+
 #include <cstddef>
 #include <cstdint>
 
@@ -11,11 +13,17 @@ namespace zelkcam::host::gralloc {
 
 using ndk::ScopedFileDescriptor;
 
+inline uint64_t roundToPages(uint64_t size) {
+    const auto page = static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
+    return (size + page - 1) / page * page;
+}
+
 // A mapping, readable and writable, that ends with its owner. Move-only; empty when
 // default-constructed.
 class Mapping {
   public:
-    // Maps the first `size` bytes of `fd`, shared. The result is empty, with errno set, on failure.
+    // Maps the first `size` bytes of `fd`, shared, and the rest of their last page. The result is
+    // empty, with errno set, on failure.
     static Mapping map(int fd, size_t size);
 
     Mapping() = default;
